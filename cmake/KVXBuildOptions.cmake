@@ -1,0 +1,34 @@
+# What every target of the project is compiled with.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+# Statuses decide in the logic, so assertions stay on in no build; -O2 is the level that is tested.
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+
+add_library(kvx_build_options INTERFACE)
+target_compile_options(kvx_build_options INTERFACE
+  -Wall -Wextra -Wpedantic -Werror
+  # The frame converters are exact to the bit: one instruction set, no contraction of a*b+c.
+  -mssse3 -ffp-contract=off)
+
+find_package(Threads REQUIRED)
+target_link_libraries(kvx_build_options INTERFACE Threads::Threads)
+
+if(KVX_SANITIZE)
+  target_compile_options(kvx_build_options INTERFACE
+    -fsanitize=${KVX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(kvx_build_options INTERFACE -fsanitize=${KVX_SANITIZE})
+endif()
+if(KVX_COVERAGE)
+  target_compile_options(kvx_build_options INTERFACE --coverage)
+  target_link_options(kvx_build_options INTERFACE --coverage)
+endif()

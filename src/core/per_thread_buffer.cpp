@@ -1,0 +1,104 @@
+#include "core/per_thread_buffer.h"
+
+#include <pthread.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace KVX::Core {
+
+// The lines of this file carry no function name: the printers that build the other lines' texts
+// live on these buffers, so that the way out for their failures is kept apart and plain.
+
+Once sUtilPrinterOnce(&InitPerThreadBuffers);
+
+namespace {
+
+pthread_key_t sPerThreadBufferKey;
+pthread_key_t sPerThreadBufferOffsetKey;
+
+using Offset = unsigned long;
+static_assert(sizeof(Offset) == 8, "the offset cell is eight bytes");
+
+void MakeKey(pthread_key_t* key) {
+    const int status = pthread_key_create(key, &std::free);
+    if (status != 0) {
+        std::fprintf(stderr, "pthread_key_create returned %d\n", status);
+    }
+}
+
+// Gives the calling thread `memory` under `key`, or frees it. False after a log line.
+bool SetSpecific(pthread_key_t key, void* memory) {
+    const int status = pthread_setspecific(key, memory);
+    if (status != 0) {
+        std::fprintf(stderr, "pthread_setspecific returned %d\n", status);
+        std::free(memory);
+        return false;
+    }
+    return true;
+}
+
+char* GetBlock() {
+    void* block = pthread_getspecific(sPerThreadBufferKey);
+    if (block != nullptr) {
+        return static_cast<char*>(block);
+    }
+    block = std::malloc(kPerThreadBufferSize);
+    if (block == nullptr) {
+        std::fprintf(stderr, "Failed to allocate %lu byte buffer for thread %p\n",
+                     kPerThreadBufferSize, reinterpret_cast<void*>(pthread_self()));
+        return nullptr;
+    }
+    return SetSpecific(sPerThreadBufferKey, block) ? static_cast<char*>(block) : nullptr;
+}
+
+Offset* GetOffsetCell() {
+    void* cell = pthread_getspecific(sPerThreadBufferOffsetKey);
+    if (cell != nullptr) {
+        return static_cast<Offset*>(cell);
+    }
+    const unsigned long size = sizeof(Offset);
+    cell = std::calloc(1, size);
+    if (cell == nullptr) {
+        std::fprintf(stderr, "Failed to allocate %lu byte offset buffer for thread %p\n", size,
+                     reinterpret_cast<void*>(pthread_self()));
+        return nullptr;
+    }
+    return SetSpecific(sPerThreadBufferOffsetKey, cell) ? static_cast<Offset*>(cell) : nullptr;
+}
+
+}  // namespace
+
+void InitPerThreadBuffers() {
+    MakeKey(&sPerThreadBufferKey);
+    MakeKey(&sPerThreadBufferOffsetKey);
+}
+
+char* GetPerThreadBuffer(unsigned long size) {
+    if (size > kPerThreadBufferSize) {
+        std::fprintf(stderr, "Per-thread buffer of %lu requested but limit is %lu\n", size,
+                     kPerThreadBufferSize);
+        return nullptr;
+    }
+    const long status = sUtilPrinterOnce.Call();
+    if (status != 0) {
+        std::fprintf(stderr, "Once::Call returned %d\n", static_cast<int>(status));
+        return nullptr;
+    }
+    char* block = GetBlock();
+    if (block == nullptr) {
+        return nullptr;
+    }
+    Offset* offset = GetOffsetCell();
+    if (offset == nullptr) {
+        return nullptr;
+    }
+    if (*offset + size > kPerThreadBufferSize) {
+        *offset = 0;
+    }
+    char* piece = block + *offset;
+    *offset += size;
+    return piece;
+}
+
+}  // namespace KVX::Core

@@ -1,0 +1,24 @@
+#include "core/refcounted.h"
+
+#include "core/log.h"
+#include "platform/system.h"
+
+namespace KVX::Core {
+
+long Refcounted::Retain() { return OSAtomicAdd32(1, &mRefCount); }
+
+long Refcounted::Release() {
+    // Only the value that the atomic operation itself answers is looked at: exactly one thread
+    // sees the zero.
+    const int32_t count = OSAtomicAdd32(-1, &mRefCount);
+    if (count < 0) {
+        KVX_LOG("Negative reference count: %d\n", count);
+    } else if (count == 0) {
+        delete this;
+    }
+    return count;
+}
+
+long Refcounted::AddRef() { return Retain(); }
+
+}  // namespace KVX::Core

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+namespace KVX::Core {
+
+// An object shared between threads by an atomic reference count. It is born with one reference,
+// which belongs to its maker, and is deleted by whoever drops the last one.
+class Refcounted {
+  public:
+    // Adds a reference. Returns the new count.
+    virtual long Retain();
+
+    // Drops a reference and deletes the object when none is left. Returns the new count. A count
+    // that goes below zero is logged, and the object is left alone.
+    virtual long Release();
+
+    // The same as Retain, for callers that know the object by its host-side name.
+    virtual long AddRef();
+
+    virtual ~Refcounted() = default;
+
+    Refcounted(const Refcounted&) = delete;
+    Refcounted& operator=(const Refcounted&) = delete;
+
+  protected:
+    Refcounted() = default;
+
+    // Changed only by OSAtomicAdd32.
+    volatile int32_t mRefCount = 1;
+};
+
+}  // namespace KVX::Core

@@ -1,0 +1,15 @@
+// Statuses are errno numbers of the target platform, kept as those numbers everywhere: files and
+// hosts see the same answers wherever the code runs. 0 is success.
+#pragma once
+
+namespace KVX::Core {
+
+constexpr long kStatusNotFound = 2;        // ENOENT
+constexpr long kStatusNoMemory = 12;       // ENOMEM
+constexpr long kStatusInvalid = 22;        // EINVAL
+constexpr long kStatusTooBig = 27;         // EFBIG
+constexpr long kStatusNoSpace = 28;        // ENOSPC
+constexpr long kStatusNotSupported = 45;   // ENOTSUP
+constexpr long kStatusCancelled = 89;      // ECANCELED
+
+}  // namespace KVX::Core
