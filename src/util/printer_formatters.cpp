@@ -1,8 +1,7 @@
-#include "util/printer.h"
-
 #include <cstdio>
 
 #include "core/per_thread_buffer.h"
+#include "util/printer.h"
 
 namespace KVX::Util::Printer {
 
@@ -11,7 +10,9 @@ const char* kMemoryErrorString = "<memory error>";
 
 namespace {
 
-char CharacterAt(unsigned int code, int shift) { return static_cast<char>(code >> shift & 0xFF); }
+char CharacterAt(unsigned int code, int shift) {
+    return static_cast<char>(code >> shift & 0xFF);
+}
 
 }  // namespace
 

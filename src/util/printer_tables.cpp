@@ -1,0 +1,45 @@
+#include "util/printer_tables.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/per_thread_buffer.h"
+#include "util/printer.h"
+
+namespace KVX::Util::Printer {
+
+const char* FindName(NameTable table, long value) {
+    const NamedValue* row =
+        std::find_if(table.begin(), table.end(),
+                     [value](const NamedValue& named) { return named.value == value; });
+    return row == table.end() ? nullptr : row->name;
+}
+
+const char* NameOrUnknown(NameTable table, long value) {
+    const char* name = FindName(table, value);
+    return name == nullptr ? Unknown(value) : name;
+}
+
+const char* NamesOfBits(NameTable table, long value) {
+    constexpr unsigned long kPiece = 1024;
+    constexpr char kJoint[] = " | ";
+    constexpr size_t kJointLength = sizeof(kJoint) - 1;
+    char* text = Core::GetPerThreadBuffer(kPiece);
+    if (text == nullptr) {
+        return kMemoryErrorString;
+    }
+    // The first name's joint lies on the blanks, which the result leaves out.
+    std::strcpy(text, "   0");
+    char* end = text;
+    for (const NamedValue& bit : table) {
+        if ((value & bit.value) == 0) {
+            continue;
+        }
+        std::strcpy(end, kJoint);
+        std::strcpy(end + kJointLength, bit.name);
+        end += kJointLength + std::strlen(bit.name);
+    }
+    return text + kJointLength;
+}
+
+}  // namespace KVX::Util::Printer
