@@ -13,7 +13,7 @@ enum SampleOrder : int {
     SampleOrder51B = 3,  // kAudioChannelLayoutTag_MPEG_5_1_B: L R Ls Rs C LFE
     SampleOrder51C = 4,  // kAudioChannelLayoutTag_MPEG_5_1_C: L C R Ls Rs LFE
     SampleOrder51D = 5,  // kAudioChannelLayoutTag_MPEG_5_1_D: C L R Ls Rs LFE
-    SampleOrderOther = 6,
+    SampleOrderUnknown = 6,
 };
 
 class AudioTrack : public Track {
@@ -27,7 +27,7 @@ class AudioTrack : public Track {
     bool GetEsdsData(char** data, long* size);
 
     AudioStreamBasicDescription mStreamDescription = {};
-    SampleOrder mSampleOrder = SampleOrderOther;
+    SampleOrder mSampleOrder = SampleOrderUnknown;
     unsigned char* mEsdsData = nullptr;
     unsigned int mEsdsSize = 0;
 };
