@@ -26,11 +26,13 @@ long Indexed<Index>::Init() {
         KVX_LOG("Skipping because static initialisation failed\n");
         return status;
     }
-    Lock lock(&sIndexLock, &status);
-    if (Failed(status, "Lock")) {
-        return status;
+    {
+        Lock lock(&sIndexLock, &status);
+        if (Failed(status, "Lock")) {
+            return status;
+        }
+        sIndexMap[mIndex] = this;
     }
-    sIndexMap[mIndex] = this;
     return status;
 }
 

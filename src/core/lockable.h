@@ -21,13 +21,11 @@ class Lockable {
   protected:
     // For waiting on a condition variable beside the lock.
     pthread_mutex_t mMutex;
-
-  private:
-    bool mInitialised = false;
+    bool mInitialised = false;  // Init has succeeded
 };
 
 // Holds a Lockable for a scope. When a place for the result is given, it takes the status of the
-// lock, and later that of a failed unlock if all was well until then.
+// lock, and later that of a failed unlock if all was well until then: return it after the scope.
 class Lock {
   public:
     explicit Lock(Lockable* lockable);

@@ -5,7 +5,9 @@
 
 namespace KVX::Core {
 
-long Refcounted::Retain() { return OSAtomicAdd32(1, &mRefCount); }
+long Refcounted::Retain() {
+    return OSAtomicAdd32(1, &mRefCount);
+}
 
 long Refcounted::Release() {
     // Only the value that the atomic operation itself answers is looked at: exactly one thread
@@ -19,6 +21,8 @@ long Refcounted::Release() {
     return count;
 }
 
-long Refcounted::AddRef() { return Retain(); }
+long Refcounted::AddRef() {
+    return Retain();
+}
 
 }  // namespace KVX::Core

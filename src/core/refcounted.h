@@ -23,11 +23,11 @@ class Refcounted {
     Refcounted(const Refcounted&) = delete;
     Refcounted& operator=(const Refcounted&) = delete;
 
-  protected:
-    Refcounted() = default;
-
     // Changed only by OSAtomicAdd32.
     volatile int32_t mRefCount = 1;
+
+  protected:
+    Refcounted() = default;
 };
 
 }  // namespace KVX::Core

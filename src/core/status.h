@@ -4,12 +4,12 @@
 
 namespace KVX::Core {
 
-constexpr long kStatusNotFound = 2;        // ENOENT
-constexpr long kStatusNoMemory = 12;       // ENOMEM
-constexpr long kStatusInvalid = 22;        // EINVAL
-constexpr long kStatusTooBig = 27;         // EFBIG
-constexpr long kStatusNoSpace = 28;        // ENOSPC
-constexpr long kStatusNotSupported = 45;   // ENOTSUP
-constexpr long kStatusCancelled = 89;      // ECANCELED
+constexpr long kStatusNotFound = 2;       // ENOENT
+constexpr long kStatusNoMemory = 12;      // ENOMEM
+constexpr long kStatusInvalid = 22;       // EINVAL
+constexpr long kStatusTooBig = 27;        // EFBIG
+constexpr long kStatusNoSpace = 28;       // ENOSPC
+constexpr long kStatusNotSupported = 45;  // ENOTSUP
+constexpr long kStatusCancelled = 89;     // ECANCELED
 
 }  // namespace KVX::Core

@@ -1,0 +1,252 @@
+#include "pipeline/async_import_module.h"
+
+#include <algorithm>
+#include <new>
+
+#include "core/four_char_code.h"
+#include "core/log.h"
+#include "core/status.h"
+#include "pipeline/import_frame.h"
+#include "quicktime/video_track.h"
+#include "util/printer.h"
+
+namespace KVX {
+
+using Core::Failed;
+using Core::FourCharCode;
+
+class AsyncImportModule::Call {
+  public:
+    explicit Call(AsyncImportModule* module) : mModule(module) { ++mModule->mHolds; }
+    ~Call() { mModule->DropHold(); }
+
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+  private:
+    AsyncImportModule* mModule;
+};
+
+AsyncImportModule::AsyncImportModule(long importerID, SPBasicSuite* basicSuite,
+                                     QT::VideoTrack* videoTrack)
+    : mImporterID(importerID), mBasicSuite(basicSuite), mVideoTrack(videoTrack) {}
+
+AsyncImportModule* AsyncImportModule::Create(long importerID, SPBasicSuite* basicSuite,
+                                             QT::VideoTrack* videoTrack) {
+    auto* module = new (std::nothrow) AsyncImportModule(importerID, basicSuite, videoTrack);
+    if (module == nullptr) {
+        KVX_LOG("failed to create a new AsyncImportModule\n");
+        return nullptr;
+    }
+    if (Failed(module->Init(), "AsyncModule::Init()")) {
+        delete module;
+        return nullptr;
+    }
+    return module;
+}
+
+namespace {
+
+template <typename Suite>
+long Acquire(SPBasicSuite* basicSuite, const char* name, int32_t version, Suite*& suite) {
+    const void* found = nullptr;
+    const long status = basicSuite->AcquireSuite(name, version, &found);
+    if (!Failed(status, "AcquireSuite", "Init")) {
+        suite = static_cast<Suite*>(const_cast<void*>(found));
+    }
+    return status;
+}
+
+}  // namespace
+
+long AsyncImportModule::Init() {
+    PrSDKLegacySuite* legacySuite = nullptr;
+    long status =
+        Acquire(mBasicSuite, kPrSDKPPixCacheSuite, kPrSDKPPixCacheSuiteVersion, mCacheSuite);
+    if (status == 0) {
+        status = Acquire(mBasicSuite, kPrSDKPPixCreatorSuite, kPrSDKPPixCreatorSuiteVersion,
+                         mCreatorSuite);
+    }
+    if (status == 0) {
+        status = Acquire(mBasicSuite, kPrSDKPPixCreator2Suite, kPrSDKPPixCreator2SuiteVersion,
+                         mCreator2Suite);
+    }
+    if (status == 0) {
+        status = Acquire(mBasicSuite, kPrSDKPPixSuite, kPrSDKPPixSuiteVersion, mPPixSuite);
+    }
+    if (status == 0) {
+        status = Acquire(mBasicSuite, kPrSDKLegacySuite, kPrSDKLegacySuiteVersion, legacySuite);
+    }
+    if (status != 0) {
+        return status;
+    }
+    int64_t ticks = 0;
+    status = legacySuite->GetTicksPerTimebaseFrame(
+        static_cast<int32_t>(mVideoTrack->mMediaTimeScale),
+        static_cast<int32_t>(mVideoTrack->mSampleDuration), &ticks);
+    if (Failed(status, "GetTicksPerTimebaseFrame")) {
+        return status;
+    }
+    mTicksPerFrame = ticks;
+    return 0;
+}
+
+long AsyncImportModule::GetFrameIndex(const imSourceVideoRec* sourceVideo, long& frameIndex) const {
+    if (mTicksPerFrame == 0) {
+        return Core::kStatusInvalid;
+    }
+    // A tick count of -1 would overflow on the most negative time.
+    frameIndex = mTicksPerFrame == -1
+                     ? static_cast<long>(0UL - static_cast<unsigned long>(sourceVideo->frameTime))
+                     : sourceVideo->frameTime / mTicksPerFrame;
+    return 0;
+}
+
+long AsyncImportModule::InitiateAsyncRead(imSourceVideoRec* sourceVideo) {
+    const Call call(this);
+    long frameIndex = 0;
+    long status = GetFrameIndex(sourceVideo, frameIndex);
+    if (Failed(status, "GetFrameIndex")) {
+        return status;
+    }
+    PPixHand cached = nullptr;
+    if (mCacheSuite->GetFrameFromCache(
+            static_cast<uint32_t>(mImporterID), 0, static_cast<int32_t>(frameIndex),
+            sourceVideo->frameFormatCount, sourceVideo->frameFormats, &cached, nullptr, 0) == 0) {
+        mPPixSuite->Dispose(cached);
+        return 0;
+    }
+    PrPixelFormat destination = PrPixelFormat_Invalid;
+    status = ChooseDestinationFormat(sourceVideo, destination);
+    if (Failed(status, "ChooseDestinationFormat")) {
+        return status;
+    }
+    auto* frame = new (std::nothrow)
+        ImportFrame(mImporterID, mVideoTrack, nullptr, destination, frameIndex,
+                    sourceVideo->frameTime, mCacheSuite, mCreatorSuite, mCreator2Suite, mPPixSuite);
+    if (frame == nullptr) {
+        KVX_LOG("Failed to allocate a new ImportFrame object\n");
+        return Core::kStatusNoMemory;
+    }
+    status = frame->Init();
+    if (Failed(status, "ImportFrame::Init")) {
+        frame->Release();
+        return status;
+    }
+    status = frame->Issue();
+    if (Failed(status, "ImportFrame::Issue")) {
+        frame->Release();
+        return status;
+    }
+    return 0;
+}
+
+namespace {
+
+bool IsAny(unsigned int) {
+    return true;
+}
+
+bool IsV210(unsigned int source) {
+    return source == FourCharCode("v210");
+}
+
+bool IsR210(unsigned int source) {
+    return source == FourCharCode("r210");
+}
+
+// Wider than what the conversion fills: compressed sources are taken although nothing decodes them.
+bool IsDeliveredAsUYVY(unsigned int source) {
+    return source == FourCharCode("2vuy") || source == FourCharCode("2Vuy") ||
+           ImportFrame::IsSupportedCompressedVideoFormat(source);
+}
+
+struct Destination {
+    PrPixelFormat format;
+    bool (*acceptsSource)(unsigned int source);
+};
+
+constexpr Destination kDestinations[] = {
+    {PrPixelFormat_V210_422_10u_601, &IsV210},
+    {PrPixelFormat_V210_422_10u_709, &IsV210},
+    {PrPixelFormat_RGB_444_10u, &IsR210},
+    {PrPixelFormat_UYVY_422_8u_709, &IsDeliveredAsUYVY},
+    {PrPixelFormat_UYVY_422_8u_601, &IsDeliveredAsUYVY},
+    {kKVXCustomPixelFormat, &IsAny},
+    {PrPixelFormat_BGRA_4444_32f, &IsAny},
+    {PrPixelFormat_BGRA_4444_16u, &IsAny},
+    {PrPixelFormat_BGRA_4444_8u, &IsAny},
+    {PrPixelFormat_BGRX_4444_32f, &IsAny},
+};
+
+bool IsAcceptable(PrPixelFormat format, unsigned int source) {
+    return std::any_of(std::begin(kDestinations), std::end(kDestinations),
+                       [=](const Destination& destination) {
+                           return destination.format == format && destination.acceptsSource(source);
+                       });
+}
+
+}  // namespace
+
+long AsyncImportModule::ChooseDestinationFormat(imSourceVideoRec* sourceVideo,
+                                                PrPixelFormat& destination) {
+    if (sourceVideo == nullptr) {
+        KVX_LOG("Invalid source video parameter\n");
+        return Core::kStatusInvalid;
+    }
+    destination = PrPixelFormat_Invalid;
+    const auto source = static_cast<unsigned int>(mVideoTrack->mFormat);
+    for (int index = 0; index < sourceVideo->frameFormatCount; ++index) {
+        const PrPixelFormat format = sourceVideo->frameFormats[index].pixelFormat;
+        if (IsAcceptable(format, source)) {
+            destination = format;
+            return 0;
+        }
+    }
+    KVX_LOG("Failed to pick a destination pixel format for source format %s\n",
+            Util::Printer::PixelFormatPremiere(mVideoTrack->mFormat));
+    return Core::kStatusInvalid;
+}
+
+long AsyncImportModule::CancelAsyncRead(imSourceVideoRec*) {
+    return 0;
+}
+
+long AsyncImportModule::Flush() {
+    return 0;
+}
+
+long AsyncImportModule::GetFrame(imSourceVideoRec* sourceVideo) {
+    const Call call(this);
+    long frameIndex = 0;
+    const long status = GetFrameIndex(sourceVideo, frameIndex);
+    if (Failed(status, "GetFrameIndex")) {
+        return status;
+    }
+    const int32_t result = mCacheSuite->GetFrameFromCache(
+        static_cast<uint32_t>(mImporterID), 0, static_cast<int32_t>(frameIndex),
+        sourceVideo->frameFormatCount, sourceVideo->frameFormats, sourceVideo->ppix, nullptr, 0);
+    if (result == 0) {
+        return aiNoError;
+    }
+    if (result == kPPixCacheMiss) {
+        return aiFrameNotFound;
+    }
+    const long answer = result;
+    KVX_LOG("GetFrameFromCache returned %ld (0x%08lx) for frameIndex %ld\n", answer,
+            static_cast<unsigned long>(answer), frameIndex);
+    return answer;
+}
+
+long AsyncImportModule::Close() {
+    DropHold();
+    return 0;
+}
+
+void AsyncImportModule::DropHold() {
+    if (--mHolds == 0) {
+        delete this;
+    }
+}
+
+}  // namespace KVX

@@ -1,0 +1,129 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "core/lockable.h"
+#include "core/refcounted.h"
+#include "premiere/pixel_formats.h"
+#include "premiere/suites.h"
+
+namespace KVX {
+
+class ImportFrameConverter;
+class ReadController;
+class ReadRequest;
+
+namespace QT {
+class Decompressor;
+class VideoTrack;
+}  // namespace QT
+
+#pragma pack(push, 1)
+
+// What stands at the start of the pixel memory of a kKVXCustomPixelFormat frame. The file's bytes
+// follow in a page-aligned data area. Native byte order.
+struct CustomFrameHeader {
+    uint32_t sourceFormat;    // four-character code, first character in the highest byte
+    uint32_t sourceRowBytes;  // 0 for compressed sources
+    uint32_t dataOffset;      // from the start of the pixel memory to the data area, 1 to 4096
+    uint32_t dataLength;      // of the data area, whole pages
+    uint32_t skew;            // the sample begins this many bytes into the data area
+};
+static_assert(sizeof(CustomFrameHeader) == 20, "known to the modules that read such frames");
+
+#pragma pack(pop)
+
+// One video frame on its way from the movie file to the host's frame cache, and the tables of
+// source formats.
+//
+// Issue works out where the sample lies, creates the host's pixel buffer and submits the read. When
+// the file's bytes are already in the host's layout and all is page-aligned, the read lands in the
+// host's pixels; otherwise a conversion thread copies or converts. Either way the frame ends in the
+// cache, also after a failure, which only the log tells. At any moment one stage owns the frame, so
+// that its fields need no lock. The suites and the track are not owned; the frame's file is known
+// by its descriptor's number alone.
+class ImportFrame : public Core::Lockable, public Core::Refcounted {
+  public:
+    ImportFrame(long importerID, QT::VideoTrack* videoTrack, QT::Decompressor* decompressor,
+                PrPixelFormat pixelFormat, long frameIndex, long long frameTime,
+                PrSDKPPixCacheSuite* cacheSuite, PrSDKPPixCreatorSuite* creatorSuite,
+                PrSDKPPixCreator2Suite* creator2Suite, PrSDKPPixSuite* ppixSuite);
+    ~ImportFrame() override;
+
+    long Init();
+
+    // On 0 the frame lives on by itself: the maker's reference has gone into the pipeline. On
+    // failure the caller still holds its reference. Statuses: 22 for an unknown format, frame size
+    // or descriptor, 27 for a sample too large for its buffer, otherwise those of the callees.
+    long Issue();
+
+    // Run when the read has ended, on a read thread.
+    static void StaticReadCompleted(void* userData, long status, void* arg);
+    void ReadCompleted(long status, void* arg);
+
+    // Brings the bytes read into their final form, on a conversion thread, and ends the frame's
+    // road.
+    long Convert();
+
+    // The end of every road: the frame goes to the cache, whatever the status.
+    void ConvertCompleted(long status);
+
+    // The source formats, as four-character codes.
+    static bool IsDVCProFormat(unsigned int format);
+    static bool IsProResFormat(unsigned int format);
+    static bool IsSupportedCompressedVideoFormat(unsigned int format);
+    static bool IsSupportedUncompressedVideoFormat(unsigned int format);
+    static bool IsSupportedVideoFormat(unsigned int format);
+
+    // Bytes from one row to the next in the file. Answers 22, with `rowBytes` untouched, for any
+    // but the uncompressed formats.
+    static long GetUncompressedRowBytes(QT::VideoTrack* videoTrack, long& rowBytes);
+
+    long mImporterID;
+    ReadController* mReadController = nullptr;
+    ImportFrameConverter* mFrameConverter = nullptr;
+    QT::VideoTrack* mVideoTrack;
+    QT::Decompressor* mDecompressor;
+    ReadRequest* mReadRequest = nullptr;  // one reference
+    PrPixelFormat mPixelFormat;           // of the destination
+    long mFrameIndex;
+    long long mFrameTime;  // in the host's ticks
+    PrSDKPPixCacheSuite* mCacheSuite;
+    PrSDKPPixCreatorSuite* mCreatorSuite;
+    PrSDKPPixCreator2Suite* mCreator2Suite;
+    PrSDKPPixSuite* mPPixSuite;
+    PPixHand mPPix = nullptr;  // owned
+    long mStatus = 0;
+    int mWidth = 0;
+    int mHeight = 0;
+    long mSourceRowBytes = 0;  // 0 for compressed sources
+    char* mPixels = nullptr;   // of mPPix
+    int mDestRowBytes = 0;     // stays 0 for kKVXCustomPixelFormat
+    bool mCopyOnly = false;    // the file's layout is the destination's
+    bool mReadDone = false;
+    bool mNeedsConversion = true;  // false when the read lands in its final place
+
+  private:
+    // Where a read is to land; no buffer means the request's own.
+    struct ReadDestination {
+        char* buffer = nullptr;
+        long long size = 0;
+    };
+
+    long GetOpenDescriptor(int& descriptor);
+    long CreateCustomPPix(unsigned int sampleSize, long long sampleOffset,
+                          ReadDestination& destination);
+    long CreatePixelPPix(unsigned int sampleSize, long long sampleOffset,
+                         ReadDestination& destination);
+    bool CreatePPixFailed(long status) const;
+    long SubmitRequest();
+    static void ReleaseFrame(void* frame);
+    void CopyRows(const char* source, long long available);
+    void CopyWhole(const char* source, long long available);
+    long ConvertPixels(const char* source, long long available);
+
+    std::atomic<bool> mDelivered{false};
+};
+
+}  // namespace KVX

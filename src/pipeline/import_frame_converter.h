@@ -1,0 +1,45 @@
+#pragma once
+
+#include <pthread.h>
+
+#include <deque>
+
+#include "core/threaded.h"
+
+namespace KVX {
+
+class ImportFrame;
+
+// The process-wide pool of conversion threads, one for each logical processor. Frames whose bytes
+// have been read and are not yet in their final form are served first in, first out, one frame a
+// thread. Kept apart from the read pool so that slow conversion never holds up disk reads. Made by
+// the first GetInstance; lives until the process ends.
+//
+// While the pool's lock is held nothing else is taken but what a frame's destructor does.
+class ImportFrameConverter : public Core::Threaded {
+  public:
+    ~ImportFrameConverter() override;
+
+    // The one converter. A failed start is final: every call answers its status.
+    static long GetInstance(ImportFrameConverter*& out);
+
+    using Core::Threaded::Init;
+    long Init();
+
+    // Queues a frame, on which the queue takes a reference, and wakes one thread. Answers the
+    // status of the lock or of the wake-up; after a failed wake-up the frame stays queued.
+    long AddFrame(ImportFrame* frame);
+
+    void* WorkToDo() override;
+    void RunThreadPass(void* work) override;
+
+    static void Once();
+
+    static pthread_once_t sOnce;
+    static ImportFrameConverter* sInstance;
+    static long sError;
+
+    std::deque<ImportFrame*> mQueue;  // one reference each; guarded by the pool's lock
+};
+
+}  // namespace KVX
