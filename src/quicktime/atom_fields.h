@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+
+#include "quicktime/atom.h"
+
+namespace KVX::QT {
+
+// Bounded reading of one atom's fields. Offsets are in bytes from the atom's start, header
+// included, as the format's tables give them; numbers come back in native order.
+//
+// A field outside the atom reads as 0 and makes the view fail with 22 for good; the first such
+// field leaves one log line in the name of the function that made the view. So a reader may take a
+// group of fields first and test Status() once, before it acts on any of them.
+//
+// The atom must have come from a walk, which is what keeps it inside the buffer.
+class AtomFields {
+  public:
+    explicit AtomFields(const Atom* atom, const char* function = __builtin_FUNCTION(),
+                        int line = __builtin_LINE());
+
+    uint64_t Length() const { return mLength; }
+    uint32_t Type() const { return mType; }
+
+    // 0, or 22 once a field was asked for that lies outside the atom.
+    long Status() const { return mStatus; }
+
+    uint8_t Unsigned8(uint64_t offset);
+    uint16_t Unsigned16(uint64_t offset);
+    int16_t Signed16(uint64_t offset) { return static_cast<int16_t>(Unsigned16(offset)); }
+    uint32_t Unsigned32(uint64_t offset);
+    int32_t Signed32(uint64_t offset) { return static_cast<int32_t>(Unsigned32(offset)); }
+    uint64_t Unsigned64(uint64_t offset);
+
+    // The `size` bytes at `offset`, as they stand in the file; null on failure.
+    const char* Bytes(uint64_t offset, uint64_t size);
+
+    // The atom that begins at `offset` and lies wholly inside this one, such as an entry of a
+    // description table or an extension behind a description's fixed part; null, without a
+    // failure, where there is none. The next one begins where it ends.
+    Atom* AtomAt(uint64_t offset) const;
+
+  private:
+    const char* mBytes;
+    uint64_t mLength;
+    uint32_t mType;
+    long mStatus = 0;
+    const char* mFunction;
+    int mLine;
+};
+
+}  // namespace KVX::QT
