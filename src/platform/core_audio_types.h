@@ -8,12 +8,12 @@
 #else
 
 struct AudioStreamBasicDescription {
-    double mSampleRate;          // frames per second
+    double mSampleRate;  // frames per second
     uint32_t mFormatID;
-    uint32_t mFormatFlags;       // kAudioFormatFlag...
+    uint32_t mFormatFlags;  // kAudioFormatFlag...
     uint32_t mBytesPerPacket;
     uint32_t mFramesPerPacket;
-    uint32_t mBytesPerFrame;     // all channels of one instant
+    uint32_t mBytesPerFrame;  // all channels of one instant
     uint32_t mChannelsPerFrame;
     uint32_t mBitsPerChannel;
     uint32_t mReserved;
