@@ -28,6 +28,8 @@ class Indexed {
     // The object registered under `index`, or null. No reference is taken for the caller.
     static Indexed* GetInstanceForIndex(Index index);
 
+    Index GetIndex() const { return mIndex; }
+
     static void StaticInit();
 
     static std::map<Index, Indexed*> sIndexMap;

@@ -69,15 +69,24 @@ class ImportFrame : public Core::Lockable, public Core::Refcounted {
     // The end of every road: the frame goes to the cache, whatever the status.
     void ConvertCompleted(long status);
 
-    // The source formats, as four-character codes.
+    // The source formats, by the four-character code of the track's sample description. An
+    // uncompressed format can be imported; a compressed one is known by name, and its bytes can be
+    // carried, but nothing here decodes it.
     static bool IsDVCProFormat(unsigned int format);
+
+    // Without "ap4h": a track of that code is one that the movie reader understands, yet no format
+    // that the importer offers.
     static bool IsProResFormat(unsigned int format);
+
     static bool IsSupportedCompressedVideoFormat(unsigned int format);
     static bool IsSupportedUncompressedVideoFormat(unsigned int format);
+
+    // Whether a movie of this format is imported at all: the uncompressed formats and no other.
     static bool IsSupportedVideoFormat(unsigned int format);
 
-    // Bytes from one row to the next in the file. Answers 22, with `rowBytes` untouched, for any
-    // but the uncompressed formats.
+    // Bytes from one row to the next in the file: "2vuy" has no padding, "v210" has blocks of 48
+    // pixels in 128 bytes, "r210" whole multiples of 256 bytes. Answers 22, with `rowBytes`
+    // untouched, for any but the uncompressed formats.
     static long GetUncompressedRowBytes(QT::VideoTrack* videoTrack, long& rowBytes);
 
     long mImporterID;

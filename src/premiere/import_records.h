@@ -144,7 +144,7 @@ enum : int32_t {
     kRandomAccessImport = 0,
 };
 
-// NUL-terminated UTF-16, the host's form of a path. Read through unaligned pointers.
+// NUL-terminated UTF-16, the host's form of a path.
 using prUTF16Char = uint16_t;
 
 #pragma pack(push, 1)

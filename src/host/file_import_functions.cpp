@@ -1,0 +1,154 @@
+// From the parameters of each selector to the call of its handler. Which parameter holds the module
+// and which the records is fixed by the host, selector by selector. Pointers are trusted.
+#include <cstring>
+
+#include "host/entry.h"
+#include "host/file_import_module.h"
+
+namespace {
+
+using KVX::FileImportModule;
+
+template <typename Type>
+Type* Pointer(long parameter) {
+    return reinterpret_cast<Type*>(parameter);
+}
+
+// The private data word, which the host copies into the head of most of its records.
+FileImportModule* ModuleAtHead(long record) {
+    FileImportModule* module = nullptr;
+    std::memcpy(&module, Pointer<void>(record), sizeof(module));
+    return module;
+}
+
+FileImportModule* ModuleFrom(void* privatedata) {
+    return static_cast<FileImportModule*>(privatedata);
+}
+
+long Unsupported(imStdParms*, long, long) {
+    return imUnsupported;
+}
+
+long Lazy(imStdParms*, long, long) {
+    return imNoErr;
+}
+
+long Init(imStdParms* stdParms, long param1, long) {
+    return FileImportModule::Init(Pointer<imImportInfoRec>(param1), stdParms);
+}
+
+long QuietFile(imStdParms*, long param1, long param2) {
+    return FileImportModule::QuietFile(Pointer<void*>(param1), Pointer<FileImportModule>(param2));
+}
+
+long CloseFile(imStdParms*, long param1, long param2) {
+    return FileImportModule::CloseFile(Pointer<void*>(param1), Pointer<FileImportModule>(param2));
+}
+
+long Analysis(imStdParms*, long param1, long param2) {
+    return FileImportModule::Analysis(Pointer<void>(param1), Pointer<imAnalysisRec>(param2));
+}
+
+long DataRateAnalysis(imStdParms*, long param1, long param2) {
+    return FileImportModule::DataRateAnalysis(Pointer<void>(param1),
+                                              Pointer<imDataRateAnalysisRec>(param2));
+}
+
+long GetIndFormat(imStdParms*, long param1, long param2) {
+    return FileImportModule::GetIndFormat(static_cast<int>(param1),
+                                          Pointer<imIndFormatRec>(param2));
+}
+
+long GetMetaData(imStdParms*, long param1, long param2) {
+    return FileImportModule::GetMetaData(Pointer<void>(param1), Pointer<imMetaDataRec>(param2));
+}
+
+long SetMetaData(imStdParms*, long param1, long param2) {
+    return FileImportModule::SetMetaData(Pointer<void>(param1), Pointer<imMetaDataRec>(param2));
+}
+
+long ImportAudio7(imStdParms*, long param1, long param2) {
+    auto* record = Pointer<imImportAudioRec7>(param2);
+    return ModuleFrom(record->privatedata)->ImportAudio7(Pointer<void>(param1), record);
+}
+
+long GetIndPixelFormat(imStdParms*, long param1, long param2) {
+    return ModuleAtHead(param2)->GetIndPixelFormat(static_cast<int>(param1),
+                                                   Pointer<imIndPixelFormatRec>(param2));
+}
+
+long GetSupports7(imStdParms*, long, long) {
+    return FileImportModule::GetSupports7();
+}
+
+long GetSupports8(imStdParms*, long, long) {
+    return FileImportModule::GetSupports8();
+}
+
+long GetInfo8(imStdParms*, long param1, long param2) {
+    auto* info = Pointer<imFileInfoRec8>(param2);
+    return ModuleFrom(info->privatedata)->GetInfo8(Pointer<imFileAccessRec8>(param1), info);
+}
+
+long OpenFile8(imStdParms* stdParms, long param1, long param2) {
+    return FileImportModule::OpenFile8(stdParms, Pointer<void*>(param1),
+                                       Pointer<imFileOpenRec8>(param2));
+}
+
+long CalcSize8(imStdParms*, long param1, long param2) {
+    return FileImportModule::CalcSize8(Pointer<imCalcSizeRec>(param1),
+                                       Pointer<imFileAccessRec8>(param2));
+}
+
+long CheckTrim8(imStdParms*, long param1, long param2) {
+    return FileImportModule::CheckTrim8(Pointer<imCheckTrimRec>(param1),
+                                        Pointer<imFileAccessRec8>(param2));
+}
+
+long TrimFile8(imStdParms*, long param1, long param2) {
+    return FileImportModule::TrimFile8(Pointer<imFileAccessRec8>(param1),
+                                       Pointer<imTrimFileRec8>(param2));
+}
+
+long GetPreferredFrameSize(imStdParms*, long param1, long) {
+    return ModuleAtHead(param1)->GetPreferredFrameSize(Pointer<imPreferredFrameSizeRec>(param1));
+}
+
+long GetSourceVideo(imStdParms*, long param1, long param2) {
+    return FileImportModule::GetSourceVideo(Pointer<void>(param1),
+                                            Pointer<imSourceVideoRec>(param2));
+}
+
+using Table = std::array<FileImportFunction, 58>;
+
+constexpr Table MakeTable() {
+    Table table = {};
+    for (size_t selector = 0; selector < table.size(); ++selector) {
+        table[selector] = &Unsupported;
+    }
+    table[imInit] = &Init;
+    table[imShutdown] = &Lazy;
+    table[imQuietFile] = &QuietFile;
+    table[imCloseFile] = &CloseFile;
+    table[imAnalysis] = &Analysis;
+    table[imDataRateAnalysis] = &DataRateAnalysis;
+    table[imGetIndFormat] = &GetIndFormat;
+    table[imGetMetaData] = &GetMetaData;
+    table[imSetMetaData] = &SetMetaData;
+    table[imImportAudio7] = &ImportAudio7;
+    table[imGetIndPixelFormat] = &GetIndPixelFormat;
+    table[imGetSupports7] = &GetSupports7;
+    table[imGetSupports8] = &GetSupports8;
+    table[imGetInfo8] = &GetInfo8;
+    table[imOpenFile8] = &OpenFile8;
+    table[imCalcSize8] = &CalcSize8;
+    table[imCheckTrim8] = &CheckTrim8;
+    table[imTrimFile8] = &TrimFile8;
+    table[imGetPreferredFrameSize] = &GetPreferredFrameSize;
+    table[imGetSourceVideo] = &GetSourceVideo;
+    return table;
+}
+
+}  // namespace
+
+constexpr Table fileImportFunctions = MakeTable();
