@@ -1,18 +1,52 @@
+// From the record of each asynchronous selector to the call of its handler. Pointers are trusted.
+#include <cstring>
+
 #include "host/entry.h"
+#include "pipeline/async_import_module.h"
 
 namespace {
 
-long Unsupported(void*) {
-    return aiUnsupported;
+using KVX::AsyncImportModule;
+
+AsyncImportModule* ModuleAtHead(const void* record) {
+    AsyncImportModule* module = nullptr;
+    std::memcpy(&module, record, sizeof(module));
+    return module;
+}
+
+imSourceVideoRec* SourceVideoOf(void* record) {
+    return &static_cast<aiAsyncRequest*>(record)->sourceRec;
+}
+
+long InitiateAsyncRead(void* record) {
+    return ModuleAtHead(record)->InitiateAsyncRead(SourceVideoOf(record));
+}
+
+long CancelAsyncRead(void* record) {
+    return ModuleAtHead(record)->CancelAsyncRead(SourceVideoOf(record));
+}
+
+// There is nothing to flush, in whichever module.
+long Flush(void*) {
+    return aiNoError;
+}
+
+// Unlike a request, this record is the source video record itself.
+long GetFrame(void* record) {
+    return ModuleAtHead(record)->GetFrame(static_cast<imSourceVideoRec*>(record));
+}
+
+long Close(void* record) {
+    return record == nullptr ? aiNoError : static_cast<AsyncImportModule*>(record)->Close();
 }
 
 constexpr std::array<AsyncImportFunction, 5> MakeTable() {
     std::array<AsyncImportFunction, 5> table = {};
-    table[aiInitiateAsyncRead] = &Unsupported;
-    table[aiCancelAsyncRead] = &Unsupported;
-    table[aiFlush] = &Unsupported;
-    table[aiGetFrame] = &Unsupported;
-    table[aiClose] = &Unsupported;
+    table[aiInitiateAsyncRead] = &InitiateAsyncRead;
+    table[aiCancelAsyncRead] = &CancelAsyncRead;
+    table[aiFlush] = &Flush;
+    table[aiGetFrame] = &GetFrame;
+    table[aiClose] = &Close;
     return table;
 }
 

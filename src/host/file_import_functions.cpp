@@ -114,6 +114,10 @@ long GetPreferredFrameSize(imStdParms*, long param1, long) {
     return ModuleAtHead(param1)->GetPreferredFrameSize(Pointer<imPreferredFrameSizeRec>(param1));
 }
 
+long CreateAsyncImporter(imStdParms*, long param1, long) {
+    return ModuleAtHead(param1)->CreateAsyncImporter(Pointer<imAsyncImporterCreationRec>(param1));
+}
+
 long GetSourceVideo(imStdParms*, long param1, long param2) {
     return FileImportModule::GetSourceVideo(Pointer<void>(param1),
                                             Pointer<imSourceVideoRec>(param2));
@@ -145,6 +149,7 @@ constexpr Table MakeTable() {
     table[imCheckTrim8] = &CheckTrim8;
     table[imTrimFile8] = &TrimFile8;
     table[imGetPreferredFrameSize] = &GetPreferredFrameSize;
+    table[imCreateAsyncImporter] = &CreateAsyncImporter;
     table[imGetSourceVideo] = &GetSourceVideo;
     return table;
 }

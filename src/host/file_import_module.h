@@ -69,6 +69,10 @@ class FileImportModule : public Core::Indexed<long>, public Core::Refcounted {
     // of the record. Answers errno of a failed read, or 22 for audio that is not converted.
     long ImportAudio7(void* streamRef, imImportAudioRec7* record);
 
+    // Makes the object that delivers the frames of the first video track, and gives it to the host
+    // with the function to call it through.
+    long CreateAsyncImporter(imAsyncImporterCreationRec* record);
+
     // Declined. The answers are fixed, whatever the records hold.
     static long Analysis(void* streamRef, imAnalysisRec* record);
     static long DataRateAnalysis(void* streamRef, imDataRateAnalysisRec* record);
