@@ -8,8 +8,8 @@ namespace kvx_hostkit {
 
 namespace {
 
-// Fills the host's records beside the fields that an importer may use. Taken for a pointer, it leads
-// nowhere.
+// Fills the host's records beside the fields that an importer may use. Taken for a pointer, it
+// leads nowhere.
 constexpr uint8_t kFiller = 0xEE;
 
 constexpr int32_t kHostGone = -1;
@@ -84,10 +84,7 @@ constexpr PrSDKLegacySuite kLegacySuite = {&GetTicksPerTimebaseFrame};
 }  // namespace
 
 Host::Host(const HostSettings& hostSettings)
-    : settings(hostSettings),
-      mUtilFuncs(kFiller),
-      mSuites(kFiller),
-      mStdParms(kFiller) {
+    : settings(hostSettings), mUtilFuncs(kFiller), mSuites(kFiller), mStdParms(kFiller) {
     mUtilFuncs->getSPBasicSuite = &GetBasicSuite;
     mSuites->utilFuncs = mUtilFuncs.Get();
     mStdParms->piSuitesPtr = mSuites.Get();

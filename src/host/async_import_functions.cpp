@@ -36,8 +36,12 @@ long GetFrame(void* record) {
     return ModuleAtHead(record)->GetFrame(static_cast<imSourceVideoRec*>(record));
 }
 
+// Here the record is the module.
 long Close(void* record) {
-    return record == nullptr ? aiNoError : static_cast<AsyncImportModule*>(record)->Close();
+    if (record == nullptr) {
+        return aiNoError;
+    }
+    return static_cast<AsyncImportModule*>(record)->Close();
 }
 
 constexpr std::array<AsyncImportFunction, 5> MakeTable() {

@@ -59,8 +59,8 @@ long FileImportModule::ImportAudio7(void* streamRef, imImportAudioRec7* record) 
 
     const unsigned int frameSize = track->GetSampleSize(0);
     const Buffer buffer = AllocateFrames(
-        count, std::max<unsigned long long>(frameSize,
-                                            GetConvertedFrameSize(track->mStreamDescription)));
+        count,
+        std::max<unsigned long long>(frameSize, GetConvertedFrameSize(track->mStreamDescription)));
     if (buffer == nullptr) {
         KVX_LOG("calloc failed\n");
         return imMemErr;

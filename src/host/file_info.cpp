@@ -123,8 +123,7 @@ long FileImportModule::GetInfo8(imFileAccessRec8*, imFileInfoRec8* info) {
         }
     } else if (index + 1 != std::max(audioCount, videoCount)) {
         if (!hasAudio && !hasVideo) {
-            KVX_LOG(
-                "Iterated past the last audio and video track.  Premiere won't like this.\n");
+            KVX_LOG("Iterated past the last audio and video track.  Premiere won't like this.\n");
             return imBadStreamIndex;
         }
         result = imIterateStreams;

@@ -20,8 +20,8 @@ bool AppIsPremiere(imStdParms* stdParms) {
 
     const SPBasicSuite* basicSuite = GetBasicSuite(stdParms);
     const void* suite = nullptr;
-    if (basicSuite == nullptr || basicSuite->AcquireSuite(kPrSDKAppInfoSuite,
-                                                          kPrSDKAppInfoSuiteVersion, &suite) != 0) {
+    if (basicSuite == nullptr ||
+        basicSuite->AcquireSuite(kPrSDKAppInfoSuite, kPrSDKAppInfoSuiteVersion, &suite) != 0) {
         KVX_LOG("AcquireSuite() failed\n");
         return true;
     }

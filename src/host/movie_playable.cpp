@@ -48,11 +48,11 @@ constexpr SampleType kSampleTypes[] = {
 
 // False for a form that the host has no name for.
 bool GetSampleType(const AudioStreamBasicDescription& stream, int& sampleType) {
-    const auto found = std::find_if(
-        std::begin(kSampleTypes), std::end(kSampleTypes), [&stream](const SampleType& type) {
-            return stream.mBitsPerChannel == type.bits &&
-                   (stream.mFormatFlags & type.tested) == type.set;
-        });
+    const auto found = std::find_if(std::begin(kSampleTypes), std::end(kSampleTypes),
+                                    [&stream](const SampleType& type) {
+                                        return stream.mBitsPerChannel == type.bits &&
+                                               (stream.mFormatFlags & type.tested) == type.set;
+                                    });
     if (found == std::end(kSampleTypes)) {
         return false;
     }

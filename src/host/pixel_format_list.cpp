@@ -47,9 +47,8 @@ constexpr VersionFormat kR210Formats[] = {
 
 PrPixelFormat GetR210Format(const QT::VideoTrack&) {
     const auto found = std::find_if(
-        std::begin(kR210Formats), std::end(kR210Formats), [](const VersionFormat& row) {
-            return row.majorVersion == gPremiereVersionInfo.major;
-        });
+        std::begin(kR210Formats), std::end(kR210Formats),
+        [](const VersionFormat& row) { return row.majorVersion == gPremiereVersionInfo.major; });
     return found == std::end(kR210Formats) ? PrPixelFormat_BGRA_4444_8u : found->format;
 }
 

@@ -90,7 +90,8 @@ bool ImportFrame::IsSupportedVideoFormat(unsigned int format) {
 }
 
 long ImportFrame::GetUncompressedRowBytes(QT::VideoTrack* videoTrack, long& rowBytes) {
-    const UncompressedFormat* layout = FindUncompressed(static_cast<unsigned int>(videoTrack->mFormat));
+    const UncompressedFormat* layout =
+        FindUncompressed(static_cast<unsigned int>(videoTrack->mFormat));
     if (layout == nullptr) {
         return Core::kStatusInvalid;
     }
