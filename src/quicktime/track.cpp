@@ -26,15 +26,6 @@ constexpr int kClosed = -2;
 }  // namespace
 
 Track::~Track() {
-    for (const auto& entry : mEditRates) {
-        delete entry.second;
-    }
-    for (const auto& entry : mSampleDurations) {
-        delete entry.second;
-    }
-    for (const auto& entry : mSizeOffsets) {
-        delete entry.second;
-    }
     if (mFileDescriptor > 0) {
         close(mFileDescriptor);
     }
