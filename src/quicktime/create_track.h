@@ -11,34 +11,34 @@
 namespace KVX::QT {
 
 // What the Create of each track class checks, and how its log lines call things.
-struct TrackKind {
+struct TrackClass {
     unsigned int mediaType;
     const char* mediaName;
-    const char* className;
+    const char* name;
     const char* initCall;
 };
 
 // The common body of the track classes' Create: makes a track of the "trak" if that is of the right
 // media type. The caller owns the result; null after a log line, in the caller's name, on failure.
 template <typename TrackType>
-TrackType* CreateTrack(const TrackKind& kind, const std::string& path, Atom* moovAtom,
+TrackType* CreateTrack(const TrackClass& trackClass, const std::string& path, Atom* moovAtom,
                        Atom* trakAtom, const char* function = __builtin_FUNCTION(),
                        int line = __builtin_LINE()) {
     int mediaType = 0;
     if (Core::Failed(Track::GetMediaType(trakAtom, mediaType), "GetMediaType", function, line)) {
         return nullptr;
     }
-    if (static_cast<unsigned int>(mediaType) != kind.mediaType) {
-        Core::LogLine(function, line, "Unsupported %s track media type %s\n", kind.mediaName,
+    if (static_cast<unsigned int>(mediaType) != trackClass.mediaType) {
+        Core::LogLine(function, line, "Unsupported %s track media type %s\n", trackClass.mediaName,
                       Util::Printer::Fcc(mediaType));
         return nullptr;
     }
     std::unique_ptr<TrackType> track(new (std::nothrow) TrackType);
     if (track == nullptr) {
-        Core::LogLine(function, line, "Failed to create a new %s object\n", kind.className);
+        Core::LogLine(function, line, "Failed to create a new %s object\n", trackClass.name);
         return nullptr;
     }
-    if (Core::Failed(track->Init(path, moovAtom, trakAtom), kind.initCall, function, line)) {
+    if (Core::Failed(track->Init(path, moovAtom, trakAtom), trackClass.initCall, function, line)) {
         return nullptr;
     }
     return track.release();

@@ -1,5 +1,8 @@
 #include "quicktime/sample_description.h"
 
+#include <cstdlib>
+#include <cstring>
+
 #include "core/four_char_code.h"
 #include "core/log.h"
 #include "core/status.h"
@@ -69,6 +72,29 @@ long FindFirstSampleDescription(Atom* trakAtom, Atom*& entryAtom, const char* fu
         return Core::kStatusInvalid;
     }
     entryAtom = entry;
+    return 0;
+}
+
+long CopyPayload(const Atom* atom, const char* name, unsigned char*& data, unsigned int& size,
+                 const char* function, int line) {
+    std::free(data);
+    data = nullptr;
+    size = 0;
+
+    AtomFields fields(atom, function, line);
+    const unsigned int header = atom->HeaderLength();
+    if (fields.Bytes(0, header) == nullptr) {
+        return fields.Status();
+    }
+    // An atom inside a movie atom is far below 4 GiB.
+    const unsigned int payload = static_cast<unsigned int>(fields.Length() - header);
+    data = static_cast<unsigned char*>(std::malloc(payload == 0 ? 1 : payload));
+    if (data == nullptr) {
+        Core::LogLine(function, line, "Failed to allocate %u byte %s buffer\n", payload, name);
+        return Core::kStatusNoMemory;
+    }
+    std::memcpy(data, fields.Bytes(header, payload), payload);
+    size = payload;
     return 0;
 }
 

@@ -1,23 +1,27 @@
 #pragma once
 
-#include <string>
-
 #include "quicktime/atom.h"
 
 namespace KVX::QT {
 
-// The road to a track's sample descriptions, which the track classes share. Both operations log in
-// the name of their caller and answer 0 or 22.
+// What the track classes share in reading their sample descriptions. All operations log in the name
+// of their caller.
 
-// Finds the "stsd" of a "trak". It has at least one entry.
+// Finds the "stsd" of a "trak". It has at least one entry. Answers 0 or 22.
 long FindSampleDescriptions(Atom* trakAtom, Atom*& stsdAtom,
                             const char* function = __builtin_FUNCTION(),
                             int line = __builtin_LINE());
 
 // Finds the first entry of the "stsd" of a "trak", the only one that is ever read. It lies wholly
-// inside the "stsd", and its size word is its length.
+// inside the "stsd", and its size word is its length. Answers 0 or 22.
 long FindFirstSampleDescription(Atom* trakAtom, Atom*& entryAtom,
                                 const char* function = __builtin_FUNCTION(),
                                 int line = __builtin_LINE());
+
+// Puts a copy of an atom's payload in place of `data` (null, or what an earlier call left there),
+// which the caller frees with std::free. `name` is what log lines call it. Answers 0, 12 or 22; on
+// failure `data` is null.
+long CopyPayload(const Atom* atom, const char* name, unsigned char*& data, unsigned int& size,
+                 const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
 
 }  // namespace KVX::QT
