@@ -30,7 +30,6 @@ enum : OSStatus {
     permErr = -54,
     memFullErr = -108,
     dirNFErr = -120,
-    badMovErr = -122,
     notAFileErr = -1302,
     diffVolErr = -1303,
     errFSBadFSRef = -1401,
@@ -81,8 +80,9 @@ OSStatus FSMoveObjectSync(const FSRef* source, const FSRef* destination, CFStrin
 // Deletes a file, a symbolic link or an empty folder.
 OSErr FSDeleteObject(const FSRef* ref);
 
-// Stores the path that an alias record holds, as a string for the caller to release; `path` is
-// untouched on failure. Each output may be null.
+// Stores the path that an alias record holds, as a string for the caller to release; on failure
+// `path` is untouched. The target is not looked for. The other outputs may be null; where this is
+// our own implementation they must be, and are refused with paramErr otherwise.
 OSStatus FSCopyAliasInfo(AliasHandle alias, HFSUniStr255* targetName, HFSUniStr255* volumeName,
                          CFStringRef* path, FSAliasInfoBitmap* whichInfo, FSAliasInfo* info);
 

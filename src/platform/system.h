@@ -3,12 +3,17 @@
 
 #include <cstdint>
 
-#if defined(__APPLE__)
+#if defined(__APPLE__) && __has_include(<libkern/OSAtomic.h>)
+// The header's own switch: the call is deprecated there, and exactly what is wanted here.
+#if !defined(OSATOMIC_DEPRECATED)
+#define OSATOMIC_DEPRECATED 0
+#endif
 #include <libkern/OSAtomic.h>
 #else
 
-// Adds atomically, with no ordering beyond what a reference count needs. Returns the new value.
-int32_t OSAtomicAdd32(int32_t amount, volatile int32_t* value);
+// Adds atomically, ordered as a reference count needs it: what was written before one thread's drop
+// is seen by the thread that finds the count at zero. Returns the new value; wraps around.
+extern "C" int32_t OSAtomicAdd32(int32_t amount, volatile int32_t* value);
 
 #endif
 
