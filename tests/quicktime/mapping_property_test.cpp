@@ -4,45 +4,32 @@
 
 #include <algorithm>
 #include <functional>
-#include <memory>
+#include <map>
 #include <set>
 #include <string>
+#include <vector>
 
-#include "quicktime/audio_track.h"
-#include "quicktime/movie.h"
-#include "quicktime/timecode_track.h"
-#include "quicktime/video_track.h"
+#include "support/loaded_track.h"
 #include "support/log_capture.h"
-#include "support/movie_file.h"
 #include "support/naive_track.h"
 #include "support/random_recipe.h"
 
 using namespace kvx_test;
-using KVX::QT::Movie;
 using KVX::QT::Track;
 
 namespace {
 
 constexpr uint64_t kMovies = 2500;
 
-// Calls `check` with each random movie's track, as read from a file and as told sample by sample.
+// Calls `check` with each random movie's track, as the reader has it and as told sample by sample.
 void ForEachRandomTrack(
     const std::function<void(Track&, const NaiveTrack&, const TrackRecipe&, Random&)>& check) {
-    const TempDirectory directory;
-    const std::string path = directory.File("movie.mov");
     for (uint64_t seed = 1; seed <= kMovies && !testing::Test::HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         Random random(seed);
         const MovieRecipe recipe = RandomMovie(random);
-        WriteFile(path, BuildMoov(recipe).Serialize());
-        const std::unique_ptr<Movie> movie(Movie::Create(path));
-        ASSERT_NE(movie, nullptr);
-        ASSERT_EQ(
-            movie->mVideoTracks.size() + movie->mAudioTracks.size() + movie->mTimeCodeTracks.size(),
-            1u);
-        Track* track = !movie->mVideoTracks.empty()   ? static_cast<Track*>(movie->mVideoTracks[0])
-                       : !movie->mAudioTracks.empty() ? static_cast<Track*>(movie->mAudioTracks[0])
-                                                      : movie->mTimeCodeTracks[0];
+        LoadedTrack track(recipe);
+        ASSERT_EQ(track.Status(), 0);
         check(*track, NaiveTrack(recipe.tracks[0], recipe.timeScale), recipe.tracks[0], random);
     }
 }
