@@ -1,0 +1,31 @@
+// Calls of the system and of the allocator that fail on order. The program's own references to the
+// functions lead here (the linker's --wrap), so that nothing in src/ knows of it.
+#pragma once
+
+namespace kvx_test {
+
+enum class Call {
+    New,         // operator new: throws
+    NewNothrow,  // operator new(std::nothrow): null
+    Calloc,      // null
+    MutexInit,   // answers the status
+    MutexLock,   // answers the status, takes no lock
+    Once,        // answers the status, runs nothing
+    NumberOfCalls,
+};
+
+// Lets a call fail while it lives: on every thread, after `skip` good ones. One at a time for each
+// call. The test framework makes some of these calls too, so compare and print nothing meanwhile.
+class FailingCall {
+  public:
+    explicit FailingCall(Call call, int status = 0, int skip = 0);
+    ~FailingCall();
+
+    FailingCall(const FailingCall&) = delete;
+    FailingCall& operator=(const FailingCall&) = delete;
+
+  private:
+    Call mCall;
+};
+
+}  // namespace kvx_test
