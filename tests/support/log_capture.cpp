@@ -3,9 +3,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <regex>
+#include <cstring>
 
 namespace kvx_test {
 
@@ -40,8 +41,26 @@ std::string LogCapture::Raw() const {
 }
 
 std::string LogCapture::Text() const {
-    static const std::regex prefix(R"(\*\*\* ([~A-Za-z0-9_]+)\[[0-9]+\]: )");
-    return std::regex_replace(Raw(), prefix, "$1: ");
+    constexpr char kMark[] = "*** ";
+    constexpr char kDigits[] = "0123456789";
+    const std::string raw = Raw();
+    std::string text;
+    for (size_t begin = 0; begin < raw.size();) {
+        const size_t end = std::min(raw.find('\n', begin), raw.size() - 1) + 1;
+        const std::string line = raw.substr(begin, end - begin);
+        begin = end;
+        const size_t bracket = line.find('[');
+        const size_t close =
+            bracket == std::string::npos ? bracket : line.find_first_not_of(kDigits, bracket + 1);
+        if (line.rfind(kMark, 0) == 0 && close != std::string::npos &&
+            line.compare(close, 3, "]: ") == 0) {
+            text += line.substr(std::strlen(kMark), bracket - std::strlen(kMark)) +
+                    line.substr(close + 1);
+        } else {
+            text += line;
+        }
+    }
+    return text;
 }
 
 }  // namespace kvx_test
