@@ -9,6 +9,7 @@
 #include "core/status.h"
 #include "quicktime/audio_track.h"
 #include "quicktime/movie_atom.h"
+#include "quicktime/timecode_track.h"
 #include "quicktime/video_track.h"
 #include "util/printer.h"
 
@@ -37,6 +38,7 @@ bool Append(Movie& movie, const std::string& path, Atom* moovAtom, Atom* trakAto
 constexpr TrackKind kTrackKinds[] = {
     {Core::FourCharCode("vide"), "VideoTrack", Append<VideoTrack, &Movie::mVideoTracks>},
     {Core::FourCharCode("soun"), "AudioTrack", Append<AudioTrack, &Movie::mAudioTracks>},
+    {Core::FourCharCode("tmcd"), "TimeCodeTrack", Append<TimeCodeTrack, &Movie::mTimeCodeTracks>},
 };
 
 const TrackKind* FindKind(uint32_t mediaType) {
@@ -79,6 +81,7 @@ void DeleteAll(std::vector<Kind*>& tracks) {
 Movie::~Movie() {
     DeleteAll(mAudioTracks);
     DeleteAll(mVideoTracks);
+    DeleteAll(mTimeCodeTracks);
 }
 
 Movie* Movie::Create(const std::string& path) {
@@ -135,12 +138,17 @@ long Movie::OpenFile() {
         KVX_LOG("Got error %ld opening video track file\n", status);
         return status;
     }
+    if (const long status = OpenAll(mTimeCodeTracks)) {
+        KVX_LOG("Got error %ld opening timecode track file\n", status);
+        return status;
+    }
     return 0;
 }
 
 void Movie::CloseFile() {
     CloseAll(mAudioTracks);
     CloseAll(mVideoTracks);
+    CloseAll(mTimeCodeTracks);
 }
 
 long Movie::SetTimecode(int, int, int, int, bool, long, long) {
