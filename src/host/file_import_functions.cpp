@@ -95,6 +95,14 @@ long OpenFile8(imStdParms* stdParms, long param1, long param2) {
                                        Pointer<imFileOpenRec8>(param2));
 }
 
+long SaveFile8(imStdParms*, long param1, long) {
+    return FileImportModule::SaveFile8(Pointer<imSaveFileRec8>(param1));
+}
+
+long DeleteFile8(imStdParms*, long param1, long) {
+    return FileImportModule::DeleteFile8(Pointer<imDeleteFileRec8>(param1));
+}
+
 long CalcSize8(imStdParms*, long param1, long param2) {
     return FileImportModule::CalcSize8(Pointer<imCalcSizeRec>(param1),
                                        Pointer<imFileAccessRec8>(param2));
@@ -123,6 +131,16 @@ long GetSourceVideo(imStdParms*, long param1, long param2) {
                                             Pointer<imSourceVideoRec>(param2));
 }
 
+long GetTimeInfo8(imStdParms*, long param1, long param2) {
+    return ModuleAtHead(param2)->GetTimeInfo8(Pointer<void>(param1),
+                                              Pointer<imTimeInfoRec8>(param2));
+}
+
+long SetTimeInfo8(imStdParms*, long param1, long param2) {
+    return ModuleAtHead(param2)->SetTimeInfo8(Pointer<void>(param1),
+                                              Pointer<imTimeInfoRec8>(param2));
+}
+
 using Table = std::array<FileImportFunction, 58>;
 
 constexpr Table MakeTable() {
@@ -145,12 +163,16 @@ constexpr Table MakeTable() {
     table[imGetSupports8] = &GetSupports8;
     table[imGetInfo8] = &GetInfo8;
     table[imOpenFile8] = &OpenFile8;
+    table[imSaveFile8] = &SaveFile8;
+    table[imDeleteFile8] = &DeleteFile8;
     table[imCalcSize8] = &CalcSize8;
     table[imCheckTrim8] = &CheckTrim8;
     table[imTrimFile8] = &TrimFile8;
     table[imGetPreferredFrameSize] = &GetPreferredFrameSize;
     table[imCreateAsyncImporter] = &CreateAsyncImporter;
     table[imGetSourceVideo] = &GetSourceVideo;
+    table[imGetTimeInfo8] = &GetTimeInfo8;
+    table[imSetTimeInfo8] = &SetTimeInfo8;
     return table;
 }
 

@@ -69,6 +69,17 @@ class FileImportModule : public Core::Indexed<long>, public Core::Refcounted {
     // of the record. Answers errno of a failed read, or 22 for audio that is not converted.
     long ImportAudio7(void* streamRef, imImportAudioRec7* record);
 
+    // Move or delete a file, whether a module is open on it or not. A module that is keeps its open
+    // descriptors and the old path. Answers the results of the platform's File Manager as they are.
+    static long SaveFile8(imSaveFileRec8* record);
+    static long DeleteFile8(imDeleteFileRec8* record);
+
+    // The start timecode of the first timecode track, as text; imNoTimecode if there is none.
+    long GetTimeInfo8(void* streamRef, imTimeInfoRec8* record);
+
+    // Checks the text and refuses with imOtherErr: no file is ever written to.
+    long SetTimeInfo8(void* streamRef, imTimeInfoRec8* record);
+
     // Makes the object that delivers the frames of the first video track, and gives it to the host
     // with the function to call it through.
     long CreateAsyncImporter(imAsyncImporterCreationRec* record);
