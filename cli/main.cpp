@@ -1,0 +1,24 @@
+#include <CLI/CLI.hpp>
+
+#include "commands.h"
+
+int main(int argc, char** argv) {
+    using namespace kvx_cli;
+
+    CLI::App app(
+        "Opens QuickTime movies through the KVX Importer module, as an editing host does.");
+    app.name("kvx");
+    app.require_subcommand(1);
+    CommonOptions common;
+    app.add_option("--module", common.modulePath, "The importer module to load")->type_name("PATH");
+    Command chosen;
+    AddInfoCommand(app, common, chosen);
+    AddAudioCommand(app, common, chosen);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kExitDone : kExitUsage;
+    }
+    return chosen();
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+namespace kvx_cli {
+
+// Takes what the module logs while it lives: the module's only log is standard error.
+class ModuleLog {
+  public:
+    ModuleLog();
+    ~ModuleLog();
+
+    ModuleLog(const ModuleLog&) = delete;
+    ModuleLog& operator=(const ModuleLog&) = delete;
+
+    // What was logged so far.
+    std::string Text() const;
+
+  private:
+    std::FILE* mFile;
+    int mStandardError = -1;
+};
+
+}  // namespace kvx_cli

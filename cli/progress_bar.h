@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace kvx_cli {
+
+// A bar on standard error for work that takes a while. Nothing is drawn when standard error is not
+// a terminal, nor in the first moments, so that short work stays quiet.
+class ProgressBar {
+  public:
+    ProgressBar(std::string label, int64_t total);
+
+    // Leaves an empty line behind.
+    ~ProgressBar();
+
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+
+    void Update(int64_t done);
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    std::string mLabel;
+    int64_t mTotal;
+    bool mTerminal;
+    bool mDrawn = false;
+    Clock::time_point mNextDraw;
+};
+
+// The bar's text, without the return to the start of the line: "label [#####.....]  50 %".
+std::string ProgressText(const std::string& label, int64_t done, int64_t total);
+
+}  // namespace kvx_cli

@@ -1,0 +1,107 @@
+#include "refusal.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "premiere/import_records.h"
+
+namespace kvx_cli {
+
+namespace {
+
+struct Reason {
+    const char* logged;
+    const char* sentence;
+};
+
+// The module logs a line at each level that a failure passes; the cause is the innermost. The first
+// row whose text is found decides, so rows that explain more stand before rows that explain less.
+constexpr Reason kReasons[] = {
+    {"and subtype 'url '",
+     "its tracks name the data handler \"url \", as ffmpeg writes it; only media under "
+     "QuickTime's own handler \"alis\" is imported"},
+    {"Unsupported data handler type",
+     "its tracks name a data handler that is not QuickTime's own, \"alis\""},
+    {"Unrecognised 5.1 channel layout tag",
+     "its six-channel sound has a channel layout that is none of the four MPEG 5.1 orders; from "
+     "ffmpeg, sound in the layout \"5.1(side)\" is imported, in \"5.1\" it is not"},
+    {"Unsupported sound description version",
+     "its sound is described in a version of the format that the importer does not know"},
+    {"URL data references not supported",
+     "its media lies elsewhere, under a web address, and the importer does not follow those"},
+    {"Resource data references not supported",
+     "its media lies in a file's resource fork, and the importer does not look there"},
+    {"FSCopyAliasInfo returned",
+     "its media lies in another file, and the record that names this file is damaged"},
+    {"Failed to open movie file", "the file cannot be opened"},
+    {"open returned", "its media lies in another file, which is not there or cannot be opened"},
+    {"'moov' atom not found",
+     "it is not a QuickTime movie, or it is one that was never finished: there is no movie atom"},
+    {"Invalid atom length",
+     "it is not a QuickTime movie, or it is damaged or cut off: its chain of atoms breaks"},
+    {"has invalid length", "its movie atom has no acceptable size: 8 MiB is the most"},
+    {"Invalid number of sample description entries",
+     "one of its tracks does not say what it holds: there is no sample description"},
+    {"Got invalid offset", "its sample tables are damaged: a chunk has no place in the file"},
+    {"Got invalid first size", "its sample tables are damaged: a sample has no size"},
+    {"Failed to find", "it is incomplete: one of its tracks lacks an atom that it must have"},
+    {"channel audio not supported",
+     "its sound has a number of channels that is not delivered: only mono, stereo and 5.1 are"},
+    {"bit integer audio not supported",
+     "its sound has a sample form that is not delivered: no unsigned samples above 8 bits, no "
+     "64-bit integers"},
+    {"bit audio not supported",
+     "its sound has a sample size that is not delivered: only 8, 16, 24, 32 and 64 bits are"},
+};
+
+const char kNotPlayable[] =
+    "it is a QuickTime movie, but not of the kind that is imported: exactly one video track, "
+    "uncompressed as 2vuy, 2Vuy, r210 or v210 (not H.264, ProRes or another compressed format), "
+    "and sound tracks of one PCM form";
+
+std::string FirstLine(const std::string& log) {
+    return log.substr(0, log.find('\n'));
+}
+
+}  // namespace
+
+std::string FileProblem(const std::string& path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0) {
+        return errno == ENOENT ? "there is no such file"
+                               : std::string("the file cannot be reached: ") + std::strerror(errno);
+    }
+    if (S_ISDIR(status.st_mode)) {
+        return "it is a folder, not a file";
+    }
+    if (S_ISREG(status.st_mode) && status.st_size == 0) {
+        return "the file is empty";
+    }
+    if (access(path.c_str(), R_OK) != 0) {
+        return std::string("the file cannot be read: ") + std::strerror(errno);
+    }
+    return "";
+}
+
+std::string RefusalInWords(long status, const std::string& log) {
+    for (const Reason& reason : kReasons) {
+        if (log.find(reason.logged) != std::string::npos) {
+            return reason.sentence;
+        }
+    }
+    // A movie that was read and is not playable is the one refusal without a log line.
+    if (status == imBadFile && log.find("***") == std::string::npos) {
+        return kNotPlayable;
+    }
+    std::string words = "the importer refused it with status " + std::to_string(status);
+    if (!log.empty()) {
+        words += ": " + FirstLine(log);
+    }
+    return words;
+}
+
+}  // namespace kvx_cli

@@ -1,0 +1,15 @@
+// Why a movie is not imported, in words.
+#pragma once
+
+#include <string>
+
+namespace kvx_cli {
+
+// What is wrong with `path` before any movie is looked for: missing, a folder, empty, not to be
+// read. Empty when nothing is.
+std::string FileProblem(const std::string& path);
+
+// The reason behind a failed call of the module, from its status and from what it logged meanwhile.
+std::string RefusalInWords(long status, const std::string& log);
+
+}  // namespace kvx_cli

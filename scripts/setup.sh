@@ -1,0 +1,103 @@
+# What ./import and ./test share: the packages that must be there, and how a preset is built.
+# Sourced by scripts that stand in the root of the repository and run under `set -euo pipefail`.
+
+# By what they are for, and in the same order for both systems.
+setup_debian_build=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
+    nlohmann-json3-dev libpng-dev)
+setup_debian_sample=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good)
+setup_debian_tests=(ffmpeg quicktime-utils python3)
+
+setup_brew_build=(cmake ninja googletest google-benchmark cli11 nlohmann-json libpng)
+setup_brew_sample=(gstreamer)
+setup_brew_tests=(ffmpeg python3) # there is no libquicktime; its movies are left out there
+
+setup_say() {
+    printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+}
+
+setup_fail() {
+    setup_say "$*"
+    exit 1
+}
+
+setup_as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        setup_fail "needs root for: $*"
+    fi
+}
+
+setup_apt() {
+    local package missing=()
+    for package in "$@"; do
+        # One query for each: dpkg-query leaves unknown names out of its list.
+        if [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
+            missing+=("$package")
+        fi
+    done
+    if [ ${#missing[@]} -eq 0 ]; then
+        return
+    fi
+    setup_say "installing ${missing[*]}"
+    setup_as_root apt-get -q update
+    setup_as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get -q -y --no-install-recommends install "${missing[@]}"
+}
+
+setup_brew() {
+    local package missing=()
+    for package in "$@"; do
+        if ! brew list --versions "$package" >/dev/null 2>&1; then
+            missing+=("$package")
+        fi
+    done
+    if [ ${#missing[@]} -gt 0 ]; then
+        setup_say "installing ${missing[*]}"
+        brew install "${missing[@]}"
+    fi
+}
+
+# setup_packages GROUP...: installs what is missing of the groups build, sample and tests.
+setup_packages() {
+    local group list system installer
+    if [ "$(uname -s)" = Darwin ]; then
+        command -v brew >/dev/null || setup_fail "needs Homebrew (https://brew.sh)"
+        system=brew installer=setup_brew
+    elif command -v apt-get >/dev/null; then
+        system=debian installer=setup_apt
+    else
+        setup_say "this is neither Debian, Ubuntu nor macOS: taking the tools as they are"
+        return
+    fi
+    local packages=()
+    for group in "$@"; do
+        list="setup_${system}_${group}[@]"
+        packages+=("${!list}")
+    done
+    "$installer" "${packages[@]}"
+}
+
+# setup_build PRESET [TARGET...]: configures the preset once and builds it into build/PRESET.
+setup_build() {
+    local preset=$1
+    shift
+    if [ ! -f "build/$preset/build.ninja" ]; then
+        setup_say "configuring build/$preset"
+        local options=()
+        if command -v ccache >/dev/null; then
+            options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+        fi
+        cmake --preset "$preset" ${options[@]+"${options[@]}"} >"build-$preset.log" 2>&1 ||
+            { cat "build-$preset.log" >&2; rm -f "build-$preset.log"; setup_fail "cannot configure"; }
+        rm -f "build-$preset.log"
+    fi
+    setup_say "building build/$preset"
+    if [ $# -gt 0 ]; then
+        cmake --build --preset "$preset" --target "$@"
+    else
+        cmake --build --preset "$preset"
+    fi
+}

@@ -1,0 +1,209 @@
+"""The real movies of the end-to-end tests: which encoder writes them, and what is done afterwards.
+
+A recipe is plain data, so that its text alone tells whether the movies made earlier are still good.
+Encoders write into a scratch folder; `movies` names each file that is kept, and the edit of edits.py
+(with its arguments, the first of them the scratch file) that it comes from.
+"""
+
+from dataclasses import dataclass
+
+SOUND_RATE = 48000
+SOUND_KINDS = ["u8", "s8", "s16be", "s16le", "s24be", "s24le", "s32be", "s32le",
+               "f32be", "f32le", "f64be", "f64le"]
+# ffmpeg describes 5.1 with side channels by the tag of MPEG 5.1 A, and with back channels by a
+# bitmap.
+LAYOUTS = {"mono": (1, "mono"), "stereo": (2, "stereo"), "5.1": (6, "5.1(side)"),
+           "5.1 back": (6, "5.1")}
+PICTURES = {
+    "v210": ["-c:v", "v210"],
+    "2vuy": ["-c:v", "rawvideo", "-pix_fmt", "uyvy422"],
+    "r210": ["-c:v", "r210"],
+}
+MPEG_5_1_TAGS = {"A": 0x00790006, "B": 0x007A0006, "C": 0x007B0006, "D": 0x007C0006}
+HOLE = 9 << 29  # 4.5 GiB: what lies beyond needs 64-bit offsets
+
+
+@dataclass
+class Recipe:
+    name: str
+    commands: list  # argument lists, run one after the other in the scratch folder
+    movies: dict  # kept file -> (edit, scratch file, argument, ...)
+    measured: bool = True  # ask ffprobe and ffmpeg what the movies hold
+
+
+def picture(size="96x64", rate="25", seconds=0.16):
+    return ["-f", "lavfi", "-i", f"testsrc2=size={size}:rate={rate}:duration={seconds}"]
+
+
+def noise(layout, seconds=0.16, seed=1):
+    """Full-scale noise, of its own in every channel, and the same on every run."""
+    channels, name = LAYOUTS[layout]
+    voices = "|".join(f"if(eq(n,0),st(0,{7919 * (seed + channel)}))*0+random(0)*2-1"
+                      for channel in range(channels))
+    return ["-f", "lavfi", "-i", f"aevalsrc='{voices}':c={name}:s={SOUND_RATE}:d={seconds}"]
+
+
+def ffmpeg(*arguments):
+    flat = [word for part in arguments for word in (part if isinstance(part, list) else [part])]
+    return ["ffmpeg", "-v", "error", "-nostdin", "-y", *flat]
+
+
+def matrix():
+    """Every picture with every kind of sound, in every layout, with the movie atom at both ends."""
+    for codec, options in PICTURES.items():
+        for layout in ("mono", "stereo", "5.1"):
+            outputs, movies = [], {}
+            for kind in SOUND_KINDS:
+                for place, flags in (("last", []), ("first", ["-movflags", "+faststart"])):
+                    scratch = f"{kind}-{place}.mov"
+                    outputs += ["-map", "0:v", "-map", "1:a", *options,
+                                "-c:a", f"pcm_{kind}", *flags, scratch]
+                    movies[f"matrix/{codec}-{kind}-{layout}-{place}.mov"] = ("retag", scratch)
+            yield Recipe(f"matrix {codec} {layout}", [ffmpeg(picture(), noise(layout), outputs)],
+                         movies)
+
+
+def sizes_and_rates():
+    """The sizes and rates that people work in."""
+    exact = {"24000/1001": 24000, "30000/1001": 30000, "60000/1001": 60000}
+    for name, codec, size, rate, seconds in [
+        ("1080p23.98-r210", "r210", "1920x1080", "24000/1001", 3 * 1001 / 24000),
+        ("1080p25-v210", "v210", "1920x1080", "25", 3 / 25),
+        ("1080p50-2vuy", "2vuy", "1920x1080", "50", 3 / 50),
+        ("720p59.94-v210", "v210", "1280x720", "60000/1001", 3 * 1001 / 60000),
+        ("576p25-r210", "r210", "720x576", "25", 3 / 25),
+        ("486p29.97-2vuy", "2vuy", "720x486", "30000/1001", 3 * 1001 / 30000),
+        ("722-2vuy", "2vuy", "722x64", "24", 3 / 24),
+    ]:
+        # The edit list counts in the movie's time scale: with ffmpeg's own of 1000 the length of
+        # three frames at 29.97 would be rounded.
+        scale = ["-movie_timescale", str(exact[rate])] if rate in exact else []
+        yield Recipe(name, [ffmpeg(picture(size, rate, seconds), noise("stereo"),
+                                   PICTURES[codec], "-c:a", "pcm_s24le", scale, "raw.mov")],
+                     {f"sizes/{name}.mov": ("retag", "raw.mov")})
+    yield Recipe("rounded length",
+                 [ffmpeg(picture(rate="30000/1001", seconds=0.166), noise("stereo"), PICTURES["v210"],
+                         "-c:a", "pcm_s16le", "raw.mov")],
+                 {"sizes/rounded-length.mov": ("retag", "raw.mov")})
+    for name, setting in (("upper", "tff"), ("lower", "bff")):
+        yield Recipe(f"fields {name} first",
+                     [ffmpeg(picture("720x486", "30000/1001", 0.066),
+                             "-vf", f"setfield={setting}", "-flags", "+ildct",
+                             "-movie_timescale", "30000", PICTURES["v210"], "raw.mov")],
+                     {f"sizes/{name}-field-first.mov": ("retag", "raw.mov")})
+    yield Recipe("wide pixels",
+                 [ffmpeg(picture("720x576"), "-vf", "setsar=16/15", PICTURES["2vuy"],
+                         "raw.mov")],
+                 {"sizes/wide-pixels.mov": ("retag", "raw.mov")})
+
+
+def tracks():
+    """More, fewer and other tracks than one of each kind."""
+    yield Recipe("no sound", [ffmpeg(picture(), PICTURES["v210"], "raw.mov")],
+                 {"tracks/no-sound.mov": ("retag", "raw.mov")})
+    yield Recipe("three sounds",
+                 [ffmpeg(picture(), noise("stereo", seed=1), noise("stereo", seed=11),
+                         noise("mono", seed=21), "-map", "0", "-map", "1", "-map", "2",
+                         "-map", "3", PICTURES["v210"], "-c:a", "pcm_s24be", "raw.mov")],
+                 {"tracks/three-sounds.mov": ("retag", "raw.mov")})
+    yield Recipe("timecode",
+                 [ffmpeg(picture(), noise("stereo"), PICTURES["v210"],
+                         "-c:a", "pcm_s16le", "-timecode", "01:02:03:04", "raw.mov")],
+                 {"tracks/timecode.mov": ("retag", "raw.mov")})
+    yield Recipe("trimmed",
+                 [ffmpeg(picture(seconds=0.4), noise("stereo", 0.4), PICTURES["v210"], "-c:a",
+                         "pcm_s16le", "raw.mov")],
+                 {"tracks/trimmed.mov": ("trim", "raw.mov", 120, 200)})
+
+
+def layouts():
+    """The four orders of 5.1, in a version 1 description; and without any layout."""
+    command = [ffmpeg(picture(), noise("5.1"), PICTURES["v210"], "-c:a", "pcm_s24le",
+                      "raw.mov")]
+    yield Recipe("5.1 orders", command,
+                 {f"layouts/{name}.mov": ("layout", "raw.mov", tag)
+                  for name, tag in MPEG_5_1_TAGS.items()})
+    yield Recipe("5.1 unnamed",
+                 [ffmpeg(noise("5.1"), "-c:a", "pcm_s24le", "-f", "s24le", "sound.raw"),
+                  ffmpeg(picture(), "-f", "s24le", "-ar", str(SOUND_RATE), "-ac", "6",
+                         "-guess_layout_max", "0", "-i", "sound.raw", PICTURES["v210"],
+                         "-c:a", "pcm_s24le", "raw.mov")],
+                 {"layouts/unnamed.mov": ("retag", "raw.mov")})
+
+
+def large():
+    """More than 4 GiB, nearly all of it a hole."""
+    command = [ffmpeg(picture(), noise("stereo"), PICTURES["v210"], "-c:a", "pcm_s24le",
+                      "raw.mov")]
+    yield Recipe("large", command,
+                 {f"large/moov-{place}.mov": ("stretch", "raw.mov", HOLE, place == "first")
+                  for place in ("first", "last")})
+
+
+def gstreamer():
+    """GStreamer's movies, as they come."""
+    for codec, form in (("v210", "v210"), ("2vuy", "UYVY")):
+        for kind in ("U8", "S8", "S16BE", "S16LE", "S24BE", "S24LE", "S32BE", "S32LE"):
+            for channels, place in ((1, "first"), (2, "last"), (6, "last")):
+                # qtmux takes six channels only without positions.
+                mask = ",channel-mask=(bitmask)0" if channels == 6 else ""
+                name = f"gstreamer/{codec}-{kind.lower()}-{channels}.mov"
+                yield Recipe(name, [[
+                    "gst-launch-1.0", "-q",
+                    "videotestsrc", "num-buffers=4", "!",
+                    f"video/x-raw,format={form},width=96,height=64,framerate=25/1", "!",
+                    "queue", "!", "mux.",
+                    "audiotestsrc", "wave=white-noise", "num-buffers=4", "samplesperbuffer=1920",
+                    "!", f"audio/x-raw,format={kind},rate={SOUND_RATE},channels={channels}{mask}",
+                    "!", "queue", "!", "mux.",
+                    "qtmux", "name=mux", f"faststart={'true' if place == 'first' else 'false'}",
+                    "!", "filesink", "location=raw.mov",
+                ]], {name: ("keep", "raw.mov")})
+
+
+def libquicktime():
+    """libquicktime's movies, as they come."""
+    for codec in ("v210", "2vuy"):
+        for kind in ("rawaudio", "twos", "sowt", "in24", "in32", "fl32", "fl64"):
+            name = f"libquicktime/{codec}-{kind}.mov"
+            yield Recipe(name, [
+                ffmpeg(picture(), noise("stereo"), PICTURES["2vuy"], "-c:a", "pcm_s16le",
+                       "source.mov"),
+                ["lqt_transcode", "-vc", codec, "-ac", kind, "source.mov", "raw.mov"],
+            ], {name: ("keep", "raw.mov")})
+
+
+def refused():
+    """What must not be imported, and what is not a movie at all."""
+    sound = ["-c:a", "pcm_s16le"]
+    v210 = PICTURES["v210"]
+
+    def refuse(name, *command, edit=("retag",)):
+        return Recipe(f"refused {name}", [ffmpeg(*command, "raw.mov")],
+                      {f"refused/{name}.mov": (edit[0], "raw.mov", *edit[1:])}, measured=False)
+
+    yield refuse("url-handler", picture(), noise("stereo"), v210, sound, edit=("keep",))
+    yield refuse("h264", picture(), noise("stereo"), "-c:v", "libx264", sound)
+    yield refuse("no-video", noise("stereo"), sound)
+    yield refuse("two-videos", picture(), picture(), "-map", "0", "-map", "1", v210)
+    yield refuse("mixed-sounds", picture(), noise("stereo"), noise("stereo"), "-map", "0",
+                 "-map", "1", "-map", "2", v210, "-c:a:0", "pcm_s16le", "-c:a:1",
+                 "pcm_s24le")
+    yield refuse("cut-off", picture(), v210, edit=("cut", 10000))
+    for kind in ("s24le", "s32be", "f32le", "f64be"):
+        yield refuse(f"bitmap-layout-{kind}", picture(), noise("5.1 back"), v210,
+                     "-c:a", f"pcm_{kind}")
+
+
+def odd():
+    """Imported, with a part that cannot be delivered."""
+    yield Recipe("four channels",
+                 [ffmpeg(picture(), noise("stereo"), "-af", "pan=4.0|c0=c0|c1=c1|c2=c0|c3=c1",
+                         PICTURES["v210"], "-c:a", "pcm_s16le", "raw.mov")],
+                 {"odd/four-channels.mov": ("retag", "raw.mov")})
+
+
+def all_recipes():
+    for family in (matrix, sizes_and_rates, tracks, layouts, large, gstreamer, libquicktime, odd,
+                   refused):
+        yield from family()
