@@ -7,12 +7,12 @@
 #include <system_error>
 #include <vector>
 
-#include "commands.h"
-#include "progress_bar.h"
-#include "session.h"
-#include "sound_reader.h"
-#include "text.h"
-#include "wav_writer.h"
+#include "cli/commands.h"
+#include "cli/progress_bar.h"
+#include "cli/session.h"
+#include "cli/sound_reader.h"
+#include "cli/text.h"
+#include "cli/wav_writer.h"
 
 namespace kvx_cli {
 

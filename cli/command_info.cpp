@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "commands.h"
-#include "module_log.h"
-#include "movie_report.h"
-#include "refusal.h"
-#include "session.h"
+#include "cli/commands.h"
+#include "cli/module_log.h"
+#include "cli/movie_report.h"
+#include "cli/refusal.h"
+#include "cli/session.h"
 
 namespace kvx_cli {
 

@@ -1,6 +1,6 @@
 #include <CLI/CLI.hpp>
 
-#include "commands.h"
+#include "cli/commands.h"
 
 int main(int argc, char** argv) {
     using namespace kvx_cli;

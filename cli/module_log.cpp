@@ -1,4 +1,4 @@
-#include "module_log.h"
+#include "cli/module_log.h"
 
 #include <unistd.h>
 

@@ -1,9 +1,9 @@
-#include "movie_report.h"
+#include "cli/movie_report.h"
 
 #include <cstdint>
 
+#include "cli/text.h"
 #include "core/four_char_code.h"
-#include "text.h"
 
 namespace kvx_cli {
 

@@ -1,4 +1,4 @@
-#include "refusal.h"
+#include "cli/refusal.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,11 +1,11 @@
-#include "session.h"
+#include "cli/session.h"
 
 #include <utility>
 
+#include "cli/module_log.h"
+#include "cli/module_path.h"
+#include "cli/refusal.h"
 #include "hostkit/record_block.h"
-#include "module_log.h"
-#include "module_path.h"
-#include "refusal.h"
 
 namespace kvx_cli {
 

@@ -1,10 +1,10 @@
-#include "sound_reader.h"
+#include "cli/sound_reader.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "module_log.h"
-#include "refusal.h"
+#include "cli/module_log.h"
+#include "cli/refusal.h"
 
 namespace kvx_cli {
 

@@ -1,4 +1,4 @@
-#include "wav_writer.h"
+#include "cli/wav_writer.h"
 
 #include <sys/stat.h>
 
