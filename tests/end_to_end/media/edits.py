@@ -10,6 +10,11 @@ def edit_keep(source, target):
     _write(target, _read(source))
 
 
+def edit_write(_, target, text):
+    """Not an edit at all: `text` as a file of its own."""
+    _write(target, text.encode())
+
+
 def edit_retag(source, target):
     data = _read(source)
     retag(data)

@@ -57,7 +57,7 @@ def follow(recipe, folder):
         for name, (edit, source, *arguments) in recipe.movies.items():
             movie = folder / name
             movie.parent.mkdir(parents=True, exist_ok=True)
-            getattr(edits, f"edit_{edit}")(Path(scratch) / source, movie, *arguments)
+            getattr(edits, f"edit_{edit}")(Path(scratch, source or "none"), movie, *arguments)
     if recipe.measured:
         measure([folder / name for name in recipe.movies])
 

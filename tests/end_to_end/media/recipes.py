@@ -20,6 +20,7 @@ PICTURES = {
     "r210": ["-c:v", "r210"],
 }
 MPEG_5_1_TAGS = {"A": 0x00790006, "B": 0x007A0006, "C": 0x007B0006, "D": 0x007C0006}
+NO_MOVIE = "Lorem ipsum dolor sit amet, consectetur adipiscing elit.\n"
 HOLE = 9 << 29  # 4.5 GiB: what lies beyond needs 64-bit offsets
 
 
@@ -82,15 +83,15 @@ def sizes_and_rates():
                                    PICTURES[codec], "-c:a", "pcm_s24le", scale, "raw.mov")],
                      {f"sizes/{name}.mov": ("retag", "raw.mov")})
     yield Recipe("rounded length",
-                 [ffmpeg(picture(rate="30000/1001", seconds=0.166), noise("stereo"), PICTURES["v210"],
+                 [ffmpeg(picture(rate="30000/1001", seconds=0.166), noise("stereo", 0.1661), PICTURES["v210"],
                          "-c:a", "pcm_s16le", "raw.mov")],
                  {"sizes/rounded-length.mov": ("retag", "raw.mov")})
     for name, setting in (("upper", "tff"), ("lower", "bff")):
-        yield Recipe(f"fields {name} first",
+        yield Recipe(f"{name} field coded first",
                      [ffmpeg(picture("720x486", "30000/1001", 0.066),
                              "-vf", f"setfield={setting}", "-flags", "+ildct",
                              "-movie_timescale", "30000", PICTURES["v210"], "raw.mov")],
-                     {f"sizes/{name}-field-first.mov": ("retag", "raw.mov")})
+                     {f"sizes/{name}-coded-first.mov": ("retag", "raw.mov")})
     yield Recipe("wide pixels",
                  [ffmpeg(picture("720x576"), "-vf", "setsar=16/15", PICTURES["2vuy"],
                          "raw.mov")],
@@ -106,6 +107,10 @@ def tracks():
                          noise("mono", seed=21), "-map", "0", "-map", "1", "-map", "2",
                          "-map", "3", PICTURES["v210"], "-c:a", "pcm_s24be", "raw.mov")],
                  {"tracks/three-sounds.mov": ("retag", "raw.mov")})
+    yield Recipe("long sound",
+                 [ffmpeg(picture(seconds=3.4), noise("mono", 3.4), PICTURES["2vuy"],
+                         "-c:a", "pcm_s16le", "raw.mov")],
+                 {"tracks/long-sound.mov": ("retag", "raw.mov")})
     yield Recipe("timecode",
                  [ffmpeg(picture(), noise("stereo"), PICTURES["v210"],
                          "-c:a", "pcm_s16le", "-timecode", "01:02:03:04", "raw.mov")],
@@ -189,6 +194,9 @@ def refused():
     yield refuse("mixed-sounds", picture(), noise("stereo"), noise("stereo"), "-map", "0",
                  "-map", "1", "-map", "2", v210, "-c:a:0", "pcm_s16le", "-c:a:1",
                  "pcm_s24le")
+    yield Recipe("refused, no encoder's", [], {"refused/empty.mov": ("write", None, ""),
+                                               "refused/not-a-movie.mov": ("write", None, NO_MOVIE)},
+                 measured=False)
     yield refuse("cut-off", picture(), v210, edit=("cut", 10000))
     for kind in ("s24le", "s32be", "f32le", "f64be"):
         yield refuse(f"bitmap-layout-{kind}", picture(), noise("5.1 back"), v210,

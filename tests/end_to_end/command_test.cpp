@@ -1,0 +1,190 @@
+// The kvx command: what it prints, how it ends, what it writes.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "end_to_end/movie_checks.h"
+
+namespace {
+
+using kvx_test::MediaPath;
+using kvx_test::ReadRealMovie;
+using kvx_test::RealMovie;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+struct Run {
+    std::string output;  // both standard output and standard error
+    int exitCode;
+};
+
+// Runs `kvx arguments` in the folder of the movies.
+Run RunCommand(const std::string& arguments) {
+    const std::string line =
+        std::string("cd " KVX_MEDIA_DIR " && " KVX_COMMAND " ") + arguments + " 2>&1";
+    std::FILE* pipe = popen(line.c_str(), "r");
+    Run run = {};
+    char block[4096];
+    while (const size_t got = std::fread(block, 1, sizeof block, pipe)) {
+        run.output.append(block, got);
+    }
+    const int status = pclose(pipe);
+    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+// A golden file is a session as one would see it: "$ kvx ARGUMENTS", the output, "exit N".
+class EndToEndCommandGolden : public testing::TestWithParam<std::string> {};
+
+TEST_P(EndToEndCommandGolden, PrintsWhatItShould) {
+    const std::string golden = ReadFile(KVX_GOLDEN_DIR "/" + GetParam() + ".txt");
+    const std::string prompt = "$ kvx ";
+    const size_t end = golden.find('\n');
+    ASSERT_EQ(golden.rfind(prompt, 0), 0u) << "no golden file, or not of this form";
+    const std::string arguments = golden.substr(prompt.size(), end - prompt.size());
+
+    const Run run = RunCommand(arguments);
+    EXPECT_EQ(
+        prompt + arguments + "\n" + run.output + "exit " + std::to_string(run.exitCode) + "\n",
+        golden);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, EndToEndCommandGolden,
+    testing::Values("info_v210", "info_2vuy_r210", "info_three_sounds", "info_no_sound",
+                    "info_rates", "not_a_movie", "url_handler", "h264", "empty_file", "folder",
+                    "missing_file", "no_video", "two_videos", "mixed_sounds", "bitmap_layout",
+                    "cut_off", "some_importable", "log", "audio_no_sound", "audio_not_importable",
+                    "audio_four_channels", "audio_stream_too_high", "audio_onto_the_movie",
+                    "audio_no_such_folder", "usage_nothing", "usage_unknown", "usage_no_output",
+                    "usage_no_module"),
+    [](const auto& info) { return info.param; });
+
+uint32_t Number(const std::string& bytes, size_t offset) {
+    uint32_t value = 0;
+    std::memcpy(&value, bytes.data() + offset, sizeof value);
+    return value;
+}
+
+class EndToEndCommandAudio : public testing::Test {
+  protected:
+    ~EndToEndCommandAudio() override { std::filesystem::remove(mOutput); }
+
+    // Writes the sound and holds every sample against ffmpeg's decode. The order of 5.1 in a WAV
+    // file is that of MPEG 5.1 A, which the movies here have.
+    void ExpectSound(const std::string& name, int stream, const std::string& options = "") {
+        const RealMovie movie = ReadRealMovie(name);
+        const Run run = RunCommand("audio " + name + " -o " + mOutput + options);
+        ASSERT_EQ(run.exitCode, 0) << run.output;
+        const kvx_test::SoundFacts& facts = movie.sounds.at(static_cast<size_t>(stream));
+
+        const std::string file = ReadFile(mOutput);
+        const size_t data = file.find("data");
+        ASSERT_NE(data, std::string::npos);
+        const size_t start = data + 8;
+        ASSERT_EQ(file.size() - start, facts.samples.size() * sizeof(float));
+        EXPECT_EQ(Number(file, data + 4), file.size() - start);
+        EXPECT_EQ(Number(file, 4), file.size() - 8);
+        size_t wrong = 0;
+        for (size_t index = 0; index < facts.samples.size(); ++index) {
+            const float expected = kvx_test::PlaneSample(facts.codec, facts.samples[index]);
+            wrong += std::memcmp(&file[start + 4 * index], &expected, 4) != 0 ? 1 : 0;
+        }
+        EXPECT_EQ(wrong, 0u);
+    }
+
+    const std::string mOutput =
+        testing::TempDir() + "kvx-audio-" + std::to_string(getpid()) + ".wav";
+};
+
+TEST_F(EndToEndCommandAudio, StereoIsSampleExact) {
+    ExpectSound("matrix/v210-s24le-stereo-last.mov", 0);
+}
+
+TEST_F(EndToEndCommandAudio, SurroundIsInTheOrderOfWavFiles) {
+    ExpectSound("matrix/r210-f32be-5.1-first.mov", 0);
+}
+
+TEST_F(EndToEndCommandAudio, OtherStreamsCanBeChosen) {
+    ExpectSound("tracks/three-sounds.mov", 0);
+    ExpectSound("tracks/three-sounds.mov", 2, " --stream 2");
+}
+
+TEST_F(EndToEndCommandAudio, EndsWithTheLastSampleWhateverTheStatedLength) {
+    ExpectSound("sizes/rounded-length.mov", 0);
+}
+
+// Two and a half blocks of the reader.
+TEST_F(EndToEndCommandAudio, LongSoundIsGapless) {
+    ExpectSound("tracks/long-sound.mov", 0);
+}
+
+TEST_F(EndToEndCommandAudio, ReadsAsWhatItIsByFfprobe) {
+    const Run run = RunCommand("audio matrix/v210-s16be-5.1-last.mov -o " + mOutput);
+    ASSERT_EQ(run.exitCode, 0) << run.output;
+    EXPECT_EQ(run.output, mOutput + ": 00:00:00.160, 48000 Hz, 6 channels, 32-bit float\n");
+
+    const std::string line =
+        "ffprobe -v error -of csv=p=0 -show_entries "
+        "stream=codec_name,sample_rate,channels,channel_layout,duration_ts " +
+        mOutput;
+    std::FILE* pipe = popen(line.c_str(), "r");
+    char told[200] = {};
+    ASSERT_NE(std::fgets(told, sizeof told, pipe), nullptr);
+    pclose(pipe);
+    EXPECT_STREQ(told, "pcm_f32le,48000,6,5.1(side),7680\n");
+}
+
+TEST_F(EndToEndCommandAudio, LeavesNoFileBehindWhenItFails) {
+    const Run run = RunCommand("audio odd/four-channels.mov -o " + mOutput);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_FALSE(std::filesystem::exists(mOutput));
+}
+
+TEST(EndToEndCommand, HelpNamesTheSubcommands) {
+    const Run run = RunCommand("--help");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(run.output, HasSubstr("info"));
+    EXPECT_THAT(run.output, HasSubstr("audio"));
+}
+
+// As from an unpacked archive: in another place, with the module beside it or under lib/.
+TEST(EndToEndCommand, FindsItsModuleWhereverTheyAre) {
+    namespace fs = std::filesystem;
+    const fs::path command = KVX_COMMAND;
+    const fs::path module = KVX_MODULE;
+    const fs::path tree = testing::TempDir() + "kvx-tree-" + std::to_string(getpid());
+    for (const fs::path& place : {fs::path("bin"), fs::path("lib/kvx")}) {
+        fs::remove_all(tree);
+        fs::create_directories(tree / "bin");
+        fs::create_directories(tree / place);
+        fs::copy_file(command, tree / "bin" / command.filename());
+        // No module at all, but one that is seen to be found.
+        std::ofstream(tree / place / module.filename()) << "not a library";
+        const std::string line = (tree / "bin" / command.filename()).string() + " info " +
+                                 MediaPath("tracks/no-sound.mov") + " 2>&1";
+        std::FILE* pipe = popen(line.c_str(), "r");
+        char told[1000] = {};
+        ASSERT_NE(std::fgets(told, sizeof told, pipe), nullptr);
+        EXPECT_EQ(WEXITSTATUS(pclose(pipe)), 2);
+        EXPECT_THAT(told, HasSubstr("cannot load the importer: " + tree.string()));
+    }
+    fs::remove_all(tree);
+}
+
+}  // namespace
