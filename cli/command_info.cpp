@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,15 @@ std::string Describe(const kvx_hostkit::Clip& clip, std::string& refusal, std::s
     return report;
 }
 
+std::string Indented(const std::string& text) {
+    std::istringstream lines(text);
+    std::string indented;
+    for (std::string line; std::getline(lines, line);) {
+        indented += "    " + line + "\n";
+    }
+    return indented;
+}
+
 bool PrintMovie(const Session& session, const std::string& path, bool showLog) {
     OpenedMovie movie = OpenMovie(session, path);
     std::string report;
@@ -43,7 +53,7 @@ bool PrintMovie(const Session& session, const std::string& path, bool showLog) {
         std::printf("  not importable: %s\n", movie.refusal.c_str());
     }
     if (showLog && !movie.log.empty()) {
-        std::printf("  the importer's log:\n%s", movie.log.c_str());
+        std::printf("  the importer's log:\n%s", Indented(movie.log).c_str());
     }
     return movie.refusal.empty();
 }

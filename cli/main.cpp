@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <iostream>
 
 #include "cli/commands.h"
 
@@ -8,7 +9,6 @@ int main(int argc, char** argv) {
     CLI::App app(
         "Opens QuickTime movies through the KVX Importer module, as an editing host does.");
     app.name("kvx");
-    app.require_subcommand(1);
     CommonOptions common;
     app.add_option("--module", common.modulePath, "The importer module to load")->type_name("PATH");
     Command chosen;
@@ -19,6 +19,10 @@ int main(int argc, char** argv) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kExitDone : kExitUsage;
+    }
+    if (!chosen) {
+        std::cerr << app.help();
+        return kExitUsage;
     }
     return chosen();
 }

@@ -59,9 +59,9 @@ constexpr Reason kReasons[] = {
 };
 
 const char kNotPlayable[] =
-    "it is a QuickTime movie, but not of the kind that is imported: exactly one video track, "
-    "uncompressed as 2vuy, 2Vuy, r210 or v210 (not H.264, ProRes or another compressed format), "
-    "and sound tracks of one PCM form";
+    "it can be read, but it is not of the kind that is imported: exactly one video track, "
+    "uncompressed as 2vuy, 2Vuy, r210 or v210 (no H.264, ProRes or other compression), and sound "
+    "tracks of one PCM form";
 
 std::string FirstLine(const std::string& log) {
     return log.substr(0, log.find('\n'));

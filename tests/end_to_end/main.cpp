@@ -10,7 +10,8 @@ namespace {
 class Media : public testing::Environment {
   public:
     void SetUp() override {
-        ASSERT_EQ(std::system(KVX_MAKE_MEDIA " " KVX_MEDIA_DIR), 0) << "the movies cannot be made";
+        ASSERT_EQ(std::system("'" KVX_PYTHON "' '" KVX_MAKE_MEDIA "' '" KVX_MEDIA_DIR "'"), 0)
+            << "the movies cannot be made";
     }
 };
 

@@ -6,8 +6,12 @@
 #include <filesystem>
 #include <string>
 #include <tuple>
+#include <vector>
 
+#include "end_to_end/module_under_test.h"
 #include "end_to_end/movie_checks.h"
+#include "hostkit/clip.h"
+#include "support/log_capture.h"
 
 namespace {
 
@@ -46,5 +50,22 @@ INSTANTIATE_TEST_SUITE_P(All, EndToEndSourcesLibquicktime,
                          testing::Combine(testing::Values("v210", "2vuy"),
                                           testing::Values("rawaudio", "twos", "sowt", "in24",
                                                           "in32", "fl32", "fl64")));
+
+// "raw " beyond 8 bits is taken for unsigned, which opens and is not delivered.
+TEST(EndToEndSources, LibquicktimesRawOf16BitsIsNotDelivered) {
+    const std::string path = kvx_test::MediaPath("odd/16-bit-raw.mov");
+#ifdef __APPLE__
+    if (!std::filesystem::exists(path)) {
+        GTEST_SKIP() << "no libquicktime on this system";
+    }
+#endif
+    kvx_hostkit::Clip clip(kvx_test::ModuleUnderTest(), path);
+    ASSERT_EQ(clip.Open(), imNoErr);
+    std::vector<float> plane(100);
+    std::vector<float*> planes(2, plane.data());
+    const kvx_test::LogCapture log;
+    EXPECT_EQ(clip.ReadAudio(0, 0, 100, planes.data()), 22);
+    EXPECT_EQ(log.Text(), "WriteSamples: Unsigned 16 bit integer audio not supported\n");
+}
 
 }  // namespace

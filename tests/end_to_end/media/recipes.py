@@ -171,9 +171,10 @@ def libquicktime():
     for codec in ("v210", "2vuy"):
         for kind in ("rawaudio", "twos", "sowt", "in24", "in32", "fl32", "fl64"):
             name = f"libquicktime/{codec}-{kind}.mov"
+            # Its "raw " has as many bits as the source, and beyond 8 nobody agrees on the sign.
+            source = "pcm_u8" if kind == "rawaudio" else "pcm_s16le"
             yield Recipe(name, [
-                ffmpeg(picture(), noise("stereo"), PICTURES["2vuy"], "-c:a", "pcm_s16le",
-                       "source.mov"),
+                ffmpeg(picture(), noise("stereo"), PICTURES["2vuy"], "-c:a", source, "source.mov"),
                 ["lqt_transcode", "-vc", codec, "-ac", kind, "source.mov", "raw.mov"],
             ], {name: ("keep", "raw.mov")})
 
@@ -205,6 +206,11 @@ def refused():
 
 def odd():
     """Imported, with a part that cannot be delivered."""
+    yield Recipe("16-bit raw",
+                 [ffmpeg(picture(), noise("stereo"), PICTURES["2vuy"], "-c:a", "pcm_s16le",
+                         "source.mov"),
+                  ["lqt_transcode", "-vc", "2vuy", "-ac", "rawaudio", "source.mov", "raw.mov"]],
+                 {"odd/16-bit-raw.mov": ("keep", "raw.mov")}, measured=False)
     yield Recipe("four channels",
                  [ffmpeg(picture(), noise("stereo"), "-af", "pan=4.0|c0=c0|c1=c1|c2=c0|c3=c1",
                          PICTURES["v210"], "-c:a", "pcm_s16le", "raw.mov")],
