@@ -1,9 +1,7 @@
 #pragma once
 
-#include <string>
-
 #include "quicktime/track.h"
-#include "support/movie_file.h"
+#include "support/movie_builder.h"
 
 namespace kvx_test {
 
@@ -22,7 +20,6 @@ class LoadedTrack {
     KVX::QT::Track* operator->() { return &mTrack; }
 
   private:
-    TempDirectory mDirectory;
     KVX::QT::Track mTrack;
     long mStatus;
 };
