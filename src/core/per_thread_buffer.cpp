@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -14,22 +15,34 @@ Once sUtilPrinterOnce(&InitPerThreadBuffers);
 
 namespace {
 
-pthread_key_t sPerThreadBufferKey;
-pthread_key_t sPerThreadBufferOffsetKey;
+// A thread-specific key that may not have been made. The number of such a key would be another
+// library's key, or none at all.
+struct Key {
+    pthread_key_t key;
+    bool isMade;
+};
+
+Key sPerThreadBufferKey;
+Key sPerThreadBufferOffsetKey;
 
 using Offset = unsigned long;
 static_assert(sizeof(Offset) == 8, "the offset cell is eight bytes");
 
-void MakeKey(pthread_key_t* key) {
-    const int status = pthread_key_create(key, &std::free);
+void MakeKey(Key& key) {
+    const int status = pthread_key_create(&key.key, &std::free);
+    key.isMade = status == 0;
     if (status != 0) {
         std::fprintf(stderr, "pthread_key_create returned %d\n", status);
     }
 }
 
+void* GetSpecific(const Key& key) {
+    return key.isMade ? pthread_getspecific(key.key) : nullptr;
+}
+
 // Gives the calling thread `memory` under `key`, or frees it. False after a log line.
-bool SetSpecific(pthread_key_t key, void* memory) {
-    const int status = pthread_setspecific(key, memory);
+bool SetSpecific(const Key& key, void* memory) {
+    const int status = key.isMade ? pthread_setspecific(key.key, memory) : EINVAL;
     if (status != 0) {
         std::fprintf(stderr, "pthread_setspecific returned %d\n", status);
         std::free(memory);
@@ -39,7 +52,7 @@ bool SetSpecific(pthread_key_t key, void* memory) {
 }
 
 char* GetBlock() {
-    void* block = pthread_getspecific(sPerThreadBufferKey);
+    void* block = GetSpecific(sPerThreadBufferKey);
     if (block != nullptr) {
         return static_cast<char*>(block);
     }
@@ -53,7 +66,7 @@ char* GetBlock() {
 }
 
 Offset* GetOffsetCell() {
-    void* cell = pthread_getspecific(sPerThreadBufferOffsetKey);
+    void* cell = GetSpecific(sPerThreadBufferOffsetKey);
     if (cell != nullptr) {
         return static_cast<Offset*>(cell);
     }
@@ -70,8 +83,8 @@ Offset* GetOffsetCell() {
 }  // namespace
 
 void InitPerThreadBuffers() {
-    MakeKey(&sPerThreadBufferKey);
-    MakeKey(&sPerThreadBufferOffsetKey);
+    MakeKey(sPerThreadBufferKey);
+    MakeKey(sPerThreadBufferOffsetKey);
 }
 
 char* GetPerThreadBuffer(unsigned long size) {

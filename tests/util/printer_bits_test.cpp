@@ -147,7 +147,7 @@ TEST_P(PrinterBits, AllBitsAreJoinedAndOthersPassedOver) {
 
 TEST_P(PrinterBits, TextBeginsAtTheFourthByteOfAPieceOf1024) {
     // A new thread's ring stands at its beginning.
-    std::thread([this] {
+    std::thread([] {
         const char* ring = KVX::Core::GetPerThreadBuffer(0);
         for (const long bits : {0L, GetParam().rows.front().value}) {
             const char* piece = KVX::Core::GetPerThreadBuffer(0);

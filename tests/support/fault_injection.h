@@ -1,0 +1,71 @@
+// System calls that fail on order. Only the importer's own code meets them: kvx_fault_tests links a
+// copy of its library in which each call below goes to fault_injection.cpp (see
+// fault_injection.syms), while the tests, GoogleTest and the C++ library call the system itself.
+#pragma once
+
+namespace kvx_test {
+
+enum class SystemCall {
+    kMalloc,
+    kCalloc,
+    kValloc,
+    kNew,
+    kNewNothrow,
+    kOpen,
+    kClose,
+    kFstat,
+    kLseek,
+    kPread,
+    kGettimeofday,
+    kMutexInit,
+    kMutexDestroy,
+    kMutexLock,
+    kMutexUnlock,
+    kCondInit,
+    kCondDestroy,
+    kCondSignal,
+    kCondBroadcast,
+    kCondWait,
+    kCondTimedwait,
+    kOnce,
+    kKeyCreate,
+    kSetspecific,
+    kThreadCreate,
+    kThreadJoin,
+    kThreadDetach,
+    kCount,
+};
+
+// While it lives, the `nth` call from now on, and the `times` - 1 that follow, do nothing and fail
+// with `error`, on whichever thread they come. A pthread call answers `error`, so that 0 makes it
+// a call that claims success; memory calls answer null (kNew throws instead), and the others answer
+// -1 and set errno. One Fault for a call at a time.
+class Fault {
+  public:
+    Fault(SystemCall call, int error, int nth = 1, int times = 1);
+    ~Fault();
+
+    Fault(const Fault&) = delete;
+    Fault& operator=(const Fault&) = delete;
+
+    // How often it has struck.
+    int Hits() const;
+
+  private:
+    SystemCall mCall;
+};
+
+// Calls of its kind that the importer's code has made since the start of the process.
+long CallCount(SystemCall call);
+
+// While it lives, gettimeofday answers this moment.
+class FixedClock {
+  public:
+    FixedClock(long seconds, long micros);
+    ~FixedClock();
+
+    FixedClock(const FixedClock&) = delete;
+    FixedClock& operator=(const FixedClock&) = delete;
+};
+
+}  // namespace kvx_test
