@@ -14,6 +14,17 @@
 
 #include "platform/mac_types.h"
 
+// Tells the static analyzer about a result that is the caller's to release, where the name of the
+// function does not.
+#if defined(__has_attribute)
+#if __has_attribute(cf_returns_retained)
+#define CF_RETURNS_RETAINED __attribute__((cf_returns_retained))
+#endif
+#endif
+#if !defined(CF_RETURNS_RETAINED)
+#define CF_RETURNS_RETAINED
+#endif
+
 extern "C" {
 
 using CFIndex = long;

@@ -45,6 +45,6 @@ std::string wide_to_utf8(const wchar_t* text, int length);
 std::string cf2u(CFStringRef string);
 
 // The caller releases the result. Null if `text` is not well-formed UTF-8.
-CFStringRef u2cf(const std::string& text);
+CFStringRef u2cf(const std::string& text) CF_RETURNS_RETAINED;
 
 }  // namespace KVX::Util::Text

@@ -317,6 +317,7 @@ TEST(CFString, ReferencesAreCountedAcrossThreads) {
     constexpr int kRounds = 2000;
     const String string = FromUnits(u"clip");
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int index = 0; index < kThreads; ++index) {
         threads.emplace_back([&string] {
             for (int round = 0; round < kRounds; ++round) {
@@ -336,11 +337,14 @@ TEST(CFString, ReferencesAreCountedAcrossThreads) {
     EXPECT_EQ(CFGetRetainCount(string.Get()), 1);
 }
 
+// Not a constant, or the static analyzer sees the mistake that is tested.
+CFTypeRef sNoObject = nullptr;
+
 TEST(CFStringDeathTest, BrokenPreconditionsStopTheProcess) {
     const String string = FromUnits(u"clip");
     UniChar units[8];
-    EXPECT_DEATH(CFRelease(nullptr), "");
-    EXPECT_DEATH(CFRetain(nullptr), "");
+    EXPECT_DEATH(CFRelease(sNoObject), "");
+    EXPECT_DEATH(CFRetain(sNoObject), "");
     EXPECT_DEATH(CFStringGetLength(nullptr), "");
     EXPECT_DEATH(CFStringGetCharacters(string.Get(), CFRangeMake(2, 3), units), "");
     EXPECT_DEATH(CFStringGetCharacters(string.Get(), CFRangeMake(-1, 1), units), "");

@@ -190,6 +190,7 @@ TEST(FSRef, ThreadsDoNotDisturbEachOther) {
     constexpr int kFiles = 200;
     std::vector<int> deleted(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int index = 0; index < kThreads; ++index) {
         threads.emplace_back([&folder, &deleted, index] {
             const std::string path = folder.File(std::to_string(index) + ".mov");

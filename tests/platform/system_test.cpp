@@ -30,6 +30,7 @@ TEST(System, AtomicAddLosesNothingAndLetsOneThreadSeeTheEnd) {
     volatile int32_t value = kThreads * kRounds;
     volatile int32_t zerosSeen = 0;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int index = 0; index < kThreads; ++index) {
         threads.emplace_back([&] {
             for (int round = 0; round < kRounds; ++round) {
