@@ -154,8 +154,8 @@ std::string wide_to_utf8(const wchar_t* text, int length) {
     uint8_t* target = narrow;
     bool failed = false;
     for (int index = 0; index < length; ++index) {
-        const int32_t character = text[index];
-        uint32_t codePoint = static_cast<uint32_t>(character);
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse): 32 bits become 32 bits.
+        uint32_t codePoint = static_cast<uint32_t>(text[index]);
         if (IsSurrogate(codePoint)) {
             return std::string();
         }

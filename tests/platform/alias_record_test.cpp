@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "support/alias_records.h"
+#include "support/file_tools.h"
 
 namespace {
 
@@ -342,11 +343,7 @@ void ExpectSoundOutcome(const std::string& outcome) {
     ASSERT_FALSE(outcome.empty());
     ASSERT_EQ(outcome.front(), '/');
     ASSERT_EQ(outcome.find('\0'), std::string::npos);
-    const CFStringRef string =
-        CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(outcome.data()),
-                                static_cast<CFIndex>(outcome.size()), kCFStringEncodingUTF8, false);
-    ASSERT_NE(string, nullptr);
-    CFRelease(string);
+    ASSERT_NE(kvx_test::ToCFString(outcome).Get(), nullptr) << "not UTF-8";
 }
 
 TEST(AliasRecord, OneWrongByteNeverDoesHarm) {
