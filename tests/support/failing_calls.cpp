@@ -57,6 +57,7 @@ extern "C" {
 
 void* __real__Znwm(size_t size);
 void* __real__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag);
+void* __real_malloc(size_t size);
 void* __real_calloc(size_t count, size_t size);
 int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
 int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
@@ -71,6 +72,10 @@ void* __wrap__Znwm(size_t size) {
 
 void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag) {
     return Fails(Call::NewNothrow) ? nullptr : __real__ZnwmRKSt9nothrow_t(size, tag);
+}
+
+void* __wrap_malloc(size_t size) {
+    return Fails(Call::Malloc) ? nullptr : __real_malloc(size);
 }
 
 void* __wrap_calloc(size_t count, size_t size) {

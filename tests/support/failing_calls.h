@@ -7,6 +7,7 @@ namespace kvx_test {
 enum class Call {
     New,         // operator new: throws
     NewNothrow,  // operator new(std::nothrow): null
+    Malloc,      // null
     Calloc,      // null
     MutexInit,   // answers the status
     MutexLock,   // answers the status, takes no lock
