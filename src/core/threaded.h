@@ -18,7 +18,8 @@ class Threaded : public Lockable {
   public:
     Threaded() = default;
 
-    // Stops and joins the threads. A subclass empties its queue first, under the lock.
+    // Stops and joins the threads. A subclass empties its queue first, under the lock, and stops
+    // the pool itself: here its part of the object, with its work functions, is gone.
     virtual ~Threaded();
 
     // Starts `count` threads. After a failure the threads that did start run until the object is

@@ -13,6 +13,13 @@ class CountingPool : public KVX::Core::Threaded {
   public:
     using Work = std::function<void()>;
 
+    // Before the part of the object goes that the threads work with.
+    ~CountingPool() override {
+        if (mThreadCount > 0) {
+            StopAll();
+        }
+    }
+
     // To be queued before a thread looks; runs without the pool's lock.
     void Post(Work work) {
         KVX::Core::Lock lock(this);
