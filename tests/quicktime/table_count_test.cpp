@@ -142,6 +142,26 @@ TEST(TableCountOfEdits, LengthDecides) {
     }
 }
 
+// So it is with data references: the walk ends with the atom, or before it when the count is less.
+TEST(TableCountOfReferences, WalkEndsWithTheAtomOrTheCount) {
+    MovieRecipe recipe;
+    recipe.tracks = {TenSamples()};
+    recipe.tracks[0].dataReferences = {SelfReference(), UrlReference("file:///elsewhere.mov")};
+    const auto logged = [&recipe](int64_t count) {
+        recipe.change = [count](AtomNode& moov) {
+            moov.At("trak/mdia/minf/dinf/dref").SetEntryCount(count);
+        };
+        LogCapture log;
+        EXPECT_EQ(LoadedTrack(recipe).Status(), 0);
+        return log.Text();
+    };
+    const std::string refusal = "SetFilePath: URL data references not supported\n";
+    EXPECT_EQ(logged(1), "");
+    EXPECT_EQ(logged(2), refusal);
+    EXPECT_EQ(logged(3), refusal);
+    EXPECT_EQ(logged(kHighestCount), refusal);
+}
+
 // Samples of one size need no table, whatever the count says, and no time either.
 TEST(TableCountOfSizes, OneSizeNeedsNoTable) {
     MovieRecipe recipe;
