@@ -28,7 +28,8 @@ SoundReader::SoundReader(const kvx_hostkit::Clip& clip, int32_t streamID,
                          const imFileInfoRec8& info)
     : mClip(&clip),
       mStreamID(streamID),
-      mChannels(static_cast<size_t>(std::max<int32_t>(info.audioChannels, 0))),
+      // Copied first: the host's records are packed, and std::max takes references.
+      mChannels(static_cast<size_t>(std::max(int32_t{info.audioChannels}, 0))),
       mLength(info.audioDuration) {}
 
 bool SoundReader::Start() {

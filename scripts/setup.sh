@@ -3,13 +3,14 @@
 
 # By what they are for, and in the same order for both systems.
 setup_debian_build=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
-    nlohmann-json3-dev libpng-dev)
+    nlohmann-json3-dev libpng-dev python3)
 setup_debian_sample=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good)
-setup_debian_tests=(ffmpeg quicktime-utils python3)
+setup_debian_tests=(ffmpeg quicktime-utils)
 
-setup_brew_build=(cmake ninja googletest google-benchmark cli11 nlohmann-json libpng)
+setup_brew_build=(cmake ninja googletest google-benchmark cli11 nlohmann-json libpng
+    python3)
 setup_brew_sample=(gstreamer)
-setup_brew_tests=(ffmpeg python3) # there is no libquicktime; its movies are left out there
+setup_brew_tests=(ffmpeg) # there is no libquicktime; its movies are left out there
 
 setup_say() {
     printf '%s: %s\n' "$(basename "$0")" "$*" >&2
