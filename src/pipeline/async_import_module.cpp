@@ -50,7 +50,9 @@ namespace {
 template <typename Suite>
 long Acquire(SPBasicSuite* basicSuite, const char* name, int32_t version, Suite*& suite) {
     const void* found = nullptr;
-    const long status = basicSuite->AcquireSuite(name, version, &found);
+    // A host that gave no table of suites when the file was opened.
+    const long status = basicSuite == nullptr ? Core::kStatusInvalid
+                                              : basicSuite->AcquireSuite(name, version, &found);
     if (!Failed(status, "AcquireSuite", "Init")) {
         suite = static_cast<Suite*>(const_cast<void*>(found));
     }
