@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "core/four_char_code.h"
@@ -63,8 +64,14 @@ inline TrackRecipe Sound(const SoundDescriptionV0& description = {}, int64_t fra
     return SoundTrackRecipe(Describe(description), frameSize, frames, 48000, offset);
 }
 
+// Counts the movie's time in audio frames, so that tracks of any number of frames keep them all.
 inline MovieRecipe MovieOf(std::vector<TrackRecipe> tracks) {
     MovieRecipe recipe;
+    recipe.timeScale = 48000;
+    for (TrackRecipe& track : tracks) {
+        track.headerDuration = track.mediaDuration * recipe.timeScale / track.mediaTimeScale;
+        recipe.duration = std::max(recipe.duration, track.headerDuration);
+    }
     recipe.tracks = std::move(tracks);
     return recipe;
 }

@@ -1,8 +1,10 @@
 #include "support/failing_calls.h"
 
 #include <pthread.h>
+#include <sys/types.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
@@ -14,6 +16,7 @@ namespace {
 struct Order {
     std::atomic<bool> active{false};
     std::atomic<int> skip{0};
+    std::atomic<int> calls{0};
     std::atomic<int> status{0};
 };
 
@@ -25,7 +28,7 @@ Order& OrderOf(Call call) {
 
 bool Fails(Call call) {
     Order& order = OrderOf(call);
-    return order.active && order.skip-- <= 0;
+    return order.active && order.calls++ >= order.skip;
 }
 
 int StatusOf(Call call) {
@@ -38,11 +41,16 @@ FailingCall::FailingCall(Call call, int status, int skip) : mCall(call) {
     Order& order = OrderOf(call);
     order.status = status;
     order.skip = skip;
+    order.calls = 0;
     order.active = true;
 }
 
 FailingCall::~FailingCall() {
     OrderOf(mCall).active = false;
+}
+
+int FailingCall::Calls() const {
+    return OrderOf(mCall).calls;
 }
 
 }  // namespace kvx_test
@@ -62,6 +70,7 @@ void* __real_calloc(size_t count, size_t size);
 int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
 int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
 int __real_pthread_once(pthread_once_t* once, void (*function)());
+ssize_t __real_pread(int descriptor, void* buffer, size_t size, off_t offset);
 
 void* __wrap__Znwm(size_t size) {
     if (Fails(Call::New)) {
@@ -93,5 +102,13 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
 
 int __wrap_pthread_once(pthread_once_t* once, void (*function)()) {
     return Fails(Call::Once) ? StatusOf(Call::Once) : __real_pthread_once(once, function);
+}
+
+ssize_t __wrap_pread(int descriptor, void* buffer, size_t size, off_t offset) {
+    if (Fails(Call::Pread)) {
+        errno = StatusOf(Call::Pread);
+        return -1;
+    }
+    return __real_pread(descriptor, buffer, size, offset);
 }
 }

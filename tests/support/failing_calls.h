@@ -2,6 +2,8 @@
 // functions lead here (the linker's --wrap), so that nothing in src/ knows of it.
 #pragma once
 
+#include <climits>
+
 namespace kvx_test {
 
 enum class Call {
@@ -12,6 +14,7 @@ enum class Call {
     MutexInit,   // answers the status
     MutexLock,   // answers the status, takes no lock
     Once,        // answers the status, runs nothing
+    Pread,       // -1, with the status as errno
     NumberOfCalls,
 };
 
@@ -19,11 +22,17 @@ enum class Call {
 // call. The test framework makes some of these calls too, so compare and print nothing meanwhile.
 class FailingCall {
   public:
+    // For `skip`: counts calls and lets all of them work.
+    static constexpr int kNever = INT_MAX;
+
     explicit FailingCall(Call call, int status = 0, int skip = 0);
     ~FailingCall();
 
     FailingCall(const FailingCall&) = delete;
     FailingCall& operator=(const FailingCall&) = delete;
+
+    // Calls so far, good and failed ones.
+    int Calls() const;
 
   private:
     Call mCall;
