@@ -111,6 +111,11 @@ bool operator==(const RunMap<Value>& a, const std::map<Others...>& b) {
     });
 }
 
+template <typename Value, typename... Others>
+bool operator==(const std::map<Others...>& a, const RunMap<Value>& b) {
+    return b == a;
+}
+
 // A RunMap of pointers to records that it owns. Records that it makes itself stand side by side in
 // blocks; one put in by pointer must come from `new`.
 template <typename Record>

@@ -1,6 +1,8 @@
 #include "support/failing_calls.h"
 
+#include <fcntl.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <atomic>
@@ -71,6 +73,8 @@ int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t*
 int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
 int __real_pthread_once(pthread_once_t* once, void (*function)());
 ssize_t __real_pread(int descriptor, void* buffer, size_t size, off_t offset);
+int __real_fstat(int descriptor, struct stat* status);
+int __real_posix_fadvise(int descriptor, off_t offset, off_t length, int advice);
 
 void* __wrap__Znwm(size_t size) {
     if (Fails(Call::New)) {
@@ -110,5 +114,18 @@ ssize_t __wrap_pread(int descriptor, void* buffer, size_t size, off_t offset) {
         return -1;
     }
     return __real_pread(descriptor, buffer, size, offset);
+}
+
+int __wrap_fstat(int descriptor, struct stat* status) {
+    if (Fails(Call::Fstat)) {
+        errno = StatusOf(Call::Fstat);
+        return -1;
+    }
+    return __real_fstat(descriptor, status);
+}
+
+int __wrap_posix_fadvise(int descriptor, off_t offset, off_t length, int advice) {
+    return Fails(Call::FileAdvice) ? StatusOf(Call::FileAdvice)
+                                   : __real_posix_fadvise(descriptor, offset, length, advice);
 }
 }

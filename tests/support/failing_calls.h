@@ -15,6 +15,8 @@ enum class Call {
     MutexLock,   // answers the status, takes no lock
     Once,        // answers the status, runs nothing
     Pread,       // -1, with the status as errno
+    Fstat,       // -1, the status in errno
+    FileAdvice,  // posix_fadvise: answers the status
     NumberOfCalls,
 };
 

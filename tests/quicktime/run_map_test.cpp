@@ -1,0 +1,120 @@
+#include "quicktime/run_map.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+
+using KVX::QT::RecordMap;
+using KVX::QT::RunMap;
+using testing::ElementsAre;
+using testing::Pair;
+
+namespace {
+
+RunMap<long long> ThreeRuns() {
+    RunMap<long long> runs;
+    runs.Append(0, 100);
+    runs.Append(10, 200);
+    runs.Append(20, 300);
+    return runs;
+}
+
+TEST(RunMap, FindsTheEntryAtOrBefore) {
+    const RunMap<long long> runs = ThreeRuns();
+    EXPECT_EQ(runs.AtOrBefore(0)->second, 100);
+    EXPECT_EQ(runs.AtOrBefore(9)->second, 100);
+    EXPECT_EQ(runs.AtOrBefore(10)->second, 200);
+    EXPECT_EQ(runs.AtOrBefore(19)->second, 200);
+    EXPECT_EQ(runs.AtOrBefore(1LL << 60)->second, 300);
+}
+
+TEST(RunMap, FirstEntryAnswersForKeysInFrontOfIt) {
+    EXPECT_EQ(ThreeRuns().AtOrBefore(-1)->second, 100);
+}
+
+TEST(RunMap, SearchesAsAStandardMapDoes) {
+    const RunMap<long long> runs = ThreeRuns();
+    EXPECT_EQ(runs.lower_bound(10)->first, 10);
+    EXPECT_EQ(runs.upper_bound(10)->first, 20);
+    EXPECT_EQ(runs.upper_bound(20), runs.end());
+    EXPECT_EQ(runs.find(20)->second, 300);
+    EXPECT_EQ(runs.find(15), runs.end());
+    EXPECT_EQ(runs.count(10), 1u);
+    EXPECT_EQ(runs.count(11), 0u);
+    EXPECT_EQ(runs.rbegin()->first, 20);
+    EXPECT_EQ(runs.size(), 3u);
+}
+
+TEST(RunMap, ComparesWithAStandardMap) {
+    std::map<long long, long long> same = {{0, 100}, {10, 200}, {20, 300}};
+    EXPECT_TRUE(ThreeRuns() == same);
+    EXPECT_TRUE(same == ThreeRuns());
+    same[20] = 301;
+    EXPECT_FALSE(ThreeRuns() == same);
+    same.erase(20);
+    EXPECT_FALSE(ThreeRuns() == same);
+}
+
+TEST(RunMap, LaterEntryTakesTheKeyOver) {
+    RunMap<long long> runs = ThreeRuns();
+    runs.Append(20, 301);
+    EXPECT_THAT(runs, ElementsAre(Pair(0, 100), Pair(10, 200), Pair(20, 301)));
+}
+
+TEST(RunMap, SortPutsBackwardKeysInOrderAndKeepsTheLatest) {
+    RunMap<long long> runs = ThreeRuns();
+    runs.Append(5, 150);
+    runs.Append(20, 302);
+    runs.Append(-7, 50);
+    runs.Append(5, 151);
+    runs.Sort();
+    EXPECT_THAT(
+        runs, ElementsAre(Pair(-7, 50), Pair(0, 100), Pair(5, 151), Pair(10, 200), Pair(20, 302)));
+}
+
+TEST(RunMap, SubscriptInsertsAnywhere) {
+    RunMap<long long> runs = ThreeRuns();
+    runs[5] = 150;
+    runs[20] = 301;
+    EXPECT_THAT(runs, ElementsAre(Pair(0, 100), Pair(5, 150), Pair(10, 200), Pair(20, 301)));
+}
+
+struct Record {
+    int number;
+};
+
+TEST(RecordMap, RecordsStayInPlaceWhileTheMapGrows) {
+    RecordMap<Record> records;
+    records.Append(0, {0});
+    const Record* const first = records.begin()->second;
+    for (int i = 1; i < 20000; ++i) {
+        records.Append(i, {i});
+    }
+    EXPECT_EQ(records.begin()->second, first);
+    for (int i = 0; i < 20000; ++i) {
+        ASSERT_EQ(records.find(i)->second->number, i);
+    }
+}
+
+// The leak checker and the address sanitizer watch these two.
+TEST(RecordMap, OwnsRecordsOfBothKinds) {
+    RecordMap<Record> records;
+    records.Append(0, {1});
+    records[5] = new Record{2};
+    records.Append(9, {3});
+    EXPECT_EQ(records.find(5)->second->number, 2);
+    EXPECT_EQ(records.find(9)->second->number, 3);
+}
+
+TEST(RecordMap, ClearedMapTakesNewRecords) {
+    RecordMap<Record> records;
+    records.Append(0, {1});
+    records[5] = new Record{2};
+    records.clear();
+    EXPECT_TRUE(records.empty());
+    records.Append(3, {4});
+    EXPECT_EQ(records.AtOrBefore(3)->second->number, 4);
+}
+
+}  // namespace
