@@ -14,8 +14,15 @@ static_assert(sizeof(wchar_t) == sizeof(uint32_t), "wide strings are UTF-32");
 pthread_key_t StringStorage::key;
 pthread_once_t StringStorage::key_once = PTHREAD_ONCE_INIT;
 
+namespace {
+
+// Without a key of our own, 0 would be somebody else's.
+bool sHasKey = false;
+
+}  // namespace
+
 void StringStorage::make_key() {
-    pthread_key_create(&key, nullptr);
+    sHasKey = pthread_key_create(&key, nullptr) == 0;
 }
 
 void* StringStorage::Storage::get_ptr(unsigned long size) {
@@ -28,7 +35,7 @@ void* StringStorage::Storage::get_ptr(unsigned long size) {
 }
 
 void* StringStorage::get_ptr(int size) {
-    if (size < 0 || pthread_once(&key_once, &make_key) != 0) {
+    if (size < 0 || pthread_once(&key_once, &make_key) != 0 || !sHasKey) {
         return nullptr;
     }
     Storage* storage = static_cast<Storage*>(pthread_getspecific(key));

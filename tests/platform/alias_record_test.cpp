@@ -159,6 +159,9 @@ TEST(AliasRecord, HeaderVolumeNameTooLongMattersOnlyWhenUsed) {
     Bytes record = AliasVersion2("Media", AliasItems({{2, "Media:clip.mov"}}));
     record[10] = 28;
     EXPECT_EQ(Read(record), kMalformed);
+    record = AliasVersion2(std::string(27, 'v'), AliasItems({{2, "Media:clip.mov"}}));
+    record[10] = 28;
+    EXPECT_EQ(Read(record), kMalformed);
     record = AliasVersion2("Media", AliasItems({{2, "Media:clip.mov"}, {19, "/Volumes/Media"}}));
     record[10] = '\xFF';
     EXPECT_EQ(Read(record), "/Volumes/Media/clip.mov");
