@@ -15,6 +15,7 @@ using KVX::FileImportModule;
 using KVX::QT::Movie;
 using kvx_hostkit::Clip;
 using kvx_hostkit::RecordBlock;
+using kvx_test::Field;
 using kvx_test::kFill;
 using kvx_test::kMediaOffset;
 using kvx_test::LogCapture;
@@ -162,10 +163,10 @@ TEST_F(FileInfo, OneVideoAndThreeAudioTracks) {
         LogCapture log;
         RecordBlock<imFileInfoRec8> info(kFill);
         EXPECT_EQ(clip.GetInfo(0, info.Get()), 18);
-        EXPECT_EQ(info->hasVideo, 1);
-        EXPECT_EQ(info->hasAudio, 1);
-        EXPECT_EQ(info->audioChannels, 1);
-        EXPECT_EQ(info->setting219, 0);
+        EXPECT_EQ(Field(info->hasVideo), 1);
+        EXPECT_EQ(Field(info->hasAudio), 1);
+        EXPECT_EQ(Field(info->audioChannels), 1);
+        EXPECT_EQ(Field(info->setting219), 0);
         EXPECT_EQ(log.Raw(), "");
     }
     for (const int32_t index : {1, 2}) {
@@ -232,7 +233,7 @@ TEST_F(FileInfo, MoreVideoThanAudio) {
 
     RecordBlock<imFileInfoRec8> info;
     EXPECT_EQ(Ask(module, 1, info), 18);
-    EXPECT_EQ(info->subType, 0x76323130);
+    EXPECT_EQ(Field(info->subType), 0x76323130);
 }
 
 TEST_F(FileInfo, AsManyVideoAsAudioTracks) {
@@ -249,7 +250,7 @@ TEST_F(FileInfo, SecondTracksLeaveTheFlagOfLaterStreamsAlone) {
     EXPECT_EQ(static_cast<uint8_t>(info->setting219), kFill);
     RecordBlock<imFileInfoRec8> first(kFill);
     EXPECT_EQ(Ask(module, 0, first), 18);
-    EXPECT_EQ(first->setting219, 0);
+    EXPECT_EQ(Field(first->setting219), 0);
 }
 
 TEST_F(FileInfo, NumbersAreCutToTheirFields) {
@@ -271,19 +272,19 @@ TEST_F(FileInfo, NumbersAreCutToTheirFields) {
     module.mAudioSampleType = 0x01020304;
     RecordBlock<imFileInfoRec8> info;
     ASSERT_EQ(Ask(module, 0, info), 0);
-    EXPECT_EQ(info->width, -5);
-    EXPECT_EQ(info->height, 32767);
-    EXPECT_EQ(info->depth, -1);
-    EXPECT_EQ(info->subType, 0x32767579);
-    EXPECT_EQ(info->videoScale, 0x55667788);
-    EXPECT_EQ(info->videoSampleSize, 0x23456789);
+    EXPECT_EQ(Field(info->width), -5);
+    EXPECT_EQ(Field(info->height), 32767);
+    EXPECT_EQ(Field(info->depth), -1);
+    EXPECT_EQ(Field(info->subType), 0x32767579);
+    EXPECT_EQ(Field(info->videoScale), 0x55667788);
+    EXPECT_EQ(Field(info->videoSampleSize), 0x23456789);
     EXPECT_EQ(static_cast<uint32_t>(info->videoDuration), 0x80000001u);
-    EXPECT_EQ(info->pixelAspectNumerator, 0xFFFFFFFFu);
-    EXPECT_EQ(info->pixelAspectDenominator, 0x80000000u);
-    EXPECT_EQ(info->audioDuration, 0x7FFFFFFF80000001);
-    EXPECT_EQ(info->audioSampleRate, 44100.1F);
+    EXPECT_EQ(Field(info->pixelAspectNumerator), 0xFFFFFFFFu);
+    EXPECT_EQ(Field(info->pixelAspectDenominator), 0x80000000u);
+    EXPECT_EQ(Field(info->audioDuration), 0x7FFFFFFF80000001);
+    EXPECT_EQ(Field(info->audioSampleRate), 44100.1F);
     EXPECT_EQ(static_cast<uint32_t>(info->audioChannels), 0xFFFFFFFEu);
-    EXPECT_EQ(info->audioSampleType, 0x01020304);
+    EXPECT_EQ(Field(info->audioSampleType), 0x01020304);
 }
 
 TEST_F(FileInfo, FieldTypeOfUncompressedFormats) {
@@ -301,10 +302,10 @@ TEST_F(FileInfo, FieldTypeOfUncompressedFormats) {
             track.mFieldDominance = each.dominance;
             RecordBlock<imFileInfoRec8> info(kFill);
             ASSERT_EQ(Ask(module, 0, info), 0);
-            EXPECT_EQ(info->fieldType, each.fieldType) << format << " " << each.dominance;
+            EXPECT_EQ(Field(info->fieldType), each.fieldType) << format << " " << each.dominance;
             // The frame size says nothing about these formats' pixels.
-            EXPECT_EQ(info->pixelAspectNumerator, 5u);
-            EXPECT_EQ(info->pixelAspectDenominator, 6u);
+            EXPECT_EQ(Field(info->pixelAspectNumerator), 5u);
+            EXPECT_EQ(Field(info->pixelAspectDenominator), 6u);
         }
     }
 }
@@ -325,7 +326,7 @@ TEST_F(FileInfo, FieldTypeOfCompressedFormats) {
         module.mMovie->mVideoTracks[0]->mFieldDominance = 1;
         RecordBlock<imFileInfoRec8> info(kFill);
         ASSERT_EQ(Ask(module, 0, info), 0);
-        EXPECT_EQ(info->fieldType, each.fieldType) << each.format << " " << each.height;
+        EXPECT_EQ(Field(info->fieldType), each.fieldType) << each.format << " " << each.height;
     }
 }
 
@@ -351,9 +352,9 @@ TEST_F(FileInfo, PixelAspectOfCompressedFormats) {
             track.mPixelAspectV = 9;
             RecordBlock<imFileInfoRec8> info(kFill);
             ASSERT_EQ(Ask(module, 0, info), 0);
-            EXPECT_EQ(info->pixelAspectNumerator, each.numerator)
+            EXPECT_EQ(Field(info->pixelAspectNumerator), each.numerator)
                 << format << " " << each.width << "x" << each.height;
-            EXPECT_EQ(info->pixelAspectDenominator, each.denominator);
+            EXPECT_EQ(Field(info->pixelAspectDenominator), each.denominator);
         }
     }
 }
@@ -377,8 +378,8 @@ TEST_F(FileInfo, PreferredFrameSizeIsSigned) {
     module.mMovie->mVideoTracks[0]->mHeight = -32768;
     RecordBlock<imPreferredFrameSizeRec> record;
     EXPECT_EQ(module.GetPreferredFrameSize(record.Get()), 0);
-    EXPECT_EQ(record->width, -2);
-    EXPECT_EQ(record->height, -32768);
+    EXPECT_EQ(Field(record->width), -2);
+    EXPECT_EQ(Field(record->height), -32768);
 }
 
 TEST_F(FileInfo, NoPreferredFrameSizeWithoutVideo) {

@@ -44,6 +44,12 @@ class HostTest : public ::testing::Test {
     TempDirectory directory;
 };
 
+// The value of a packed record's field: the test framework takes references, which need alignment.
+template <typename Value>
+Value Field(Value value) {
+    return value;
+}
+
 // Fills records before a call, to show what the call leaves alone.
 constexpr uint8_t kFill = 0xA5;
 

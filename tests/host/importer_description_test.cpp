@@ -6,6 +6,7 @@
 namespace {
 
 using kvx_hostkit::RecordBlock;
+using kvx_test::Field;
 using kvx_test::kFill;
 using kvx_test::LogCapture;
 
@@ -46,7 +47,7 @@ TEST_F(ImporterDescription, InitServesAHostThatCannotBeAsked) {
     LogCapture log;
     RecordBlock<imImportInfoRec> info(kFill);
     EXPECT_EQ(importer.Init(info.Get()), 0);
-    EXPECT_EQ(info->canSave, 1);
+    EXPECT_EQ(Field(info->canSave), 1);
 }
 
 TEST_F(ImporterDescription, OneFormat) {

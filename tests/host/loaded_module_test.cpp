@@ -20,6 +20,7 @@ using kvx_hostkit::Clip;
 using kvx_hostkit::Importer;
 using kvx_hostkit::LoadedModule;
 using kvx_hostkit::RecordBlock;
+using kvx_test::Field;
 using kvx_test::LogCapture;
 
 // An ELF file, as far as its dynamic section goes (System V ABI, "Object Files").
@@ -130,7 +131,7 @@ TEST_F(Module, ServesAFile) {
     const Importer loaded(host, module->Entries());
     RecordBlock<imImportInfoRec> info;
     ASSERT_EQ(loaded.Init(info.Get()), 0);
-    EXPECT_EQ(info->canAsync, 1);
+    EXPECT_EQ(Field(info->canAsync), 1);
 
     Clip clip(
         loaded,
@@ -140,8 +141,8 @@ TEST_F(Module, ServesAFile) {
     const std::vector<imFileInfoRec8> streams = clip.Streams(&result);
     EXPECT_EQ(result, 0);
     ASSERT_EQ(streams.size(), 1u);
-    EXPECT_EQ(streams[0].width, 1920);
-    EXPECT_EQ(streams[0].audioChannels, 2);
+    EXPECT_EQ(Field(streams[0].width), 1920);
+    EXPECT_EQ(Field(streams[0].audioChannels), 2);
     EXPECT_EQ(clip.PixelFormats(),
               (std::vector<PrPixelFormat>{kKVXCustomPixelFormat, PrPixelFormat_V210_422_10u_709}));
     std::vector<float> left(100, 9.0F);

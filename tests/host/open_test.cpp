@@ -21,6 +21,7 @@ using kvx_hostkit::Clip;
 using kvx_hostkit::RecordBlock;
 using kvx_test::Call;
 using kvx_test::FailingCall;
+using kvx_test::Field;
 using kvx_test::LogCapture;
 using kvx_test::MovieOf;
 using kvx_test::Sound;
@@ -288,7 +289,7 @@ TEST_F(Open, NullPathIsAnEmptyOne) {
     void* fileRef = Ref(-1);
     LogCapture log;
     EXPECT_EQ(importer.Call(imOpenFile8, &fileRef, record.Get()), 12);
-    ASSERT_NE(record->privatedata, nullptr);
+    ASSERT_NE(Field(record->privatedata), nullptr);
     EXPECT_EQ(importer.Call(imCloseFile, &fileRef, record->privatedata), 0);
 }
 

@@ -10,6 +10,7 @@ namespace {
 using KVX::FileImportModule;
 using kvx_hostkit::Clip;
 using kvx_hostkit::RecordBlock;
+using kvx_test::Field;
 using kvx_test::kFill;
 using kvx_test::LogCapture;
 using kvx_test::MovieOf;
@@ -105,7 +106,7 @@ TEST_F(PixelFormatList, WidthIsSigned) {
     module.mMovie->mVideoTracks[0]->mWidth = -32768;
     RecordBlock<imIndPixelFormatRec> record;
     EXPECT_EQ(module.GetIndPixelFormat(1, record.Get()), 0);
-    EXPECT_EQ(record->pixelFormat, kUYVY601);
+    EXPECT_EQ(Field(record->pixelFormat), kUYVY601);
 }
 
 TEST_F(PixelFormatList, CompressedFormats) {
@@ -114,9 +115,9 @@ TEST_F(PixelFormatList, CompressedFormats) {
             FileImportModule& module = ModuleOn(format, width);
             RecordBlock<imIndPixelFormatRec> record(kFill);
             EXPECT_EQ(module.GetIndPixelFormat(0, record.Get()), 0) << format;
-            EXPECT_EQ(record->pixelFormat, width > 720 ? kUYVY709 : kUYVY601) << format;
+            EXPECT_EQ(Field(record->pixelFormat), width > 720 ? kUYVY709 : kUYVY601) << format;
             EXPECT_EQ(module.GetIndPixelFormat(1, record.Get()), 301) << format;
-            EXPECT_EQ(record->pixelFormat, kInvalid);
+            EXPECT_EQ(Field(record->pixelFormat), kInvalid);
             EXPECT_EQ(module.GetIndPixelFormat(-1, record.Get()), 301) << format;
         }
     }
@@ -128,13 +129,13 @@ TEST_F(PixelFormatList, UnknownFormat) {
     {
         LogCapture log;
         EXPECT_EQ(module.GetIndPixelFormat(0, record.Get()), 0);
-        EXPECT_EQ(record->pixelFormat, kCustom);
+        EXPECT_EQ(Field(record->pixelFormat), kCustom);
         EXPECT_EQ(log.Raw(), "");
     }
     for (const int index : {1, 2, 77}) {
         LogCapture log;
         EXPECT_EQ(module.GetIndPixelFormat(index, record.Get()), 5);
-        EXPECT_EQ(record->pixelFormat, kInvalid);
+        EXPECT_EQ(Field(record->pixelFormat), kInvalid);
         EXPECT_EQ(log.Text(), "GetIndPixelFormat: Unexpected data format 'ap4h'\n");
     }
 }

@@ -47,6 +47,7 @@ namespace {
 using kvx_hostkit::Clip;
 using kvx_hostkit::RecordBlock;
 using kvx_test::big32;
+using kvx_test::Field;
 using kvx_test::kFill;
 using kvx_test::kMediaOffset;
 using kvx_test::LogCapture;
@@ -179,9 +180,9 @@ TEST_F(TimeInfo, OnlyTheFirstTrackCounts) {
     const StartTime second = {Counting(30000, 1001, 30, 1), 0};
     RecordBlock<imTimeInfoRec8> info;
     ASSERT_EQ(OpenOn({first, second}).GetTimeInfo(info.Get()), 0);
-    EXPECT_STREQ(info->originalTime, "01:00:00:00");
-    EXPECT_EQ(info->originalScale, 25);
-    EXPECT_EQ(info->originalSampleSize, 1);
+    EXPECT_STREQ(Field(info->originalTime), "01:00:00:00");
+    EXPECT_EQ(Field(info->originalScale), 25);
+    EXPECT_EQ(Field(info->originalSampleSize), 1);
 
     const StartTime unknown = {Counting(17, 1, 17), 0};
     ExpectNoTimecode(OpenOn({unknown, first}));
@@ -309,7 +310,7 @@ TEST_F(TimeInfo, SettingChangesNothing) {
     EXPECT_EQ(record.Bytes(), expected.Bytes());
     RecordBlock<imTimeInfoRec8> info;
     EXPECT_EQ(clip.GetTimeInfo(info.Get()), 0);
-    EXPECT_STREQ(info->originalTime, "01:00:00:00");
+    EXPECT_STREQ(Field(info->originalTime), "01:00:00:00");
 }
 
 }  // namespace
