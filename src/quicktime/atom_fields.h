@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "core/big_endian.h"
 #include "quicktime/atom.h"
 
 namespace KVX::QT {
@@ -25,15 +26,33 @@ class AtomFields {
     // 0, or 22 once a field was asked for that lies outside the atom.
     long Status() const { return mStatus; }
 
-    uint8_t Unsigned8(uint64_t offset);
-    uint16_t Unsigned16(uint64_t offset);
+    uint8_t Unsigned8(uint64_t offset) {
+        const char* const field = Bytes(offset, 1);
+        return field == nullptr ? 0 : static_cast<uint8_t>(*field);
+    }
+    uint16_t Unsigned16(uint64_t offset) {
+        const char* const field = Bytes(offset, 2);
+        return field == nullptr ? 0 : Core::ReadBig16(field);
+    }
     int16_t Signed16(uint64_t offset) { return static_cast<int16_t>(Unsigned16(offset)); }
-    uint32_t Unsigned32(uint64_t offset);
+    uint32_t Unsigned32(uint64_t offset) {
+        const char* const field = Bytes(offset, 4);
+        return field == nullptr ? 0 : Core::ReadBig32(field);
+    }
     int32_t Signed32(uint64_t offset) { return static_cast<int32_t>(Unsigned32(offset)); }
-    uint64_t Unsigned64(uint64_t offset);
+    uint64_t Unsigned64(uint64_t offset) {
+        const char* const field = Bytes(offset, 8);
+        return field == nullptr ? 0 : Core::ReadBig64(field);
+    }
 
     // The `size` bytes at `offset`, as they stand in the file; null on failure.
-    const char* Bytes(uint64_t offset, uint64_t size);
+    const char* Bytes(uint64_t offset, uint64_t size) {
+        if (offset <= mLength && size <= mLength - offset) {
+            return mBytes + offset;
+        }
+        Fail(offset, size);
+        return nullptr;
+    }
 
     // The atom that begins at `offset` and lies wholly inside this one, such as an entry of a
     // description table or an extension behind a description's fixed part; null, without a
@@ -47,6 +66,8 @@ class AtomFields {
     long mStatus = 0;
     const char* mFunction;
     int mLine;
+
+    void Fail(uint64_t offset, uint64_t size);
 };
 
 }  // namespace KVX::QT

@@ -49,7 +49,7 @@ long Track::SetEditList(Atom* trakAtom) {
                 elapsed += static_cast<int32_t>(Core::ReadBig32(entry));
                 offset += kEntrySize;
             } while (offset < editList.Length());
-            mEditRates.Sort();
+            mEditRates.Finish();
             mTrackDuration = toMediaTime(elapsed);
             return 0;
         }

@@ -127,12 +127,13 @@ long MovieAtom::Read(int descriptor, const std::string& path) {
         return Core::kStatusInvalid;
     }
     // A header with an extended size is longer than the shortest atom.
-    mBuffer.reset(static_cast<char*>(std::calloc(1, std::max<size_t>(length, sizeof(Atom)))));
+    mBuffer.reset(static_cast<char*>(std::malloc(std::max<size_t>(length, sizeof(Atom)))));
     if (mBuffer == nullptr) {
         Core::LogLine(kOperation, __LINE__,
                       "Failed to allocated %llu byte buffer for 'moov' atom\n", length);
         return Core::kStatusNoMemory;
     }
+    std::memset(mBuffer.get(), 0, sizeof(Atom));
     const ssize_t got = pread(descriptor, mBuffer.get(), length, static_cast<off_t>(position));
     if (got <= 0) {
         const long status = StatusOfRead(got);

@@ -6,10 +6,53 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
+#include "platform/large_memory.h"
+
 namespace KVX::QT {
+
+// The standard allocator, but for tables of many megabytes.
+template <typename T>
+struct TableAllocator {
+    using value_type = T;
+
+    TableAllocator() = default;
+    template <typename Other>
+    TableAllocator(const TableAllocator<Other>&) {}
+
+    T* allocate(size_t count) {
+        const size_t size = count * sizeof(T);
+        if (size < Platform::kLargeMemory) {
+            return std::allocator<T>().allocate(count);
+        }
+        void* const memory = Platform::AllocateLarge(size);
+        if (memory == nullptr) {
+            throw std::bad_alloc();
+        }
+        return static_cast<T*>(memory);
+    }
+
+    void deallocate(T* memory, size_t count) {
+        const size_t size = count * sizeof(T);
+        if (size < Platform::kLargeMemory) {
+            std::allocator<T>().deallocate(memory, count);
+        } else {
+            Platform::FreeLarge(memory, size);
+        }
+    }
+
+    template <typename Other>
+    bool operator==(const TableAllocator<Other>&) const {
+        return true;
+    }
+    template <typename Other>
+    bool operator!=(const TableAllocator<Other>&) const {
+        return false;
+    }
+};
 
 // An ordered map from the first sample or time of a run to what is known about the run. A file
 // states its runs in order, and nothing changes after the movie is read, so the entries stand in
@@ -21,7 +64,8 @@ class RunMap {
     using key_type = long long;
     using mapped_type = Value;
     using value_type = std::pair<long long, Value>;
-    using const_iterator = typename std::vector<value_type>::const_iterator;
+    using const_iterator =
+        typename std::vector<value_type, TableAllocator<value_type>>::const_iterator;
     using iterator = const_iterator;
 
     const_iterator begin() const { return mEntries.begin(); }
@@ -30,7 +74,10 @@ class RunMap {
     auto rend() const { return mEntries.rend(); }
     size_t size() const { return mEntries.size(); }
     bool empty() const { return mEntries.empty(); }
-    void clear() { mEntries.clear(); }
+    void clear() {
+        mEntries.clear();
+        mInOrder = true;
+    }
 
     const_iterator lower_bound(long long key) const {
         return std::lower_bound(begin(), end(), key, [](const value_type& entry, long long wanted) {
@@ -64,8 +111,11 @@ class RunMap {
         return mEntries.emplace(place, key, Value())->second;
     }
 
-    // Adds an entry while the map is being built. One that comes later takes the place of an
-    // earlier one under the same key. Call Sort before the first look-up.
+    // Building: Reserve what there may be at most, Append, Finish before the first look-up. Memory
+    // that is reserved and not used costs address space alone, and that only until Finish.
+    void Reserve(size_t count) { mEntries.reserve(count); }
+
+    // An entry that comes later takes the place of an earlier one under the same key.
     void Append(long long key, Value value) {
         if (!mEntries.empty() && mEntries.back().first >= key) {
             if (mEntries.back().first == key) {
@@ -77,12 +127,22 @@ class RunMap {
         mEntries.emplace_back(key, value);
     }
 
-    // Well-formed tables are appended in order, and need no work here. Negative counts or durations
-    // send the keys backwards.
-    void Sort() {
-        if (mInOrder) {
-            return;
+    void Finish() {
+        if (!mInOrder) {
+            Sort();
         }
+        if (mEntries.capacity() > 2 * mEntries.size()) {
+            mEntries.shrink_to_fit();
+        }
+    }
+
+  private:
+    std::vector<value_type, TableAllocator<value_type>> mEntries;
+    bool mInOrder = true;
+
+    // Well-formed tables are appended in order. Negative counts or durations send the keys
+    // backwards.
+    void Sort() {
         std::stable_sort(
             mEntries.begin(), mEntries.end(),
             [](const value_type& a, const value_type& b) { return a.first < b.first; });
@@ -93,10 +153,6 @@ class RunMap {
         mEntries.erase(mEntries.begin(), firstKept.base());
         mInOrder = true;
     }
-
-  private:
-    std::vector<value_type> mEntries;
-    bool mInOrder = true;
 };
 
 template <typename Value>
@@ -137,7 +193,6 @@ class RecordMap : public RunMap<Record*> {
         }
         RunMap<Record*>::clear();
         mBlocks.clear();
-        mFree = 0;
         mHasOthers = false;
     }
 
@@ -147,39 +202,39 @@ class RecordMap : public RunMap<Record*> {
     }
 
     // As RunMap::Append, with a copy of the record.
-    void Append(long long key, const Record& record) { RunMap<Record*>::Append(key, Make(record)); }
+    void Append(long long key, Record record) {
+        Record* const place = Make();
+        *place = record;
+        RunMap<Record*>::Append(key, place);
+    }
 
   private:
-    struct Block {
-        std::unique_ptr<Record[]> records;
-        size_t count;
-    };
+    // Blocks do not grow, so that records stay where they are.
+    using Block = std::vector<Record, TableAllocator<Record>>;
     static constexpr size_t kFirstBlock = 4;
-    static constexpr size_t kLargestBlock = 4096;
+    static constexpr size_t kLargestBlock = Platform::kLargeMemory / sizeof(Record);
 
     std::vector<Block> mBlocks;
-    size_t mFree = 0;  // records left in the last block
     bool mHasOthers = false;
 
-    Record* Make(const Record& record) {
-        if (mFree == 0) {
-            const size_t count =
-                mBlocks.empty() ? kFirstBlock : std::min(mBlocks.back().count * 2, kLargestBlock);
-            mBlocks.push_back({std::unique_ptr<Record[]>(new Record[count]), count});
-            mFree = count;
+    Record* Make() {
+        if (mBlocks.empty() || mBlocks.back().size() == mBlocks.back().capacity()) {
+            const size_t count = mBlocks.empty()
+                                     ? kFirstBlock
+                                     : std::min(mBlocks.back().capacity() * 2, kLargestBlock);
+            Block block;
+            block.reserve(count);
+            mBlocks.push_back(std::move(block));
         }
-        const Block& block = mBlocks.back();
-        Record* const place = &block.records[block.count - mFree];
-        --mFree;
-        *place = record;
-        return place;
+        mBlocks.back().emplace_back();
+        return &mBlocks.back().back();
     }
 
     bool IsOwn(const Record* record) const {
         const std::less<const Record*> isBefore;
         return std::any_of(mBlocks.begin(), mBlocks.end(), [&](const Block& block) {
-            const Record* const first = block.records.get();
-            return !isBefore(record, first) && isBefore(record, first + block.count);
+            const Record* const first = block.data();
+            return !isBefore(record, first) && isBefore(record, first + block.size());
         });
     }
 };

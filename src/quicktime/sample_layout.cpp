@@ -74,6 +74,7 @@ long SetDurations(Track& track, const Atom* sttsAtom) {
         track.mSampleCount += Signed32(entry);
     }
 
+    track.mSampleDurations.Reserve(static_cast<size_t>(entries.count));
     long long time = 0;
     long long sample = 0;
     for (const char* entry = entries.bytes; entry != end; entry += kEntrySize) {
@@ -88,7 +89,7 @@ long SetDurations(Track& track, const Atom* sttsAtom) {
         time = WrappingSum(time, count * duration);
         sample += count;
     }
-    track.mSampleDurations.Sort();
+    track.mSampleDurations.Finish();
     return 0;
 }
 
@@ -102,9 +103,8 @@ class ChunkWalk {
           mHasLongOffsets(mChunks.Type() == Core::FourCharCode("co64")) {}
 
     long Run(const Atom* stscAtom) {
-        constexpr uint64_t kEntrySize = 12;
         Entries entries;
-        if (const long status = entries.Init(FieldsOf(stscAtom, __LINE__), kEntrySize)) {
+        if (const long status = entries.Init(FieldsOf(stscAtom, __LINE__), kRunLength)) {
             return status;
         }
         const long long chunkCount = mChunks.Signed32(kCountOffset);
@@ -112,14 +112,25 @@ class ChunkWalk {
             return mChunks.Status();
         }
         // Every chunk belongs to one entry. A table out of order visits some twice; one that goes
-        // over them again and again would take time and memory without bound.
-        mVisitsLeft = 2 * chunkCount;
+        // over very many twice, or over them again and again, is made to cost time and memory.
+        mVisitsLeft = std::max(chunkCount, std::min(2 * chunkCount, kMostRepeatedVisits));
+        mTrack.mChunkOffsets.Reserve(std::min(static_cast<uint64_t>(std::max(chunkCount, 0LL)),
+                                              mChunks.Length() / EntryLength()));
+        const long status = VisitAll(entries, chunkCount);
+        mTrack.mChunkOffsets.Finish();
+        return status;
+    }
 
+  private:
+    static constexpr uint64_t kRunLength = 12;  // of an "stsc" entry
+    static constexpr long long kMostRepeatedVisits = 1 << 20;
+
+    long VisitAll(const Entries& entries, long long chunkCount) {
         for (long long i = 0; i < entries.count; ++i) {
-            const char* const entry = entries.bytes + i * kEntrySize;
+            const char* const entry = entries.bytes + i * kRunLength;
             const long long first = FirstChunk(entry);
             const long long end =
-                i + 1 < entries.count ? FirstChunk(entry + kEntrySize) : chunkCount;
+                i + 1 < entries.count ? FirstChunk(entry + kRunLength) : chunkCount;
             const long long samplesPerChunk = Signed32(entry + 4);
             for (long long chunk = first; chunk < chunkCount && chunk != end; ++chunk) {
                 if (const long status = Visit(chunk, samplesPerChunk)) {
@@ -127,18 +138,10 @@ class ChunkWalk {
                 }
             }
         }
-        mTrack.mChunkOffsets.Sort();
         return 0;
     }
 
-  private:
-    Track& mTrack;
-    AtomFields mChunks;
-    AtomFields mSizes;
-    const bool mHasLongOffsets;
-    long long mVisitsLeft = 0;
-    long long mSample = 0;
-    long long mExpected = -1;  // where the next chunk continues the run
+    uint64_t EntryLength() const { return mHasLongOffsets ? 8 : 4; }
 
     // Chunks are counted from 1 in the file.
     static long long FirstChunk(const char* entry) {
@@ -151,10 +154,9 @@ class ChunkWalk {
                           chunk + 1);
             return Core::kStatusInvalid;
         }
-        const uint64_t entry = static_cast<uint64_t>(chunk);
-        const long long offset =
-            mHasLongOffsets ? static_cast<long long>(mChunks.Unsigned64(kEntriesOffset + entry * 8))
-                            : mChunks.Unsigned32(kEntriesOffset + entry * 4);
+        const uint64_t entry = kEntriesOffset + static_cast<uint64_t>(chunk) * EntryLength();
+        const long long offset = mHasLongOffsets ? static_cast<long long>(mChunks.Unsigned64(entry))
+                                                 : mChunks.Unsigned32(entry);
         if (mChunks.Status() != 0) {
             return mChunks.Status();
         }
@@ -194,6 +196,14 @@ class ChunkWalk {
         mSample += sampleCount;
         return 0;
     }
+
+    Track& mTrack;
+    AtomFields mChunks;
+    AtomFields mSizes;
+    const bool mHasLongOffsets;
+    long long mVisitsLeft = 0;
+    long long mSample = 0;
+    long long mExpected = -1;  // where the next chunk continues the run
 };
 
 // Constant sizes: one run, however many samples there are.
@@ -218,6 +228,7 @@ long SetSizes(Track& track, AtomFields sizes) {
     if (table == nullptr) {
         return sizes.Status();
     }
+    track.mSizeOffsets.Reserve(static_cast<size_t>(count));
     auto chunks = track.mChunkOffsets.lower_bound(0);
     long long position = 0;
     unsigned int previous = 0;
@@ -236,8 +247,9 @@ long SetSizes(Track& track, AtomFields sizes) {
             previous = size;
         }
         position = WrappingSum(position, size);
-        track.mMaxSampleSize = size > track.mMaxSampleSize ? size : track.mMaxSampleSize;
+        track.mMaxSampleSize = std::max(track.mMaxSampleSize, size);
     }
+    track.mSizeOffsets.Finish();
     return 0;
 }
 
@@ -247,6 +259,7 @@ long SetDisplayOffsets(Track& track, const Atom* cttsAtom) {
     if (const long status = entries.Init(FieldsOf(cttsAtom, __LINE__), kEntrySize)) {
         return status;
     }
+    track.mDisplayOffsets.Reserve(static_cast<size_t>(entries.count));
     long long sample = 0;
     for (long long i = 0; i < entries.count; ++i) {
         const char* const entry = entries.bytes + i * kEntrySize;
@@ -256,7 +269,7 @@ long SetDisplayOffsets(Track& track, const Atom* cttsAtom) {
         track.mDisplayOffsets.Append(sample, offset);
         sample += Signed32(entry);
     }
-    track.mDisplayOffsets.Sort();
+    track.mDisplayOffsets.Finish();
     return 0;
 }
 

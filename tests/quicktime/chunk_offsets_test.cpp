@@ -72,6 +72,18 @@ TEST_F(ChunkOffsets, TableThatGoesOverItsChunksAgainAndAgainIsRefused) {
     EXPECT_EQ(mLog.Text(), "SetSampleLayout: Invalid sample to chunk table at chunk 2\n");
 }
 
+// A thousand million visits, if they were made.
+TEST_F(ChunkOffsets, LoopsAreRefusedEarly) {
+    for (int i = 0; i < 100000; ++i) {
+        mRecipe.chunkRuns.push_back({i % 2 == 0 ? 2 : 1, 1});
+    }
+    for (uint64_t i = 0; i < 20000; ++i) {
+        mRecipe.chunkOffsets.push_back(1000 * (i + 1));
+    }
+    EXPECT_EQ(Set(mRecipe), 22);
+    EXPECT_LE(mTrack.mChunkOffsets.size(), 40000u);
+}
+
 TEST_F(ChunkOffsets, DescriptionIndexIsNotRead) {
     mRecipe.chunkRuns = {{1, 5, 1}, {2, 5, 99}};
     mRecipe.chunkOffsets = {1000, 1050};

@@ -123,7 +123,7 @@ TEST_F(FindMovieAtom, NoMemory) {
     WriteFile(mPath, big32(kLargest) + "moov");
     long status = 0;
     {
-        const FailingCall failing(Call::Calloc);
+        const FailingCall failing(Call::Malloc);
         status = mMovie.Init(mPath);
     }
     EXPECT_EQ(status, 12);

@@ -62,15 +62,35 @@ TEST(RunMap, LaterEntryTakesTheKeyOver) {
     EXPECT_THAT(runs, ElementsAre(Pair(0, 100), Pair(10, 200), Pair(20, 301)));
 }
 
-TEST(RunMap, SortPutsBackwardKeysInOrderAndKeepsTheLatest) {
+TEST(RunMap, FinishPutsBackwardKeysInOrderAndKeepsTheLatest) {
     RunMap<long long> runs = ThreeRuns();
     runs.Append(5, 150);
     runs.Append(20, 302);
     runs.Append(-7, 50);
     runs.Append(5, 151);
-    runs.Sort();
+    runs.Finish();
     EXPECT_THAT(
         runs, ElementsAre(Pair(-7, 50), Pair(0, 100), Pair(5, 151), Pair(10, 200), Pair(20, 302)));
+}
+
+TEST(RunMap, HoldsMoreThanWasReserved) {
+    RunMap<long long> runs;
+    runs.Reserve(1000);
+    for (long long i = 0; i < 300000; ++i) {
+        runs.Append(i, -i);
+    }
+    runs.Finish();
+    ASSERT_EQ(runs.size(), 300000u);
+    EXPECT_EQ(runs.AtOrBefore(299999)->second, -299999);
+}
+
+TEST(RunMap, HoldsLessThanWasReserved) {
+    RunMap<long long> runs;
+    runs.Reserve(300000);
+    runs.Append(0, 100);
+    runs.Append(7, 200);
+    runs.Finish();
+    EXPECT_THAT(runs, ElementsAre(Pair(0, 100), Pair(7, 200)));
 }
 
 TEST(RunMap, SubscriptInsertsAnywhere) {
@@ -88,11 +108,11 @@ TEST(RecordMap, RecordsStayInPlaceWhileTheMapGrows) {
     RecordMap<Record> records;
     records.Append(0, {0});
     const Record* const first = records.begin()->second;
-    for (int i = 1; i < 20000; ++i) {
+    for (int i = 1; i < 300000; ++i) {
         records.Append(i, {i});
     }
     EXPECT_EQ(records.begin()->second, first);
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 300000; ++i) {
         ASSERT_EQ(records.find(i)->second->number, i);
     }
 }
