@@ -1,0 +1,377 @@
+#include <tmmintrin.h>
+
+#include "convert/video/r210.h"
+#include "convert/video/rgb_to_yuv.h"
+#include "convert/video/row_walk.h"
+#include "convert/video/vector_memory.h"
+#include "convert/video/yuv_layouts.h"
+
+namespace KVX::Converter::Video {
+
+namespace {
+
+constexpr int kSourceBytes = 4;  // of a pixel
+constexpr int kStepPixels = 8;
+
+constexpr int kBlack = 64;
+constexpr int kWhite = 940;
+constexpr int kSpan = kWhite - kBlack;
+
+// Eight pixels, planar, each component somewhere in a word of its own: R in bits 13-4, G in bits
+// 11-2, B in bits 9-0, with bits of the neighbours around it.
+struct RawComponents {
+    __m128i mB;
+    __m128i mG;
+    __m128i mR;
+};
+
+constexpr int kRawShiftR = 4;
+constexpr int kRawShiftG = 2;
+constexpr int kRawMaskR = 0x3FF << kRawShiftR;
+constexpr int kRawMaskG = 0x3FF << kRawShiftG;
+constexpr int kRawMaskB = 0x3FF;
+
+template <typename Source>
+RawComponents LoadRaw(const char* from) {
+    const __m128i low = Source::Load(from);
+    const __m128i high = Source::Load(from + 16);
+    // Bytes 0 1, 1 2 and 2 3 of the big-endian pixel, swapped.
+    const __m128i kRG = _mm_setr_epi8(1, 0, 5, 4, 9, 8, 13, 12, 2, 1, 6, 5, 10, 9, 14, 13);
+    const __m128i kB = _mm_setr_epi8(3, 2, 7, 6, 11, 10, 15, 14, -1, -1, -1, -1, -1, -1, -1, -1);
+    const __m128i rgLow = _mm_shuffle_epi8(low, kRG);
+    const __m128i rgHigh = _mm_shuffle_epi8(high, kRG);
+    return {_mm_unpacklo_epi64(_mm_shuffle_epi8(low, kB), _mm_shuffle_epi8(high, kB)),
+            _mm_unpackhi_epi64(rgLow, rgHigh), _mm_unpacklo_epi64(rgLow, rgHigh)};
+}
+
+// Levels above black, 0 to kSpan.
+template <int kRawShift>
+__m128i AboveBlack(__m128i raw) {
+    const __m128i component = _mm_and_si128(raw, _mm_set1_epi16(0x3FF << kRawShift));
+    const __m128i raised =
+        _mm_srli_epi16(_mm_subs_epu16(component, _mm_set1_epi16(kBlack << kRawShift)), kRawShift);
+    return _mm_min_epi16(raised, _mm_set1_epi16(kSpan));
+}
+
+// The same times 64: the limits by saturation at either end, which spares an unsigned minimum.
+template <int kRawShift>
+__m128i AboveBlackTimes64(__m128i raw) {
+    constexpr int kScale = 64;
+    constexpr int kRoomAboveWhite = 0xFFFF - kWhite * kScale;
+    const __m128i component =
+        _mm_slli_epi16(_mm_and_si128(raw, _mm_set1_epi16(0x3FF << kRawShift)), 6 - kRawShift);
+    const __m128i lowered = _mm_adds_epu16(component, _mm_set1_epi16(kRoomAboveWhite));
+    return _mm_subs_epu16(lowered, _mm_set1_epi16(kRoomAboveWhite + kBlack * kScale));
+}
+
+// Vector white is one level below scalar white in 8u and in 16u: 254 and 32767.
+struct To8u {
+    static constexpr int kBytesPerPixel = 4;
+
+    static void Store(char* to, const RawComponents& raw) {
+        const __m128i b = Scale(AboveBlack<0>(raw.mB));
+        const __m128i g = Scale(AboveBlack<kRawShiftG>(raw.mG));
+        const __m128i r = Scale(AboveBlack<kRawShiftR>(raw.mR));
+        const __m128i bg = _mm_or_si128(b, _mm_slli_epi16(g, 8));
+        const __m128i ra = _mm_or_si128(r, _mm_set1_epi16(static_cast<short>(0xFF00)));
+        Stream(to, _mm_unpacklo_epi16(bg, ra));
+        Stream(to + 16, _mm_unpackhi_epi16(bg, ra));
+    }
+
+  private:
+    static __m128i Scale(__m128i level) { return _mm_mulhi_epu16(level, _mm_set1_epi16(19077)); }
+};
+
+struct To16u {
+    static constexpr int kBytesPerPixel = 8;
+
+    static void Store(char* to, const RawComponents& raw) {
+        const __m128i b = Scale(AboveBlackTimes64<0>(raw.mB));
+        const __m128i g = Scale(AboveBlackTimes64<kRawShiftG>(raw.mG));
+        const __m128i r = Scale(AboveBlackTimes64<kRawShiftR>(raw.mR));
+        const __m128i kAlpha = _mm_set1_epi16(static_cast<short>(0x8000));
+        const __m128i bgLow = _mm_unpacklo_epi16(b, g);
+        const __m128i bgHigh = _mm_unpackhi_epi16(b, g);
+        const __m128i raLow = _mm_unpacklo_epi16(r, kAlpha);
+        const __m128i raHigh = _mm_unpackhi_epi16(r, kAlpha);
+        Stream(to, _mm_unpacklo_epi32(bgLow, raLow));
+        Stream(to + 16, _mm_unpackhi_epi32(bgLow, raLow));
+        Stream(to + 32, _mm_unpacklo_epi32(bgHigh, raHigh));
+        Stream(to + 48, _mm_unpackhi_epi32(bgHigh, raHigh));
+    }
+
+  private:
+    // t x 37 + t / 4 + t / 8 + t / 32, each quotient truncated, from t x 64. The first two terms
+    // are t x 149 / 4 truncated once, the last two (t / 8) x 5 / 4.
+    static __m128i Scale(__m128i levelTimes64) {
+        const __m128i first =
+            _mm_mulhi_epu16(levelTimes64, _mm_set1_epi16(static_cast<short>(149 << 8)));
+        const __m128i eighths =
+            _mm_and_si128(levelTimes64, _mm_set1_epi16(static_cast<short>(0xFE00)));
+        return _mm_add_epi16(first, _mm_mulhi_epu16(eighths, _mm_set1_epi16(5 << 5)));
+    }
+};
+
+struct To32f {
+    static constexpr int kBytesPerPixel = 16;
+
+    static void Store(char* to, const RawComponents& raw) {
+        const __m128i b = AboveBlack<0>(raw.mB);
+        const __m128i g = AboveBlack<kRawShiftG>(raw.mG);
+        const __m128i r = AboveBlack<kRawShiftR>(raw.mR);
+        const __m128i zero = _mm_setzero_si128();
+        StoreFour(to, _mm_unpacklo_epi16(b, zero), _mm_unpacklo_epi16(g, zero),
+                  _mm_unpacklo_epi16(r, zero));
+        StoreFour(to + 64, _mm_unpackhi_epi16(b, zero), _mm_unpackhi_epi16(g, zero),
+                  _mm_unpackhi_epi16(r, zero));
+    }
+
+  private:
+    static __m128 Scale(__m128i level) {
+        return _mm_div_ps(_mm_cvtepi32_ps(level), _mm_set1_ps(876.0f));
+    }
+
+    static void StoreFour(char* to, __m128i bLevel, __m128i gLevel, __m128i rLevel) {
+        const __m128 b = Scale(bLevel);
+        const __m128 g = Scale(gLevel);
+        const __m128 r = Scale(rLevel);
+        const __m128 a = _mm_set1_ps(1.0f);
+        const __m128 bgLow = _mm_unpacklo_ps(b, g);
+        const __m128 bgHigh = _mm_unpackhi_ps(b, g);
+        const __m128 raLow = _mm_unpacklo_ps(r, a);
+        const __m128 raHigh = _mm_unpackhi_ps(r, a);
+        Stream(to, _mm_movelh_ps(bgLow, raLow));
+        Stream(to + 16, _mm_movehl_ps(raLow, bgLow));
+        Stream(to + 32, _mm_movelh_ps(bgHigh, raHigh));
+        Stream(to + 48, _mm_movehl_ps(raHigh, bgHigh));
+    }
+};
+
+template <typename Source, int kPrefetchDistance, typename Finish>
+void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
+                   int height) {
+    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height,
+                       [width](const char* from, char* to) {
+                           for (int x = 0; x < width; x += kStepPixels) {
+                               Source::Prefetch(from + kPrefetchDistance);
+                               Finish::Store(to, LoadRaw<Source>(from));
+                               from += kStepPixels * kSourceBytes;
+                               to += kStepPixels * Finish::kBytesPerPixel;
+                           }
+                       });
+    EndStreams();
+}
+
+// r210 as a source of ConvertGroupsToYUV. The components keep their black at 64: studio RGB makes
+// studio YUV.
+template <typename Memory>
+struct YUVSource {
+    using Mean = WholeMean;
+    static constexpr int kBytesPerPixel = kSourceBytes;
+
+    static void PrefetchGroup(const char*) {}
+
+    static RGBWords LoadEight(const char* from) {
+        const __m128i low = Memory::Load(from);
+        const __m128i high = Memory::Load(from + 16);
+        const __m128i kR = _mm_setr_epi8(1, 0, 5, 4, 9, 8, 13, 12, -1, -1, -1, -1, -1, -1, -1, -1);
+        const __m128i r = _mm_unpacklo_epi64(_mm_shuffle_epi8(low, kR), _mm_shuffle_epi8(high, kR));
+        return {{LoadBG(low), LoadBG(high)}, _mm_and_si128(r, _mm_set1_epi16(kRawMaskR))};
+    }
+
+  private:
+    // Both components moved to bits 13-4, where R is already.
+    static __m128i LoadBG(__m128i pixels) {
+        const __m128i kBG = _mm_setr_epi8(3, 2, 2, 1, 7, 6, 6, 5, 11, 10, 10, 9, 15, 14, 14, 13);
+        const __m128i components = _mm_and_si128(_mm_shuffle_epi8(pixels, kBG),
+                                                 _mm_set1_epi32(kRawMaskG << 16 | kRawMaskB));
+        return _mm_mullo_epi16(
+            components, _mm_set1_epi32((1 << (kRawShiftR - kRawShiftG)) << 16 | 1 << kRawShiftR));
+    }
+};
+
+using StudioV210Layout = V210Layout<YUVLevels<4, 0, 1023, 512>>;
+
+template <typename Memory>
+long ConvertToV210(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
+                   int height, const TransformMatrix& matrix) {
+    const RGBToYUVCoefficients coefficients(matrix);
+    const ptrdiff_t groups =
+        (static_cast<ptrdiff_t>(width) + kYUVGroupPixels - 1) / kYUVGroupPixels;
+    WalkRows(src, srcRowBytes, dst, dstRowBytes, height, [&](const char* from, char* to) {
+        ConvertGroupsToYUV<YUVSource<Memory>, StudioV210Layout>(from, to, groups, coefficients);
+    });
+    return 0;
+}
+
+// B, G and R of pixels in words, to r210's little-endian reading: each part of a component goes to
+// its place by itself.
+__m128i PackWords(__m128i b, __m128i g, __m128i r) {
+    const auto mask = [](__m128i value, int bits) {
+        return _mm_and_si128(value, _mm_set1_epi32(bits));
+    };
+    const __m128i fromR = _mm_or_si128(_mm_srli_epi32(r, 4), mask(_mm_slli_epi32(r, 12), 0xF000));
+    const __m128i fromG =
+        _mm_or_si128(mask(_mm_slli_epi32(g, 2), 0xF00), mask(_mm_slli_epi32(g, 18), 0xFC0000));
+    const __m128i fromB = _mm_or_si128(_mm_slli_epi32(b, 24), mask(_mm_slli_epi32(b, 8), 0x30000));
+    return _mm_or_si128(_mm_or_si128(fromR, fromG), fromB);
+}
+
+// 16-bit levels of four pixels, B G R A each, two pixels in a register, to four r210 words.
+__m128i PackFour(__m128i low, __m128i high) {
+    const __m128 lowFloats = _mm_castsi128_ps(low);
+    const __m128 highFloats = _mm_castsi128_ps(high);
+    const __m128i bg =
+        _mm_castps_si128(_mm_shuffle_ps(lowFloats, highFloats, _MM_SHUFFLE(2, 0, 2, 0)));
+    const __m128i ra =
+        _mm_castps_si128(_mm_shuffle_ps(lowFloats, highFloats, _MM_SHUFFLE(3, 1, 3, 1)));
+    const __m128i lowWord = _mm_set1_epi32(0xFFFF);
+    return PackWords(_mm_and_si128(bg, lowWord), _mm_srli_epi32(bg, 16),
+                     _mm_and_si128(ra, lowWord));
+}
+
+__m128i AddBlack(__m128i level) {
+    return _mm_add_epi16(level, _mm_set1_epi16(kBlack));
+}
+
+constexpr int kScale16u = 1752;  // 876 x 65536 / 32768
+
+struct From8u {
+    static constexpr int kBytesPerPixel = 4;
+    static constexpr int kPixels = 8;
+
+    // The addend makes every byte meet the level that the scalar table has for it.
+    static __m128i Scale(__m128i words) {
+        const __m128i scaled = _mm_add_epi16(_mm_slli_epi16(words, 7), _mm_set1_epi16(19));
+        return AddBlack(_mm_mulhi_epu16(scaled, _mm_set1_epi16(kScale16u)));
+    }
+
+    template <typename Source>
+    static void Store(char* to, const char* from) {
+        const __m128i zero = _mm_setzero_si128();
+        for (int i = 0; i < 2; ++i) {
+            const __m128i four = Source::Load(from + 16 * i);
+            Stream(to + 16 * i, PackFour(Scale(_mm_unpacklo_epi8(four, zero)),
+                                         Scale(_mm_unpackhi_epi8(four, zero))));
+        }
+    }
+};
+
+struct From16u {
+    static constexpr int kBytesPerPixel = 8;
+    static constexpr int kPixels = 4;
+
+    // Truncates where the scalar table rounds.
+    static __m128i Scale(__m128i words) {
+        return AddBlack(_mm_mulhi_epu16(words, _mm_set1_epi16(kScale16u)));
+    }
+
+    template <typename Source>
+    static void Store(char* to, const char* from) {
+        Stream(to, PackFour(Scale(Source::Load(from)), Scale(Source::Load(from + 16))));
+    }
+};
+
+struct From32f {
+    static constexpr int kBytesPerPixel = 16;
+    static constexpr int kPixels = 4;
+
+    static __m128i Scale(__m128i pixel) {
+        const __m128 limited =
+            _mm_min_ps(_mm_max_ps(_mm_castsi128_ps(pixel), _mm_setzero_ps()), _mm_set1_ps(1.0f));
+        const __m128i level = _mm_cvtps_epi32(_mm_mul_ps(limited, _mm_set1_ps(876.0f)));
+        return _mm_add_epi32(level, _mm_set1_epi32(kBlack));
+    }
+
+    template <typename Source>
+    static void Store(char* to, const char* from) {
+        const __m128i low =
+            _mm_packs_epi32(Scale(Source::Load(from)), Scale(Source::Load(from + 16)));
+        const __m128i high =
+            _mm_packs_epi32(Scale(Source::Load(from + 32)), Scale(Source::Load(from + 48)));
+        Stream(to, PackFour(low, high));
+    }
+};
+
+template <typename Source, typename Start, int... kPrefetchDistances>
+void CreateFromBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
+                    int height) {
+    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height,
+                       [width](const char* from, char* to) {
+                           for (int x = 0; x < width; x += Start::kPixels) {
+                               (Source::Prefetch(from + kPrefetchDistances), ...);
+                               Start::template Store<Source>(to, from);
+                               from += Start::kPixels * Start::kBytesPerPixel;
+                               to += Start::kPixels * kSourceBytes;
+                           }
+                       });
+    EndStreams();
+}
+
+}  // namespace
+
+void r210::VectorConvertTo8u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                             int width, int height) {
+    ConvertToBGRA<AlignedSource, 256, To8u>(src, srcRowBytes, dst, dstRowBytes, width, height);
+}
+
+void r210::VectorConvertTo8uMisSrc(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                                   int width, int height) {
+    ConvertToBGRA<MisalignedSource, 224, To8u>(src, srcRowBytes, dst, dstRowBytes, width, height);
+}
+
+void r210::VectorConvertTo16u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                              int width, int height) {
+    ConvertToBGRA<AlignedSource, 128, To16u>(src, srcRowBytes, dst, dstRowBytes, width, height);
+}
+
+void r210::VectorConvertTo16uMisSrc(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                                    int width, int height) {
+    ConvertToBGRA<MisalignedSource, 192, To16u>(src, srcRowBytes, dst, dstRowBytes, width, height);
+}
+
+void r210::VectorConvertTo32f(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                              int width, int height) {
+    ConvertToBGRA<AlignedSource, 96, To32f>(src, srcRowBytes, dst, dstRowBytes, width, height);
+}
+
+long r210::VectorConvertToV210(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                               int width, int height, TransformMatrix* matrix) {
+    return ConvertToV210<AlignedSource>(src, srcRowBytes, dst, dstRowBytes, width, height, *matrix);
+}
+
+long r210::VectorConvertToV210MisSrc(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                                     int width, int height, TransformMatrix* matrix) {
+    return ConvertToV210<MisalignedSource>(src, srcRowBytes, dst, dstRowBytes, width, height,
+                                           *matrix);
+}
+
+void r210::VectorCreateFrom8u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                              int width, int height) {
+    CreateFromBGRA<AlignedSource, From8u, 192>(src, srcRowBytes, dst, dstRowBytes, width, height);
+}
+
+void r210::VectorCreateFrom8uMisSrc(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                                    int width, int height) {
+    CreateFromBGRA<MisalignedSource, From8u, 160>(src, srcRowBytes, dst, dstRowBytes, width,
+                                                  height);
+}
+
+void r210::VectorCreateFrom16u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                               int width, int height) {
+    CreateFromBGRA<AlignedSource, From16u, 416>(src, srcRowBytes, dst, dstRowBytes, width, height);
+}
+
+void r210::VectorCreateFrom16uMisSrc(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                                     int width, int height) {
+    CreateFromBGRA<MisalignedSource, From16u, 224>(src, srcRowBytes, dst, dstRowBytes, width,
+                                                   height);
+}
+
+void r210::VectorCreateFrom32f(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
+                               int width, int height) {
+    CreateFromBGRA<AlignedSource, From32f, 480, 512>(src, srcRowBytes, dst, dstRowBytes, width,
+                                                     height);
+}
+
+}  // namespace KVX::Converter::Video

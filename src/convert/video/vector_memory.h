@@ -1,0 +1,43 @@
+// How vector code reaches memory: SSSE3, 16 bytes at a time.
+#pragma once
+
+#include <tmmintrin.h>
+
+#include <cstdint>
+
+namespace KVX::Converter::Video {
+
+// A source whose every row starts at a multiple of 16.
+struct AlignedSource {
+    static __m128i Load(const char* from) {
+        return _mm_load_si128(reinterpret_cast<const __m128i*>(from));
+    }
+    static void Prefetch(const char* from) { _mm_prefetch(from, _MM_HINT_NTA); }
+};
+
+// A source that lies anywhere. Loads read ahead by whole lines all the same.
+struct MisalignedSource {
+    static __m128i Load(const char* from) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    }
+    static void Prefetch(const char* from) {
+        const uintptr_t line = reinterpret_cast<uintptr_t>(from) & ~static_cast<uintptr_t>(15);
+        _mm_prefetch(reinterpret_cast<const char*>(line), _MM_HINT_NTA);
+    }
+};
+
+// Past the caches: nobody reads a frame again before it has left them.
+inline void Stream(char* to, __m128i value) {
+    _mm_stream_si128(reinterpret_cast<__m128i*>(to), value);
+}
+
+inline void Stream(char* to, __m128 value) {
+    _mm_stream_ps(reinterpret_cast<float*>(to), value);
+}
+
+// Closes a run of streamed stores, which other threads may otherwise see late.
+inline void EndStreams() {
+    _mm_sfence();
+}
+
+}  // namespace KVX::Converter::Video
