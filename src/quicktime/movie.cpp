@@ -31,7 +31,7 @@ bool Append(Movie& movie, const std::string& path, Atom* moovAtom, Atom* trakAto
         return false;
     }
     (movie.*list).push_back(track.get());
-    track.release();
+    static_cast<void>(track.release());
     return true;
 }
 

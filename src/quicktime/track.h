@@ -73,8 +73,9 @@ class Track {
     long OpenFile();
     void CloseFile();
 
-    // Look-ups, safe on any thread. On a track without tables all of them answer 0. Places in front
-    // of the first sample are answered with the first entry of the table they are looked up in.
+    // Look-ups, safe on any thread. On a track without tables all offsets, sizes and counts are 0.
+    // Places in front of the first sample are answered with the first entry of the table they are
+    // looked up in.
 
     // Bytes of the media sample under a track sample. A track sample beyond the end counts as the
     // last one, here and in GetSampleOffset and TrackSampleToMediaSample.

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <string>
 
-#include "core/four_char_code.h"
 #include "support/atom_node.h"
 #include "support/failing_calls.h"
 #include "support/log_capture.h"
@@ -17,7 +16,6 @@
 #include "support/temp_directory.h"
 
 using namespace kvx_test;
-using KVX::Core::FourCharCode;
 using KVX::QT::Atom;
 using KVX::QT::MovieAtom;
 

@@ -18,10 +18,8 @@
 #include "support/temp_directory.h"
 
 using namespace kvx_test;
-using KVX::QT::AudioTrack;
 using KVX::QT::Movie;
 using KVX::QT::Track;
-using KVX::QT::VideoTrack;
 
 namespace {
 
