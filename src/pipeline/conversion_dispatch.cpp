@@ -1,7 +1,6 @@
 #include "core/log.h"
 #include "core/status.h"
 #include "pipeline/import_frame.h"
-#include "quicktime/video_track.h"
 #include "util/printer.h"
 
 namespace KVX {
@@ -9,7 +8,7 @@ namespace KVX {
 // Sends a frame whose layout is not the destination's to the converter of its source format.
 long ImportFrame::ConvertPixels(const char*, long long) {
     Core::LogLine("Convert", __LINE__, "Invalid source data format for conversion: %s\n",
-                  Util::Printer::PixelFormatPremiere(mVideoTrack->mFormat));
+                  Util::Printer::PixelFormatPremiere(mSourceFormat));
     return Core::kStatusInvalid;
 }
 

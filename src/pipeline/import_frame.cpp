@@ -67,7 +67,8 @@ ImportFrame::ImportFrame(long importerID, QT::VideoTrack* videoTrack,
       mCacheSuite(cacheSuite),
       mCreatorSuite(creatorSuite),
       mCreator2Suite(creator2Suite),
-      mPPixSuite(ppixSuite) {}
+      mPPixSuite(ppixSuite),
+      mSourceFormat(videoTrack == nullptr ? 0 : videoTrack->mFormat) {}
 
 ImportFrame::~ImportFrame() {
     if (mPPix != nullptr) {

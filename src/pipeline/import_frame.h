@@ -132,6 +132,9 @@ class ImportFrame : public Core::Lockable, public Core::Refcounted {
     void CopyWhole(const char* source, long long available);
     long ConvertPixels(const char* source, long long available);
 
+    // The track's; the track itself may be gone when a conversion thread asks, since the host may
+    // close a file with frames in flight.
+    const long mSourceFormat;
     std::atomic<bool> mDelivered{false};
 };
 

@@ -1,0 +1,283 @@
+// Plays a nervous host: several threads that ask for frames of several movies in every format, ask
+// again, find them in a small cache, and put files to sleep or close them with frames in flight.
+// Every frame that was started must reach the cache once, whole frames with the file's own bytes,
+// and at the end no pixel buffer may be left.
+//
+//     kvx_frames_stress [FRAMES [SECONDS]]      50000 frames, without a limit of time, by default
+//
+// Meant for the thread sanitizer and the address sanitizer.
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/entry.h"
+#include "hostkit/clip.h"
+#include "hostkit/frame_cache.h"
+#include "hostkit/frame_source.h"
+#include "hostkit/host.h"
+#include "hostkit/importer.h"
+#include "hostkit/pixel_buffers.h"
+#include "pipeline/import_frame.h"
+#include "support/movie_builder.h"
+#include "support/movie_file.h"
+#include "support/random.h"
+#include "support/temp_directory.h"
+
+namespace {
+
+using kvx_hostkit::Clip;
+using kvx_hostkit::FrameCache;
+using kvx_hostkit::FrameSource;
+using kvx_hostkit::Host;
+using kvx_hostkit::Importer;
+using kvx_hostkit::PixelBuffers;
+using kvx_hostkit::PixelBufferView;
+using kvx_test::Random;
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kHostThreads = 3;
+constexpr int kFramesInMovie = 200;
+constexpr int kPrefetch = 12;
+constexpr size_t kCachedFrames = 64;
+constexpr std::chrono::seconds kPatience(60);
+
+struct Picture {
+    const char* format;
+    int width;
+    int height;
+    int rowBytes;
+    std::vector<PrPixelFormat> destinations;  // each a choice of its own
+};
+
+const std::vector<Picture>& Pictures() {
+    static const std::vector<Picture> pictures = {
+        // Whole pages, which may land in the host's pixels.
+        {"v210",
+         96,
+         16,
+         256,
+         {PrPixelFormat_V210_422_10u_709, kKVXCustomPixelFormat, PrPixelFormat_BGRA_4444_8u}},
+        {"2vuy",
+         64,
+         32,
+         128,
+         {PrPixelFormat_UYVY_422_8u_601, kKVXCustomPixelFormat, PrPixelFormat_BGRA_4444_32f}},
+        // Odd sizes, which are copied.
+        {"2Vuy",
+         33,
+         7,
+         66,
+         {PrPixelFormat_UYVY_422_8u_709, kKVXCustomPixelFormat, PrPixelFormat_BGRA_4444_16u}},
+        {"r210",
+         20,
+         5,
+         256,
+         {kKVXCustomPixelFormat, PrPixelFormat_RGB_444_10u, PrPixelFormat_BGRA_4444_8u}},
+    };
+    return pictures;
+}
+
+[[noreturn]] void Fail(const std::string& what) {
+    std::printf("frames_stress: %s\n", what.c_str());
+    std::fflush(stdout);
+    std::_Exit(1);
+}
+
+void Require(bool holds, const char* what) {
+    if (!holds) {
+        Fail(what);
+    }
+}
+
+std::string WritePicture(const kvx_test::TempDirectory& directory, const Picture& picture,
+                         const std::string& name) {
+    kvx_test::MovieRecipe recipe;
+    recipe.tracks.push_back(kvx_test::VideoTrackRecipe(
+        {picture.format, picture.width, picture.height, 24},
+        static_cast<uint32_t>(picture.rowBytes * picture.height), kFramesInMovie));
+    return kvx_test::WriteMovie(directory, recipe, {}, name);
+}
+
+// The bytes of each frame as the movie file has them, by rows.
+void CheckFrame(const Picture& picture, PPixHand ppix, int frame) {
+    const PixelBufferView view = PixelBuffers::View(ppix);
+    const char* pixels = view.pixels;
+    int rowBytes = view.rowBytes;
+    if (view.format == kKVXCustomPixelFormat) {
+        KVX::CustomFrameHeader header;
+        std::memcpy(&header, pixels, sizeof(header));
+        pixels += header.dataOffset + header.skew;
+        rowBytes = picture.rowBytes;
+    } else if (view.rowBytes < picture.rowBytes || view.format != picture.destinations.front()) {
+        return;  // converted: other pixels than the file's
+    }
+    const kvx_test::Bytes expected = kvx_test::PatternSample(
+        0, frame, static_cast<uint64_t>(picture.rowBytes) * static_cast<uint64_t>(picture.height));
+    for (int row = 0; row < picture.height; ++row) {
+        const auto tight = static_cast<size_t>(picture.rowBytes);
+        Require(std::memcmp(pixels + row * rowBytes,
+                            expected.data() + static_cast<size_t>(row) * tight, tight) == 0,
+                "a frame with other bytes than the file's");
+    }
+}
+
+class HostThread {
+  public:
+    HostThread(const Importer& importer, FrameCache& cache, const std::vector<std::string>& movies,
+               uint64_t seed)
+        : mImporter(importer), mCache(cache), mMovies(movies), mRandom(seed) {}
+
+    // Until `frames` have been asked for or the time is up.
+    void Run(int frames, Clock::time_point end) {
+        std::vector<std::unique_ptr<Clip>> clips;
+        std::vector<std::unique_ptr<FrameSource>> sources;
+        for (const std::string& movie : mMovies) {
+            clips.push_back(std::make_unique<Clip>(mImporter, movie));
+            Require(clips.back()->Open() == imNoErr, "a movie does not open");
+            sources.push_back(std::make_unique<FrameSource>(*clips.back()));
+            Require(sources.back()->Open() == imNoErr, "no asynchronous importer");
+        }
+        while (mAsked < frames && Clock::now() < end) {
+            const auto movie = static_cast<size_t>(mRandom.Pick(0, 3));
+            if (mRandom.OneIn(8)) {
+                LeaveInFlight(movie);
+            } else {
+                Prefetch(movie, *clips[movie], *sources[movie]);
+            }
+        }
+    }
+
+  private:
+    int64_t TicksPerFrame(const Clip& clip) {
+        const int64_t ticks = FrameSource::TicksPerFrame(clip);
+        Require(ticks > 0, "no ticks per frame");
+        return ticks;
+    }
+
+    // Asks for a stretch of frames, for some of them twice, and waits for all.
+    void Prefetch(size_t movie, const Clip& clip, const FrameSource& source) {
+        const Picture& picture = Pictures()[movie];
+        const std::vector<PrPixelFormat> formats = {mRandom.AnyOf(picture.destinations)};
+        const int64_t ticks = TicksPerFrame(clip);
+        const auto first = static_cast<int>(mRandom.Pick(0, kFramesInMovie - kPrefetch));
+        std::vector<int> wanted;
+        for (int frame = first; frame < first + kPrefetch; ++frame) {
+            wanted.insert(wanted.end(), mRandom.OneIn(4) ? 2 : 1, frame);
+        }
+        for (const int frame : wanted) {
+            Require(source.Request(frame * ticks, formats) == aiNoError, "a request is refused");
+            ++mAsked;
+        }
+        for (const int frame : wanted) {
+            WaitAndCheck(picture, clip, source, frame, frame * ticks, formats);
+        }
+    }
+
+    // The small cache may have let go of a frame before it is looked for; then it is asked for
+    // anew.
+    void WaitAndCheck(const Picture& picture, const Clip& clip, const FrameSource& source,
+                      int frame, int64_t time, const std::vector<PrPixelFormat>& formats) {
+        Require(mCache.WaitForFrame(clip.ImporterID(), frame, kPatience), "a frame never arrives");
+        PPixHand ppix = nullptr;
+        const long result = source.Get(time, formats, &ppix);
+        if (result == aiFrameNotFound) {
+            return;
+        }
+        Require(result == aiNoError, "the cache refuses");
+        CheckFrame(picture, ppix, frame);
+        PixelBuffers::Dispose(ppix);
+    }
+
+    // Opens the movie for itself, asks for frames and turns away without waiting: quiet, quiet and
+    // back, the async importer closed, or all closed.
+    void LeaveInFlight(size_t movie) {
+        const Picture& picture = Pictures()[movie];
+        Clip clip(mImporter, mMovies[movie]);
+        Require(clip.Open() == imNoErr, "a movie does not open again");
+        FrameSource source(clip);
+        Require(source.Open() == imNoErr, "no further asynchronous importer");
+        const int64_t ticks = TicksPerFrame(clip);
+        const int64_t turn = mRandom.Pick(0, 3);
+        for (int frame = 0; frame < kPrefetch; ++frame) {
+            // Once the file is quiet a request is refused.
+            source.Request(frame * ticks, {mRandom.AnyOf(picture.destinations)});
+            ++mAsked;
+            if (frame == kPrefetch / 2 && turn != 3) {
+                clip.Quiet();
+                if (turn == 1) {
+                    clip.Reopen();
+                } else if (turn == 2) {
+                    break;
+                }
+            }
+        }
+    }
+
+    const Importer& mImporter;
+    FrameCache& mCache;
+    const std::vector<std::string>& mMovies;
+    Random mRandom;
+    int mAsked = 0;
+};
+
+bool Settles(FrameCache& cache, const PixelBuffers& buffers) {
+    const auto limit = Clock::now() + kPatience;
+    while (cache.Additions() != buffers.CreatedCount() && Clock::now() < limit) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return cache.Additions() == buffers.CreatedCount();
+}
+
+bool IsEmptied(const PixelBuffers& buffers) {
+    const auto limit = Clock::now() + kPatience;
+    while (buffers.LiveCount() != 0 && Clock::now() < limit) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return buffers.LiveCount() == 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const int frames = argc > 1 ? std::atoi(argv[1]) : 50000;
+    const auto end = argc > 2 ? Clock::now() + std::chrono::seconds(std::atoi(argv[2]))
+                              : Clock::time_point::max();
+
+    const kvx_test::TempDirectory directory;
+    std::vector<std::string> movies;
+    for (const Picture& picture : Pictures()) {
+        movies.push_back(
+            WritePicture(directory, picture, "movie" + std::to_string(movies.size()) + ".mov"));
+    }
+    // Frames in flight call the host until they have ended, so that it goes last.
+    Host host;
+    PixelBuffers buffers(host);
+    FrameCache cache(host, kCachedFrames);
+    const Importer importer(host, {&xImportEntry, &AsyncImportEntry});
+
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kHostThreads; ++thread) {
+        threads.emplace_back([&, thread] {
+            HostThread(importer, cache, movies, static_cast<uint64_t>(thread))
+                .Run(frames / kHostThreads, end);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    Require(Settles(cache, buffers), "frames were started and not delivered once each");
+    const int delivered = cache.Additions();
+    cache.Forget();
+    Require(IsEmptied(buffers), "pixel buffers are left");
+    Require(buffers.DamagedCount() == 0, "bytes around a frame's pixels were written");
+    std::printf("%d frames delivered\n", delivered);
+    return 0;
+}
