@@ -10,6 +10,8 @@ namespace kvx_hostkit {
 
 namespace {
 
+// A file reference is a pointer that holds a number.
+// NOLINTNEXTLINE(performance-no-int-to-ptr)
 void* const kNoStream = reinterpret_cast<void*>(intptr_t{-1});
 
 }  // namespace

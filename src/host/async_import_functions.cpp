@@ -1,6 +1,4 @@
 // From the record of each asynchronous selector to the call of its handler. Pointers are trusted.
-#include <cstring>
-
 #include "host/entry.h"
 #include "pipeline/async_import_module.h"
 
@@ -8,10 +6,8 @@ namespace {
 
 using KVX::AsyncImportModule;
 
-AsyncImportModule* ModuleAtHead(const void* record) {
-    AsyncImportModule* module = nullptr;
-    std::memcpy(&module, record, sizeof(module));
-    return module;
+AsyncImportModule* ModuleAtHead(void* record) {
+    return static_cast<AsyncImportModule*>(static_cast<imRecordHead*>(record)->privatedata);
 }
 
 imSourceVideoRec* SourceVideoOf(void* record) {

@@ -1,28 +1,20 @@
 // From the parameters of each selector to the call of its handler. Which parameter holds the module
 // and which the records is fixed by the host, selector by selector. Pointers are trusted.
-#include <cstring>
-
 #include "host/entry.h"
 #include "host/file_import_module.h"
+#include "host/host_word.h"
 
 namespace {
 
 using KVX::FileImportModule;
-
-template <typename Type>
-Type* Pointer(long parameter) {
-    return reinterpret_cast<Type*>(parameter);
-}
-
-// The private data word, which the host copies into the head of most of its records.
-FileImportModule* ModuleAtHead(long record) {
-    FileImportModule* module = nullptr;
-    std::memcpy(&module, Pointer<void>(record), sizeof(module));
-    return module;
-}
+using KVX::PointerFromWord;
 
 FileImportModule* ModuleFrom(void* privatedata) {
     return static_cast<FileImportModule*>(privatedata);
+}
+
+FileImportModule* ModuleAtHead(long record) {
+    return ModuleFrom(PointerFromWord<imRecordHead>(record)->privatedata);
 }
 
 long Unsupported(imStdParms*, long, long) {
@@ -34,47 +26,52 @@ long Lazy(imStdParms*, long, long) {
 }
 
 long Init(imStdParms* stdParms, long param1, long) {
-    return FileImportModule::Init(Pointer<imImportInfoRec>(param1), stdParms);
+    return FileImportModule::Init(PointerFromWord<imImportInfoRec>(param1), stdParms);
 }
 
 long QuietFile(imStdParms*, long param1, long param2) {
-    return FileImportModule::QuietFile(Pointer<void*>(param1), Pointer<FileImportModule>(param2));
+    return FileImportModule::QuietFile(PointerFromWord<void*>(param1),
+                                       PointerFromWord<FileImportModule>(param2));
 }
 
 long CloseFile(imStdParms*, long param1, long param2) {
-    return FileImportModule::CloseFile(Pointer<void*>(param1), Pointer<FileImportModule>(param2));
+    return FileImportModule::CloseFile(PointerFromWord<void*>(param1),
+                                       PointerFromWord<FileImportModule>(param2));
 }
 
 long Analysis(imStdParms*, long param1, long param2) {
-    return FileImportModule::Analysis(Pointer<void>(param1), Pointer<imAnalysisRec>(param2));
+    return FileImportModule::Analysis(PointerFromWord<void>(param1),
+                                      PointerFromWord<imAnalysisRec>(param2));
 }
 
 long DataRateAnalysis(imStdParms*, long param1, long param2) {
-    return FileImportModule::DataRateAnalysis(Pointer<void>(param1),
-                                              Pointer<imDataRateAnalysisRec>(param2));
+    return FileImportModule::DataRateAnalysis(PointerFromWord<void>(param1),
+                                              PointerFromWord<imDataRateAnalysisRec>(param2));
 }
 
 long GetIndFormat(imStdParms*, long param1, long param2) {
     return FileImportModule::GetIndFormat(static_cast<int>(param1),
-                                          Pointer<imIndFormatRec>(param2));
+                                          PointerFromWord<imIndFormatRec>(param2));
 }
 
 long GetMetaData(imStdParms*, long param1, long param2) {
-    return FileImportModule::GetMetaData(Pointer<void>(param1), Pointer<imMetaDataRec>(param2));
+    return FileImportModule::GetMetaData(PointerFromWord<void>(param1),
+                                         PointerFromWord<imMetaDataRec>(param2));
 }
 
 long SetMetaData(imStdParms*, long param1, long param2) {
-    return FileImportModule::SetMetaData(Pointer<void>(param1), Pointer<imMetaDataRec>(param2));
+    return FileImportModule::SetMetaData(PointerFromWord<void>(param1),
+                                         PointerFromWord<imMetaDataRec>(param2));
 }
 
 long ImportAudio7(imStdParms*, long param1, long param2) {
-    auto* record = Pointer<imImportAudioRec7>(param2);
-    return ModuleFrom(record->privatedata)->ImportAudio7(Pointer<void>(param1), record);
+    auto* record = PointerFromWord<imImportAudioRec7>(param2);
+    return ModuleFrom(record->privatedata)->ImportAudio7(PointerFromWord<void>(param1), record);
 }
 
 long GetIndPixelFormat(imStdParms*, long param1, long param2) {
     return ModuleAtHead(param2)->GetIndPixelFormat(static_cast<int>(param1),
-                                                   Pointer<imIndPixelFormatRec>(param2));
+                                                   PointerFromWord<imIndPixelFormatRec>(param2));
 }
 
 long GetSupports7(imStdParms*, long, long) {
@@ -86,59 +83,61 @@ long GetSupports8(imStdParms*, long, long) {
 }
 
 long GetInfo8(imStdParms*, long param1, long param2) {
-    auto* info = Pointer<imFileInfoRec8>(param2);
-    return ModuleFrom(info->privatedata)->GetInfo8(Pointer<imFileAccessRec8>(param1), info);
+    auto* info = PointerFromWord<imFileInfoRec8>(param2);
+    return ModuleFrom(info->privatedata)->GetInfo8(PointerFromWord<imFileAccessRec8>(param1), info);
 }
 
 long OpenFile8(imStdParms* stdParms, long param1, long param2) {
-    return FileImportModule::OpenFile8(stdParms, Pointer<void*>(param1),
-                                       Pointer<imFileOpenRec8>(param2));
+    return FileImportModule::OpenFile8(stdParms, PointerFromWord<void*>(param1),
+                                       PointerFromWord<imFileOpenRec8>(param2));
 }
 
 long SaveFile8(imStdParms*, long param1, long) {
-    return FileImportModule::SaveFile8(Pointer<imSaveFileRec8>(param1));
+    return FileImportModule::SaveFile8(PointerFromWord<imSaveFileRec8>(param1));
 }
 
 long DeleteFile8(imStdParms*, long param1, long) {
-    return FileImportModule::DeleteFile8(Pointer<imDeleteFileRec8>(param1));
+    return FileImportModule::DeleteFile8(PointerFromWord<imDeleteFileRec8>(param1));
 }
 
 long CalcSize8(imStdParms*, long param1, long param2) {
-    return FileImportModule::CalcSize8(Pointer<imCalcSizeRec>(param1),
-                                       Pointer<imFileAccessRec8>(param2));
+    return FileImportModule::CalcSize8(PointerFromWord<imCalcSizeRec>(param1),
+                                       PointerFromWord<imFileAccessRec8>(param2));
 }
 
 long CheckTrim8(imStdParms*, long param1, long param2) {
-    return FileImportModule::CheckTrim8(Pointer<imCheckTrimRec>(param1),
-                                        Pointer<imFileAccessRec8>(param2));
+    return FileImportModule::CheckTrim8(PointerFromWord<imCheckTrimRec>(param1),
+                                        PointerFromWord<imFileAccessRec8>(param2));
 }
 
 long TrimFile8(imStdParms*, long param1, long param2) {
-    return FileImportModule::TrimFile8(Pointer<imFileAccessRec8>(param1),
-                                       Pointer<imTrimFileRec8>(param2));
+    return FileImportModule::TrimFile8(PointerFromWord<imFileAccessRec8>(param1),
+                                       PointerFromWord<imTrimFileRec8>(param2));
 }
 
 long GetPreferredFrameSize(imStdParms*, long param1, long) {
-    return ModuleAtHead(param1)->GetPreferredFrameSize(Pointer<imPreferredFrameSizeRec>(param1));
+    return ModuleAtHead(param1)->GetPreferredFrameSize(
+        PointerFromWord<imPreferredFrameSizeRec>(param1));
 }
 
 long CreateAsyncImporter(imStdParms*, long param1, long) {
-    return ModuleAtHead(param1)->CreateAsyncImporter(Pointer<imAsyncImporterCreationRec>(param1));
+    return ModuleAtHead(param1)->CreateAsyncImporter(
+        PointerFromWord<imAsyncImporterCreationRec>(param1));
 }
 
 long GetSourceVideo(imStdParms*, long param1, long param2) {
-    return FileImportModule::GetSourceVideo(Pointer<void>(param1),
-                                            Pointer<imSourceVideoRec>(param2));
+    return FileImportModule::GetSourceVideo(PointerFromWord<void>(param1),
+                                            PointerFromWord<imSourceVideoRec>(param2));
 }
 
 long GetTimeInfo8(imStdParms*, long param1, long param2) {
-    return ModuleAtHead(param2)->GetTimeInfo8(Pointer<void>(param1),
-                                              Pointer<imTimeInfoRec8>(param2));
+    return ModuleAtHead(param2)->GetTimeInfo8(PointerFromWord<void>(param1),
+                                              PointerFromWord<imTimeInfoRec8>(param2));
 }
 
 long SetTimeInfo8(imStdParms*, long param1, long param2) {
-    return ModuleAtHead(param2)->SetTimeInfo8(Pointer<void>(param1),
-                                              Pointer<imTimeInfoRec8>(param2));
+    return ModuleAtHead(param2)->SetTimeInfo8(PointerFromWord<void>(param1),
+                                              PointerFromWord<imTimeInfoRec8>(param2));
 }
 
 using Table = std::array<FileImportFunction, 58>;

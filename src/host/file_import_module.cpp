@@ -8,6 +8,7 @@
 #include "host/entry.h"
 #include "host/host_identity.h"
 #include "host/host_path.h"
+#include "host/host_word.h"
 #include "host/std_parms.h"
 #include "platform/core_foundation.h"
 #include "quicktime/movie.h"
@@ -26,18 +27,26 @@ int32_t HandleFromFileRef(const void* fileRef) {
 }
 
 void* FileRefFromHandle(int32_t handle) {
-    return reinterpret_cast<void*>(static_cast<intptr_t>(handle));
+    return PointerFromWord<void>(handle);
 }
 
-long AcquireLegacySuite(const SPBasicSuite* basicSuite, const PrSDKLegacySuite** legacySuite) {
-    if (basicSuite == nullptr) {
-        return Core::kStatusInvalid;
-    }
+// Asks the host for its ticks in a frame of the track. `callee` is the function whose status is
+// answered.
+long GetTicksPerFrame(const SPBasicSuite* basicSuite, const QT::VideoTrack& track, int64_t& ticks,
+                      const char*& callee) {
+    callee = "AcquireSuite";
     const void* suite = nullptr;
     const long status =
-        basicSuite->AcquireSuite(kPrSDKLegacySuite, kPrSDKLegacySuiteVersion, &suite);
-    *legacySuite = static_cast<const PrSDKLegacySuite*>(suite);
-    return status;
+        basicSuite == nullptr
+            ? Core::kStatusInvalid
+            : basicSuite->AcquireSuite(kPrSDKLegacySuite, kPrSDKLegacySuiteVersion, &suite);
+    if (status != 0) {
+        return status;
+    }
+    callee = "GetTicksPerTimebaseFrame";
+    return static_cast<const PrSDKLegacySuite*>(suite)->GetTicksPerTimebaseFrame(
+        static_cast<int32_t>(track.mMediaTimeScale), static_cast<int32_t>(track.mSampleDuration),
+        &ticks);
 }
 
 }  // namespace
@@ -121,15 +130,9 @@ long FileImportModule::OpenFile8(imStdParms* stdParms, void** fileRef, imFileOpe
         if (!module->VideoTracks().empty()) {
             const QT::VideoTrack* track = module->VideoTracks().front();
             openDescriptor = track->mFileDescriptor;
-            const PrSDKLegacySuite* legacySuite = nullptr;
-            status = AcquireLegacySuite(module->mBasicSuite, &legacySuite);
-            if (Core::Failed(status, "AcquireSuite")) {
-                return status;
-            }
-            status = legacySuite->GetTicksPerTimebaseFrame(
-                static_cast<int32_t>(track->mMediaTimeScale),
-                static_cast<int32_t>(track->mSampleDuration), &module->mTicksPerFrame);
-            if (Core::Failed(status, "GetTicksPerTimebaseFrame")) {
+            const char* callee = nullptr;
+            status = GetTicksPerFrame(module->mBasicSuite, *track, module->mTicksPerFrame, callee);
+            if (Core::Failed(status, callee)) {
                 return status;
             }
         }

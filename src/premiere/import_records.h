@@ -167,6 +167,11 @@ struct imStdParms {
 };
 static_assert(offsetof(imStdParms, piSuitesPtr) == 12, "host record");
 
+// Most records begin with the word that the importer gave out at the opening.
+struct imRecordHead {
+    void* privatedata;
+};
+
 struct imImportInfoRec {
     uint8_t unused0[8];
     int32_t canSave;

@@ -84,7 +84,7 @@ TEST(Indexed, FailedLockRegistersAndFindsNothing) {
     EXPECT_EQ(Indexed<long>::GetInstanceForIndex(kIndex), nullptr);
 
     ASSERT_EQ(object.Init(), 0);
-    const Indexed<long>* found = &object;
+    const Indexed<long>* found;
     {
         const FailingCall failing(Call::MutexLock, EDEADLK);
         found = Indexed<long>::GetInstanceForIndex(kIndex);
@@ -100,7 +100,7 @@ TEST(Indexed, FailedSetUpRegistersAndFindsNothing) {
     Registered object(kIndex);
     ASSERT_EQ(Indexed<long>::GetInstanceForIndex(kIndex), nullptr);
     long status = 0;
-    const Indexed<long>* found = &object;
+    const Indexed<long>* found;
     LogCapture log;
     {
         const FailingCall failing(Call::Once, EINVAL);

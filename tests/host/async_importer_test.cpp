@@ -127,7 +127,7 @@ TEST_F(AsyncImporter, RequestAndLookUpDifferInTheirRecords) {
     RecordBlock<imAsyncImporterCreationRec> creation;
     ASSERT_EQ(clip.CreateAsyncImporter(creation.Get()), 0);
     void* const module = creation->asyncPrivateData;
-    void* const nowhere = reinterpret_cast<void*>(1);
+    void* const nowhere = KVX::PointerFromWord<void>(1);
     imFrameFormat formats[] = {{0, 0, kKVXCustomPixelFormat}};
     PPixHand ppix = nullptr;
 

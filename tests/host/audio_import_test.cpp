@@ -74,7 +74,7 @@ void ExpectFrames(const Planes& planes, int channels, size_t from, size_t to, in
                   size_t track = kSoundTrack) {
     for (size_t index = from; index < to; ++index) {
         const auto frame = first + static_cast<int64_t>(index - from);
-        const Bytes stored = PatternSample(track, frame, static_cast<uint64_t>(2 * channels));
+        const Bytes stored = PatternSample(track, frame, 2 * static_cast<uint64_t>(channels));
         for (int channel = 0; channel < channels; ++channel) {
             const auto place = static_cast<size_t>(channel);
             ASSERT_EQ(planes[place][index], Sample16(stored, place))
@@ -336,7 +336,7 @@ TEST_F(AudioImport, ShortReadLeavesSilence) {
     Clip& clip = OpenStereo();
     // The file ends in the middle of frame 40.
     ASSERT_EQ(truncate(directory.File("movie.mov").c_str(),
-                       static_cast<off_t>(2 * kvx_test::kMediaOffset + 40 * 4 + 2)),
+                       static_cast<off_t>(2 * kvx_test::kMediaOffset + 40UL * 4 + 2)),
               0);
     Planes planes(2, 60);
     LogCapture log;

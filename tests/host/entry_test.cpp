@@ -12,6 +12,7 @@
 
 namespace {
 
+using KVX::PointerFromWord;
 using kvx_hostkit::RecordBlock;
 using kvx_test::Call;
 using kvx_test::FailingCall;
@@ -103,7 +104,7 @@ TEST_F(Entry, AsyncCloseIgnoresNull) {
 }
 
 TEST_F(Entry, AsyncFlushTakesNoModule) {
-    EXPECT_EQ(AsyncImportEntry(2, reinterpret_cast<void*>(kNowhere)), 0);
+    EXPECT_EQ(AsyncImportEntry(2, PointerFromWord<void>(kNowhere)), 0);
 }
 
 TEST_F(Entry, LackOfMemoryIsAnAnswer) {
@@ -113,7 +114,7 @@ TEST_F(Entry, LackOfMemoryIsAnAnswer) {
     RecordBlock<imFileOpenRec8> record;
     record->filepath = hostPath.data();
     record->importerID = kvx_hostkit::Host::NextImporterID();
-    void* fileRef = reinterpret_cast<void*>(-1L);
+    void* fileRef = PointerFromWord<void>(-1L);
     const long fileRefParameter = reinterpret_cast<long>(&fileRef);
     const long recordParameter = reinterpret_cast<long>(record.Get());
     long result = 0;
@@ -122,7 +123,7 @@ TEST_F(Entry, LackOfMemoryIsAnAnswer) {
         result = xImportEntry(imOpenFile8, stdParms, fileRefParameter, recordParameter);
     }
     EXPECT_EQ(result, 4);
-    EXPECT_EQ(fileRef, reinterpret_cast<void*>(-1L));
+    EXPECT_EQ(fileRef, PointerFromWord<void>(-1L));
     if (record->privatedata != nullptr) {
         xImportEntry(imCloseFile, stdParms, fileRefParameter,
                      reinterpret_cast<long>(record->privatedata));

@@ -21,7 +21,6 @@ using kvx_hostkit::Importer;
 using kvx_hostkit::LoadedModule;
 using kvx_hostkit::RecordBlock;
 using kvx_test::Field;
-using kvx_test::LogCapture;
 
 // An ELF file, as far as its dynamic section goes (System V ABI, "Object Files").
 class ElfFile {

@@ -84,7 +84,7 @@ TrackRecipe Plain(const std::string& format, int bits) {
 TEST_F(MoviePlayable, InvalidArguments) {
     const kvx_test::CFOwner<CFStringRef> path(KVX::Util::Text::u2cf("/nowhere"));
     int playable = kUntouched;
-    Movie* const stale = reinterpret_cast<Movie*>(1);
+    Movie* const stale = KVX::PointerFromWord<Movie>(1);
     Movie* movie = stale;
     char expected[200];
     {

@@ -31,7 +31,7 @@ using kvx_test::Video;
 constexpr char kLegacy[] = "Premiere Legacy Suite";
 
 void* Ref(long number) {
-    return reinterpret_cast<void*>(number);
+    return KVX::PointerFromWord<void>(number);
 }
 
 bool IsOpen(const KVX::QT::Track* track) {
@@ -127,10 +127,10 @@ TEST_F(Open, EveryNewStreamAddsAReference) {
 TEST_F(Open, OnlyTheLowHalfOfTheReferenceCounts) {
     Clip clip(importer, WriteVideo());
     ASSERT_EQ(clip.Open(), 0);
-    for (const unsigned long reference : {0x00000000FFFFFFFFul, 0x12345678FFFFFFFFul}) {
+    for (const long reference : {0xFFFFFFFFL, 0x12345678FFFFFFFFL}) {
         RecordBlock<imFileOpenRec8> record;
         record->importerID = clip.ImporterID();
-        void* fileRef = reinterpret_cast<void*>(reference);
+        void* fileRef = Ref(reference);
         const int32_t handle = ModuleOf(clip)->mNextStreamHandle;
         ASSERT_EQ(importer.Call(imOpenFile8, &fileRef, record.Get()), 0);
         EXPECT_EQ(fileRef, Ref(handle));
@@ -141,7 +141,7 @@ TEST_F(Open, OnlyTheLowHalfOfTheReferenceCounts) {
 TEST_F(Open, HandleIsSignExtended) {
     Clip clip(importer, WriteVideo());
     ASSERT_EQ(clip.Open(), 0);
-    clip.FileRef() = reinterpret_cast<void*>(0x1234567880000001ul);
+    clip.FileRef() = Ref(0x1234567880000001);
     ASSERT_EQ(clip.Reopen(), 0);
     EXPECT_EQ(clip.FileRef(), Ref(static_cast<int32_t>(0x80000001)));
     EXPECT_TRUE(ModuleOf(clip)->mStreamInfo.exists(clip.FileRef()));

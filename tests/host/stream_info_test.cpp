@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
+#include "host/host_word.h"
 
 namespace {
 
-void* Handle(intptr_t number) {
-    return reinterpret_cast<void*>(number);
+void* Handle(long number) {
+    return KVX::PointerFromWord<void>(number);
 }
 
 TEST(StreamInfoCollection, EmptyHasEveryStatus) {

@@ -87,7 +87,7 @@ class TimeInfo : public kvx_test::HostTest {
                 kvx_test::TimeCodeTrackRecipe(starts[track].description, 10, offset));
             media.push_back({offset, big32(starts[track].frame)});
         }
-        const std::string path = directory.File("movie.mov");
+        std::string path = directory.File("movie.mov");
         kvx_test::WriteMovieFile(path, kvx_test::BuildMoov(recipe), media);
         return path;
     }
@@ -157,7 +157,7 @@ TEST_F(TimeInfo, FrameNumbersAsText) {
     EXPECT_EQ(TextOf(Counting(25, 1, 25), 90000), "01:00:00:00");
     EXPECT_EQ(TextOf(Counting(2500, 100, 25), 25 * (12 * 3600 + 34 * 60 + 56) + 7), "12:34:56:07");
     EXPECT_EQ(TextOf(Counting(24000, 1001, 24), 86399 * 24 + 23), "23:59:59:23");
-    EXPECT_EQ(TextOf(Counting(30, 1, 30), 30 * 60), "00:01:00:00");
+    EXPECT_EQ(TextOf(Counting(30, 1, 30), 1800), "00:01:00:00");
     EXPECT_EQ(TextOf(Counting(60, 1, 60), 59), "00:00:00:59");
     EXPECT_EQ(TextOf(Counting(30000, 1001, 30, 1), 1799), "00;00;59;29");
     EXPECT_EQ(TextOf(Counting(30000, 1001, 30, 1), 1800), "00;01;00;02");

@@ -1,0 +1,13 @@
+#pragma once
+
+namespace KVX {
+
+// The host's entry point has two parameters of the size of a pointer, which hold pointers or
+// numbers; its file references are pointers that hold numbers.
+template <typename Type>
+Type* PointerFromWord(long word) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): it comes as a number.
+    return reinterpret_cast<Type*>(word);
+}
+
+}  // namespace KVX
