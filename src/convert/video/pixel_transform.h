@@ -1,0 +1,209 @@
+// How a chain of stages is made of single ones, and how it is led over a frame.
+//
+// A stage is a struct with a static `apply<MISALIGNED, FIRST>(in)` that returns what the next stage
+// takes. MISALIGNED says that source pixels may lie anywhere, FIRST that the block begins its row.
+// The last stage of a chain names the form that it leaves in memory as its OUTPUT.
+#pragma once
+
+#include <tmmintrin.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+#include "convert/video/pixel_values.h"
+#include "convert/video/vector_memory.h"
+
+namespace KVX::PixelConversion {
+
+// What holds for a stage that says nothing else.
+struct STAGE {
+    using OUTPUT = void;                        // the stage does not end a chain
+    static constexpr bool kIsFirstOwn = false;  // the first block of a row is like all others
+};
+
+// What a chain leaves in memory, block by block. Streamed blocks go past the caches.
+template <int PIXELS, int BYTES, bool STREAMED>
+struct BLOCK_FORM {
+    static constexpr size_t kPixels = PIXELS;
+    static constexpr size_t kBytes = BYTES;
+    static constexpr bool kIsStreamed = STREAMED;
+
+    // The bytes that are written of a row of `width` pixels.
+    static size_t RowBytes(size_t width) { return width * kBytes / kPixels; }
+};
+
+template <typename A, typename B>
+struct BIND {
+    using OUTPUT = typename B::OUTPUT;
+    static constexpr bool kIsFirstOwn = A::kIsFirstOwn || B::kIsFirstOwn;
+
+    template <bool MISALIGNED, bool FIRST, typename In>
+    static auto apply(const In& in) {
+        return B::template apply<MISALIGNED, FIRST>(A::template apply<MISALIGNED, FIRST>(in));
+    }
+};
+
+template <typename A, typename B, typename C>
+struct BIND3 : BIND<A, BIND<B, C>> {};
+
+template <typename A, typename B, typename C, typename D>
+struct BIND4 : BIND<A, BIND3<B, C, D>> {};
+
+// The variants of a chain, which differ in how they reach memory: a sum of these.
+constexpr int kSourceMisaligned = 1;
+constexpr int kDestinationMisaligned = 2;
+constexpr int kRowHasTail = 4;
+constexpr int kVariants = 8;
+
+constexpr size_t kSourceBytes = 4;  // of a pixel
+
+// One variant of a chain over a whole frame.
+template <typename PIPE, int VARIANT, int VARIANTS>
+struct Transform {
+    static_assert(VARIANT >= 0 && VARIANT < VARIANTS);
+
+    static void apply(void const* src, int srcRowBytes, void* dst, int dstRowBytes,
+                      unsigned int width, unsigned int height) {
+        if (width < 1) {
+            return;
+        }
+        for (ptrdiff_t row = 0; row < static_cast<ptrdiff_t>(height); ++row) {
+            ConvertRow(static_cast<const char*>(src) + row * srcRowBytes,
+                       static_cast<char*>(dst) + row * dstRowBytes, width);
+        }
+        if constexpr (OUTPUT::kIsStreamed) {
+            Converter::Video::EndStreams();
+        }
+    }
+
+  private:
+    using OUTPUT = typename PIPE::OUTPUT;
+    static constexpr bool kIsScalar = OUTPUT::kPixels == 1;
+    static constexpr bool kMisalignedSource = (VARIANT & kSourceMisaligned) != 0;
+    static constexpr bool kMisalignedDestination = (VARIANT & kDestinationMisaligned) != 0;
+    static constexpr size_t kBlockSourceBytes = OUTPUT::kPixels * kSourceBytes;
+    static constexpr size_t kPrefetchDistance = 8 * kBlockSourceBytes;
+
+    [[gnu::flatten]] static void ConvertRow(const char* from, char* to, size_t width) {
+        const size_t blocks = width / OUTPUT::kPixels;
+        ROW row;
+        size_t block = 0;
+        if constexpr (PIPE::kIsFirstOwn) {
+            ConvertBlock<true>(from, to, row);
+            block = 1;
+        }
+        for (; block < blocks; ++block) {
+            ConvertBlock<false>(from + block * kBlockSourceBytes, to + block * OUTPUT::kBytes, row);
+        }
+        if constexpr ((VARIANT & kRowHasTail) != 0) {
+            // A row shorter than a block of its own has ended with that one.
+            const size_t remainder = width - blocks * OUTPUT::kPixels;
+            if (remainder != 0 && block == blocks) {
+                ConvertTail(from + blocks * kBlockSourceBytes, remainder,
+                            to + blocks * OUTPUT::kBytes,
+                            OUTPUT::RowBytes(width) - blocks * OUTPUT::kBytes, row);
+            }
+        }
+    }
+
+    template <bool FIRST>
+    static void ConvertBlock(const char* from, char* to, ROW& row) {
+        _mm_prefetch(from + kPrefetchDistance, _MM_HINT_NTA);
+        if constexpr (kIsScalar) {
+            VEC<1, unsigned int> pixel;
+            std::memcpy(&pixel, from, sizeof(pixel));
+            const auto bytes = PIPE::template apply<false, false>(pixel);
+            static_assert(sizeof(bytes) == OUTPUT::kBytes);
+            std::memcpy(to, &bytes, sizeof(bytes));
+        } else {
+            const SOURCE<OUTPUT::kPixels> source = {from, &row};
+            StoreBlock(to, PIPE::template apply<kMisalignedSource, FIRST>(source));
+        }
+    }
+
+    // The pixels that are no whole block go through one on the stack. Neither end of the row is
+    // passed.
+    static void ConvertTail(const char* from, size_t pixels, char* to, size_t bytes, ROW& row) {
+        alignas(16) char source[kBlockSourceBytes];
+        std::memcpy(source, from, pixels * kSourceBytes);
+        for (size_t i = pixels; i < OUTPUT::kPixels; ++i) {
+            std::memcpy(source + i * kSourceBytes, from + (pixels - 1) * kSourceBytes,
+                        kSourceBytes);
+        }
+        const auto block =
+            PIPE::template apply<false, false>(SOURCE<OUTPUT::kPixels>{source, &row});
+        static_assert(sizeof(block.v) == OUTPUT::kBytes);
+        std::memcpy(to, block.v, bytes);
+    }
+
+    template <int N>
+    static void StoreBlock(char* to, const BLOCK<N, PACKED>& block) {
+        static_assert(sizeof(block.v) == OUTPUT::kBytes);
+        StoreVectors(to, block, std::make_integer_sequence<int, N>());
+    }
+
+    template <int N, int... I>
+    static void StoreVectors(char* to, const BLOCK<N, PACKED>& block,
+                             std::integer_sequence<int, I...>) {
+        (StoreVector(to + 16 * I, block.v[I].v), ...);
+    }
+
+    static void StoreVector(char* to, __m128i vector) {
+        if constexpr (kMisalignedDestination) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(to), vector);
+        } else if constexpr (OUTPUT::kIsStreamed) {
+            Converter::Video::Stream(to, vector);
+        } else {
+            _mm_store_si128(reinterpret_cast<__m128i*>(to), vector);
+        }
+    }
+};
+
+// Where a frame goes.
+struct DestinationFrame {
+    void* mPixels;
+    int mRowBytes;
+};
+
+// A source frame and the chain that it is to go through.
+template <typename PIPE>
+class FrameTransform {
+  public:
+    FrameTransform(void const* pixels, unsigned int width, unsigned int height, int rowBytes)
+        : mPixels(pixels), mWidth(width), mHeight(height), mRowBytes(rowBytes) {}
+
+    void operator>>(DestinationFrame const& destination) const {
+        const int variant = (IsAligned(mPixels) ? 0 : kSourceMisaligned) +
+                            (IsAligned(destination.mPixels) ? 0 : kDestinationMisaligned) +
+                            (mWidth % PIPE::OUTPUT::kPixels == 0 ? 0 : kRowHasTail);
+        Run(variant, destination, std::make_integer_sequence<int, kVariantsInUse>());
+    }
+
+  private:
+    // Blocks of one pixel leave no tail.
+    static constexpr int kVariantsInUse = PIPE::OUTPUT::kPixels == 1 ? kRowHasTail : kVariants;
+
+    template <int... VARIANT>
+    void Run(int variant, DestinationFrame const& destination,
+             std::integer_sequence<int, VARIANT...>) const {
+        using Apply = void(void const* src, int srcRowBytes, void* dst, int dstRowBytes,
+                           unsigned int width, unsigned int height);
+        static constexpr Apply* kApply[] = {&Transform<PIPE, VARIANT, kVariants>::apply...};
+        kApply[variant](mPixels, mRowBytes, destination.mPixels, destination.mRowBytes, mWidth,
+                        mHeight);
+    }
+
+    static bool IsAligned(void const* pointer) {
+        return reinterpret_cast<uintptr_t>(pointer) % 16 == 0;
+    }
+
+    void const* mPixels;
+    unsigned int mWidth;
+    unsigned int mHeight;
+    int mRowBytes;
+};
+
+}  // namespace KVX::PixelConversion

@@ -1,0 +1,81 @@
+// What the stages of a pixel conversion pass to each other.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <utility>
+
+namespace KVX::PixelConversion {
+
+// R, G and B of four pixels, a 32-bit lane each.
+struct RGBv4 {
+    __m128i r;
+    __m128i g;
+    __m128i b;
+};
+
+// R, G and B of eight pixels, a 16-bit lane each.
+struct RGBv8 {
+    __m128i r;
+    __m128i g;
+    __m128i b;
+};
+
+// Two pixels in 16-bit lanes: B, G, R, A, B, G, R, A.
+struct BGRAv8 {
+    __m128i v;
+};
+
+// Four pixels in 16-bit lanes: Cb, Y, Cr, Y, Cb, Y, Cr, Y.
+struct UYVYv8 {
+    __m128i v;
+};
+
+// 16 bytes as they lie in the destination.
+struct PACKED {
+    __m128i v;
+};
+
+// N values of one type: all that scalar stages pass.
+template <int N, typename T>
+struct VEC {
+    T v[N];
+};
+
+// What a row hands on from block to block.
+struct ROW {
+    BGRAv8 last;  // the last two pixels before the block, where a stage asks for them
+};
+
+// A block of source pixels, still in memory.
+template <int PIXELS>
+struct SOURCE {
+    static constexpr int kPixels = PIXELS;
+
+    const char* pixels;
+    ROW* row;
+};
+
+// A block on its way through the chain, as N values of one type.
+template <int N, typename T>
+struct BLOCK {
+    using Value = T;
+    static constexpr int kCount = N;
+
+    T v[N];
+    ROW* row;
+};
+
+template <typename Make, int... I>
+auto MakeBlock(ROW* row, Make make, std::integer_sequence<int, I...>) {
+    using Value = decltype(make(std::integral_constant<int, 0>()));
+    return BLOCK<sizeof...(I), Value>{{make(std::integral_constant<int, I>())...}, row};
+}
+
+// A block of N values, each from `make` with its index, which is a constant to the compiler.
+template <int N, typename Make>
+auto MakeBlock(ROW* row, Make make) {
+    return MakeBlock(row, make, std::make_integer_sequence<int, N>());
+}
+
+}  // namespace KVX::PixelConversion
