@@ -1,0 +1,247 @@
+// How fast frames reach the host's cache, beside plain threads that read the same bytes in the same
+// run: the file lies in the system's cache, so that what is measured is the pipeline. `share` is
+// the plain threads' time over the pipeline's, the median of all turns; 1 is as fast.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/entry.h"
+#include "hostkit/clip.h"
+#include "hostkit/frame_cache.h"
+#include "hostkit/frame_source.h"
+#include "hostkit/host.h"
+#include "hostkit/importer.h"
+#include "hostkit/pixel_buffers.h"
+#include "support/movie_file.h"
+
+namespace {
+
+using kvx_hostkit::Clip;
+using kvx_hostkit::FrameCache;
+using kvx_hostkit::FrameSource;
+using kvx_hostkit::Host;
+using kvx_hostkit::Importer;
+using kvx_hostkit::PixelBuffers;
+using kvx_hostkit::PixelBufferSettings;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kWidth = 1920;
+constexpr int kHeight = 1080;
+constexpr size_t kRowBytes = 5120;
+constexpr size_t kFrameSize = kRowBytes * kHeight;  // whole pages
+constexpr int kFrames = 96;
+constexpr int kPlainThreads = 8;
+constexpr size_t kSlice = 0x100000;
+constexpr std::chrono::seconds kPatience(60);
+
+// One movie for all measurements, read once so that the system has it in its cache.
+const std::string& MoviePath() {
+    static const kvx_test::TempDirectory directory;
+    static const std::string path = [] {
+        kvx_test::MovieRecipe recipe;
+        recipe.tracks.push_back(
+            kvx_test::VideoTrackRecipe({"v210", kWidth, kHeight, 24}, kFrameSize, kFrames, 25, 1));
+        const std::vector<kvx_test::FilePiece> media = {
+            {kvx_test::kMediaOffset, kvx_test::Bytes(kFrameSize * kFrames, 'v')}};
+        const std::string file = directory.File("movie.mov");
+        kvx_test::WriteMovieFile(file, kvx_test::BuildMoov(recipe), media);
+        return file;
+    }();
+    return path;
+}
+
+struct Freer {
+    void operator()(char* memory) const { std::free(memory); }
+};
+using PageMemory = std::unique_ptr<char, Freer>;
+
+PageMemory AllocatePages(size_t size) {
+    PageMemory memory(static_cast<char*>(std::aligned_alloc(4096, size)));
+    std::memset(memory.get(), 1, size);
+    return memory;
+}
+
+// The same bytes by eight threads: slices in file order, each read by one `pread` into one of
+// `depth` frames of memory, and with `copies` on into another such frame, whole, by the thread that
+// reads its last slice.
+class PlainReader {
+  public:
+    PlainReader(const std::string& path, int depth, bool copies)
+        : mFile(open(path.c_str(), O_RDONLY)), mDepth(depth), mCopies(copies) {
+        for (int frame = 0; frame < depth; ++frame) {
+            mFrames.push_back(AllocatePages(kFrameSize));
+            mCopied.push_back(copies ? AllocatePages(kFrameSize) : nullptr);
+        }
+    }
+    ~PlainReader() { close(mFile); }
+
+    PlainReader(const PlainReader&) = delete;
+    PlainReader& operator=(const PlainReader&) = delete;
+
+    double Seconds() {
+        mNextSlice = 0;
+        for (auto& left : mLeft) {
+            left = kSlicesInFrame;
+        }
+        const auto start = Clock::now();
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < kPlainThreads; ++thread) {
+            threads.emplace_back([this] { Work(); });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        return std::chrono::duration<double>(Clock::now() - start).count();
+    }
+
+  private:
+    static constexpr int kSlicesInFrame = (kFrameSize + kSlice - 1) / kSlice;
+
+    void Work() {
+        for (int slice = mNextSlice++; slice < kFrames * kSlicesInFrame; slice = mNextSlice++) {
+            const int frame = slice / kSlicesInFrame;
+            const size_t offset = static_cast<size_t>(slice % kSlicesInFrame) * kSlice;
+            const auto place = static_cast<size_t>(frame % mDepth);
+            char* const to = mFrames[place].get();
+            const size_t size = std::min(kSlice, kFrameSize - offset);
+            const size_t fileOffset =
+                kvx_test::kMediaOffset + static_cast<size_t>(frame) * kFrameSize + offset;
+            if (pread(mFile, to + offset, size, static_cast<off_t>(fileOffset)) !=
+                static_cast<ssize_t>(size)) {
+                std::abort();
+            }
+            if (--mLeft[static_cast<size_t>(frame)] == 0 && mCopies) {
+                std::memcpy(mCopied[place].get(), to, kFrameSize);
+            }
+        }
+    }
+
+    int mFile;
+    int mDepth;
+    bool mCopies;
+    std::vector<PageMemory> mFrames;
+    std::vector<PageMemory> mCopied;
+    std::atomic<int> mNextSlice{0};
+    std::array<std::atomic<int>, kFrames> mLeft;
+};
+
+enum class Road { kDirect, kCopy, kCustom };
+
+// A host that plays the movie from start to end with `depth` frames asked for ahead.
+class Player {
+  public:
+    Player(Road road, int depth)
+        : mDepth(depth),
+          mFormats(
+              {road == Road::kCustom ? kKVXCustomPixelFormat : PrPixelFormat_V210_422_10u_709}),
+          mBuffers(mHost, SettingsOf(road)),
+          mCache(mHost),
+          mImporter(mHost, {&xImportEntry, &AsyncImportEntry}),
+          mClip(mImporter, MoviePath()),
+          mSource(mClip) {
+        if (mClip.Open() != imNoErr || mSource.Open() != imNoErr) {
+            std::abort();
+        }
+        mTicks = FrameSource::TicksPerFrame(mClip);
+    }
+
+    double Seconds() {
+        mCache.Forget();
+        const auto start = Clock::now();
+        for (int frame = 0; frame < kFrames + mDepth; ++frame) {
+            if (frame < kFrames && mSource.Request(frame * mTicks, mFormats) != aiNoError) {
+                std::abort();
+            }
+            const int shown = frame - mDepth + 1;
+            if (shown >= 0 && shown < kFrames) {
+                if (!mCache.WaitForFrame(mClip.ImporterID(), shown, kPatience)) {
+                    std::abort();
+                }
+                PixelBuffers::Dispose(mCache.Take(mClip.ImporterID(), shown));
+            }
+        }
+        return std::chrono::duration<double>(Clock::now() - start).count();
+    }
+
+  private:
+    static PixelBufferSettings SettingsOf(Road road) {
+        PixelBufferSettings settings;
+        settings.misalignment = road == Road::kCopy ? 64 : 0;
+        settings.fills = false;
+        settings.recycles = true;
+        return settings;
+    }
+
+    int mDepth;
+    std::vector<PrPixelFormat> mFormats;
+    Host mHost;
+    PixelBuffers mBuffers;
+    FrameCache mCache;
+    Importer mImporter;
+    Clip mClip;
+    FrameSource mSource;
+    int64_t mTicks = 0;
+};
+
+double Median(std::vector<double> values) {
+    std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2),
+                     values.end());
+    return values[values.size() / 2];
+}
+
+void BM_Frames(benchmark::State& state, Road road) {
+    const int depth = static_cast<int>(state.range(0));
+    PlainReader plain(MoviePath(), std::max(depth, 2), road == Road::kCopy);
+    Player player(road, depth);
+    plain.Seconds();
+    player.Seconds();
+    std::vector<double> shares;
+    for (auto _ : state) {
+        const double plainSeconds = plain.Seconds();
+        const double seconds = player.Seconds();
+        shares.push_back(plainSeconds / seconds);
+        state.SetIterationTime(seconds);
+    }
+    state.counters["share"] = Median(shares);
+    state.counters["frames/s"] =
+        benchmark::Counter(static_cast<double>(kFrames) * static_cast<double>(state.iterations()),
+                           benchmark::Counter::kIsRate);
+}
+
+BENCHMARK_CAPTURE(BM_Frames, direct, Road::kDirect)
+    ->ArgName("ahead")
+    ->Arg(1)
+    ->Arg(8)
+    ->Arg(32)
+    ->UseManualTime()
+    ->Iterations(15)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Frames, copy, Road::kCopy)
+    ->ArgName("ahead")
+    ->Arg(1)
+    ->Arg(8)
+    ->Arg(32)
+    ->UseManualTime()
+    ->Iterations(15)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Frames, custom, Road::kCustom)
+    ->ArgName("ahead")
+    ->Arg(1)
+    ->Arg(8)
+    ->Arg(32)
+    ->UseManualTime()
+    ->Iterations(15)
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
