@@ -30,7 +30,13 @@ long ImportFrameConverter::GetInstance(ImportFrameConverter*& out) {
 }
 
 void ImportFrameConverter::Once() {
-    sInstance = new (std::nothrow) ImportFrameConverter;
+    // The queue takes memory of its own when it is made. Nothing may be thrown through the
+    // once-call.
+    try {
+        sInstance = new (std::nothrow) ImportFrameConverter;
+    } catch (const std::bad_alloc&) {
+        sInstance = nullptr;
+    }
     if (sInstance == nullptr) {
         sError = Core::kStatusNoMemory;
         return;
@@ -65,7 +71,9 @@ ImportFrameConverter::~ImportFrameConverter() {
         mQueue.clear();
     }
     // Threads may be running that still call this class's work functions.
-    StopAll();
+    if (mThreadCount > 0) {
+        StopAll();
+    }
 }
 
 long ImportFrameConverter::AddFrame(ImportFrame* frame) {

@@ -35,7 +35,13 @@ long ReadController::GetInstance(ReadController*& out) {
 }
 
 void ReadController::Once() {
-    sInstance = new (std::nothrow) ReadController;
+    // The queue takes memory of its own when it is made. Nothing may be thrown through the
+    // once-call.
+    try {
+        sInstance = new (std::nothrow) ReadController;
+    } catch (const std::bad_alloc&) {
+        sInstance = nullptr;
+    }
     if (sInstance == nullptr) {
         sError = Core::kStatusNoMemory;
         return;
@@ -63,7 +69,9 @@ ReadController::~ReadController() {
         mQueue.clear();
     }
     // Threads may be running that still call this class's work functions.
-    StopAll();
+    if (mThreadCount > 0) {
+        StopAll();
+    }
 }
 
 long ReadController::AddRequest(ReadRequest* request) {

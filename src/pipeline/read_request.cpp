@@ -151,6 +151,12 @@ long ReadRequest::GetReadTicket(ReadTicket*& ticket, bool& last) {
         }
     }
     if (status != 0) {
+        if (ticket != nullptr) {
+            // The lock could not be given back: nobody takes the ticket of a failed call.
+            delete ticket;
+            ticket = nullptr;
+            DropReadTicket();
+        }
         Failed(MarkComplete(status, nullptr), "MarkComplete");
     }
     return status;
