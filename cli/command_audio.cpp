@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/commands.h"
+#include "cli/complain.h"
 #include "cli/progress_bar.h"
 #include "cli/session.h"
 #include "cli/sound_reader.h"
@@ -23,11 +24,6 @@ struct AudioOptions {
     std::string output;
     int stream = 0;
 };
-
-int Complain(int exitCode, const std::string& subject, const std::string& problem) {
-    std::fprintf(stderr, "kvx: %s: %s\n", subject.c_str(), problem.c_str());
-    return exitCode;
-}
 
 // The streams with sound are the first ones of the movie, since both kinds are numbered from 0.
 size_t SoundStreamCount(const std::vector<imFileInfoRec8>& streams) {

@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
     Command chosen;
     AddInfoCommand(app, common, chosen);
     AddAudioCommand(app, common, chosen);
+    AddFramesCommand(app, common, chosen);
 
     try {
         app.parse(argc, argv);

@@ -14,6 +14,10 @@ constexpr int kBarWidth = 40;
 constexpr std::chrono::milliseconds kQuietTime{400};
 constexpr std::chrono::milliseconds kBetweenDraws{100};
 
+std::FILE* OpenTerminal() {
+    return isatty(STDERR_FILENO) == 1 ? fdopen(dup(STDERR_FILENO), "w") : nullptr;
+}
+
 }  // namespace
 
 std::string ProgressText(const std::string& label, int64_t done, int64_t total) {
@@ -30,23 +34,27 @@ std::string ProgressText(const std::string& label, int64_t done, int64_t total) 
 ProgressBar::ProgressBar(std::string label, int64_t total)
     : mLabel(std::move(label)),
       mTotal(total),
-      mTerminal(isatty(STDERR_FILENO) == 1),
+      mTerminal(OpenTerminal()),
       mNextDraw(Clock::now() + kQuietTime) {}
 
 ProgressBar::~ProgressBar() {
     if (mDrawn) {
-        std::fprintf(stderr, "\r\033[K");
+        std::fprintf(mTerminal, "\r\033[K");
+    }
+    if (mTerminal != nullptr) {
+        std::fclose(mTerminal);
     }
 }
 
 void ProgressBar::Update(int64_t done) {
     const Clock::time_point now = Clock::now();
-    if (!mTerminal || now < mNextDraw) {
+    if (mTerminal == nullptr || now < mNextDraw) {
         return;
     }
     mNextDraw = now + kBetweenDraws;
     mDrawn = true;
-    std::fprintf(stderr, "\r\033[K%s", ProgressText(mLabel, done, mTotal).c_str());
+    std::fprintf(mTerminal, "\r\033[K%s", ProgressText(mLabel, done, mTotal).c_str());
+    std::fflush(mTerminal);
 }
 
 }  // namespace kvx_cli

@@ -2,12 +2,14 @@
 
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 
 namespace kvx_cli {
 
 // A bar on standard error for work that takes a while. Nothing is drawn when standard error is not
-// a terminal, nor in the first moments, so that short work stays quiet.
+// a terminal, nor in the first moments, so that short work stays quiet. The bar is drawn where
+// standard error led when it was made, whoever takes it over later.
 class ProgressBar {
   public:
     ProgressBar(std::string label, int64_t total);
@@ -25,7 +27,7 @@ class ProgressBar {
 
     std::string mLabel;
     int64_t mTotal;
-    bool mTerminal;
+    std::FILE* mTerminal;  // null if there is none
     bool mDrawn = false;
     Clock::time_point mNextDraw;
 };

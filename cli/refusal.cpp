@@ -63,11 +63,11 @@ const char kNotPlayable[] =
     "uncompressed as 2vuy, 2Vuy, r210 or v210 (no H.264, ProRes or other compression), and sound "
     "tracks of one PCM form";
 
+}  // namespace
+
 std::string FirstLine(const std::string& log) {
     return log.substr(0, log.find('\n'));
 }
-
-}  // namespace
 
 std::string FileProblem(const std::string& path) {
     struct stat status = {};

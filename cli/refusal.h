@@ -12,4 +12,6 @@ std::string FileProblem(const std::string& path);
 // The reason behind a failed call of the module, from its status and from what it logged meanwhile.
 std::string RefusalInWords(long status, const std::string& log);
 
+std::string FirstLine(const std::string& log);
+
 }  // namespace kvx_cli

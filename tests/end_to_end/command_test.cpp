@@ -14,38 +14,21 @@
 #include <vector>
 
 #include "end_to_end/movie_checks.h"
+#include "end_to_end/run_command.h"
 
 namespace {
 
+using kvx_test::CommandRun;
 using kvx_test::MediaPath;
 using kvx_test::ReadRealMovie;
 using kvx_test::RealMovie;
+using kvx_test::RunCommand;
 using testing::EndsWith;
 using testing::HasSubstr;
 
 std::string ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
-}
-
-struct CommandRun {
-    std::string output;  // both standard output and standard error
-    int exitCode;
-};
-
-// Runs `kvx arguments` in the folder of the movies.
-CommandRun RunCommand(const std::string& arguments) {
-    const std::string line =
-        std::string("cd '" KVX_MEDIA_DIR "' && '" KVX_COMMAND "' ") + arguments + " 2>&1";
-    std::FILE* pipe = popen(line.c_str(), "r");
-    CommandRun run = {};
-    char block[4096];
-    while (const size_t got = std::fread(block, 1, sizeof block, pipe)) {
-        run.output.append(block, got);
-    }
-    const int status = pclose(pipe);
-    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
 }
 
 // The source's line numbers are no part of what is promised: "*** Init[N]: ...".
@@ -74,16 +57,16 @@ TEST_P(EndToEndCommandGolden, PrintsWhatItShould) {
               golden);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, EndToEndCommandGolden,
-                         testing::Values("info_v210", "info_2vuy_r210", "info_three_sounds",
-                                         "info_no_sound", "info_rates", "not_a_movie",
-                                         "url_handler", "h264", "empty_file", "folder",
-                                         "missing_file", "no_video", "two_videos", "mixed_sounds",
-                                         "bitmap_layout", "cut_off", "some_importable", "log",
-                                         "audio_no_sound", "audio_not_importable",
-                                         "audio_four_channels", "audio_stream_too_high",
-                                         "audio_onto_the_movie", "audio_no_such_folder"),
-                         [](const auto& info) { return info.param; });
+INSTANTIATE_TEST_SUITE_P(
+    All, EndToEndCommandGolden,
+    testing::Values("info_v210", "info_2vuy_r210", "info_three_sounds", "info_no_sound",
+                    "info_rates", "not_a_movie", "url_handler", "h264", "empty_file", "folder",
+                    "missing_file", "no_video", "two_videos", "mixed_sounds", "bitmap_layout",
+                    "cut_off", "some_importable", "log", "audio_no_sound", "audio_not_importable",
+                    "audio_four_channels", "audio_stream_too_high", "audio_onto_the_movie",
+                    "audio_no_such_folder", "frames_not_importable", "frames_range_too_high",
+                    "frames_range_of_another_form"),
+    [](const auto& info) { return info.param; });
 
 uint32_t Number(const std::string& bytes, size_t offset) {
     uint32_t value = 0;
@@ -168,9 +151,12 @@ TEST_F(EndToEndCommandAudio, LeavesNoFileBehindWhenItFails) {
 
 // The words are those of the command line library, and differ with its version.
 TEST(EndToEndCommand, WrongUsageIsToldApart) {
-    for (const char* arguments : {"", "info", "frobnicate", "audio tracks/three-sounds.mov",
-                                  "audio tracks/three-sounds.mov --stream -1 -o never-written.wav",
-                                  "--module no/such/module.so info tracks/no-sound.mov"}) {
+    for (const char* arguments :
+         {"", "info", "frobnicate", "audio tracks/three-sounds.mov",
+          "audio tracks/three-sounds.mov --stream -1 -o never-written.wav",
+          "frames tracks/no-sound.mov --raw", "frames tracks/no-sound.mov -o -",
+          "frames tracks/no-sound.mov --raw --patience 0 -o -",
+          "--module no/such/module.so info tracks/no-sound.mov"}) {
         const CommandRun run = RunCommand(arguments);
         EXPECT_EQ(run.exitCode, 2) << arguments;
         EXPECT_THAT(run.output, testing::Not(testing::IsEmpty())) << arguments;
@@ -186,6 +172,7 @@ TEST(EndToEndCommand, HelpNamesTheSubcommands) {
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_THAT(run.output, HasSubstr("info"));
     EXPECT_THAT(run.output, HasSubstr("audio"));
+    EXPECT_THAT(run.output, HasSubstr("frames"));
 }
 
 // As from an unpacked archive: in another place, with the module beside it or under lib/.

@@ -86,6 +86,23 @@ def edit_stretch(source, target, gap, moov_first):
             file.write(moved)
 
 
+def edit_align(source, target):
+    """Puts the media on a page boundary, so that frames of whole pages lie on such boundaries."""
+    page = 4096
+    data = _read(source)
+    retag(data)
+    mdat = top_level(data, b"mdat")
+    moov = top_level(data, b"moov")
+    head = bytes(data[:next(atoms(data)).end])  # ftyp
+    first = min(_chunk_offsets(moov))
+    place = len(head) + 8 + mdat.header + first - mdat.body
+    padding = -place % page
+    shift = place + padding - first
+    moved = _with_64_bit_offsets(moov, lambda offset: offset + shift)
+    _write(target, head + struct.pack(">I4s", 8 + padding, b"free") + bytes(padding) +
+           bytes(data[mdat.start:mdat.end]) + moved)
+
+
 def _chunk_offsets(moov):
     for stco in moov.find(b"trak", b"mdia", b"minf", b"stbl", b"stco"):
         (count,) = stco.get(12, "I")

@@ -179,6 +179,22 @@ def libquicktime():
             ], {name: ("keep", "raw.mov")})
 
 
+def aligned():
+    """Frames of whole pages, on page boundaries: what is read into the host's own pixels."""
+    for codec, form in (("v210", "v210"), ("2vuy", "UYVY")):
+        encoders = {
+            "ffmpeg": [ffmpeg(picture(), PICTURES[codec], "raw.mov")],
+            "gstreamer": [["gst-launch-1.0", "-q", "videotestsrc", "num-buffers=4", "!",
+                           f"video/x-raw,format={form},width=96,height=64,framerate=25/1", "!",
+                           "qtmux", "!", "filesink", "location=raw.mov"]],
+            "libquicktime": [ffmpeg(picture(), PICTURES["2vuy"], "source.mov"),
+                             ["lqt_transcode", "-vc", codec, "source.mov", "raw.mov"]],
+        }
+        for encoder, commands in encoders.items():
+            yield Recipe(f"aligned {encoder} {codec}", commands,
+                         {f"aligned/{encoder}-{codec}.mov": ("align", "raw.mov")})
+
+
 def refused():
     """What must not be imported, and what is not a movie at all."""
     sound = ["-c:a", "pcm_s16le"]
@@ -218,6 +234,6 @@ def odd():
 
 
 def all_recipes():
-    for family in (matrix, sizes_and_rates, tracks, layouts, large, gstreamer, libquicktime, odd,
-                   refused):
+    for family in (matrix, sizes_and_rates, tracks, layouts, large, gstreamer, libquicktime,
+                   aligned, odd, refused):
         yield from family()

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace kvx_cli {
+
+// A stretch of a movie's frames, counted from 0.
+struct FrameRange {
+    int64_t first;
+    int64_t end;  // the frame behind the last
+};
+
+// Reads "A:B", the frames from A up to but without B; either number may be left out. An empty text
+// means all of the `count` frames. False, with the reason in `problem`, unless the text has that
+// form and names at least one frame and none that the movie does not have.
+bool ReadFrameRange(const std::string& text, int64_t count, FrameRange& range,
+                    std::string& problem);
+
+}  // namespace kvx_cli

@@ -1,0 +1,114 @@
+#include "cli/frame_reader.h"
+
+#include <algorithm>
+
+#include "cli/refusal.h"
+
+namespace kvx_cli {
+
+using kvx_hostkit::FrameCache;
+using kvx_hostkit::FrameSource;
+using kvx_hostkit::PixelBuffers;
+
+namespace {
+
+std::string FrameText(int64_t frame) {
+    return "frame " + std::to_string(frame);
+}
+
+}  // namespace
+
+FrameReader::FrameReader(const kvx_hostkit::Clip& clip, FrameRange range, PrPixelFormat format,
+                         std::chrono::milliseconds patience)
+    : mClip(&clip),
+      mRange(range),
+      mFormat(format),
+      mPatience(patience),
+      mBuffers(std::make_unique<PixelBuffers>(clip.GetImporter().GetHost())),
+      mCache(std::make_unique<FrameCache>(clip.GetImporter().GetHost())),
+      mSource(std::make_unique<FrameSource>(clip)),
+      mAsked(range.first),
+      mNext(range.first) {}
+
+FrameReader::~FrameReader() {
+    LetGo();
+    // Frames may still be under way, and must find the host's side of their road when they end.
+    const auto asked = static_cast<int>(mAsked - mRange.first);
+    if (!mCache->WaitForAdditions(asked, mProblem.empty() ? mPatience : mPatience / 10)) {
+        // The rest may come at any time, or never: then the process ends with it.
+        static_cast<void>(mCache.release());
+        static_cast<void>(mBuffers.release());
+    }
+}
+
+bool FrameReader::Start() {
+    mTicksPerFrame = FrameSource::TicksPerFrame(*mClip);
+    const long result = mTicksPerFrame > 0 ? mSource->Open() : static_cast<long>(imOtherErr);
+    if (result != imNoErr) {
+        mProblem = RefusalInWords(result, mLog.Text());
+    }
+    return mProblem.empty();
+}
+
+PPixHand FrameReader::Next() {
+    LetGo();
+    if (!mProblem.empty() || mNext >= mRange.end || !AskAhead()) {
+        return nullptr;
+    }
+    mFrame = Fetch(mNext);
+    if (mFrame != nullptr) {
+        ++mNext;
+    }
+    return mFrame;
+}
+
+bool FrameReader::AskAhead() {
+    const int64_t end = std::min(mRange.end, mNext + kFramesAhead);
+    for (; mAsked < end; ++mAsked) {
+        const long result = mSource->Request(mAsked * mTicksPerFrame, {mFormat});
+        if (result != aiNoError) {
+            mProblem = FrameText(mAsked) + " is refused: " + RefusalInWords(result, mLog.Text());
+            return false;
+        }
+    }
+    return true;
+}
+
+PPixHand FrameReader::Fetch(int64_t frame) {
+    const auto index = static_cast<int32_t>(frame);
+    if (!mCache->WaitForFrame(mClip->ImporterID(), index, mPatience)) {
+        mProblem = WhyLate(frame);
+        return nullptr;
+    }
+    const std::string log = mLog.Text();
+    if (log.find(" returned ") != std::string::npos) {
+        mProblem =
+            FrameText(frame) + " or one close behind it could not be read: " + FirstLine(log);
+        return nullptr;
+    }
+    PPixHand ppix = nullptr;
+    const long result = mSource->Get(frame * mTicksPerFrame, {mFormat}, &ppix);
+    if (result != aiNoError) {
+        mProblem = FrameText(frame) + " is not in the cache: status " + std::to_string(result);
+        return nullptr;
+    }
+    // Nobody will ask for it again.
+    PixelBuffers::Dispose(mCache->Take(mClip->ImporterID(), index));
+    return ppix;
+}
+
+std::string FrameReader::WhyLate(int64_t frame) const {
+    const bool isShort = mLog.Text().find("hit EOF") != std::string::npos;
+    return FrameText(frame) + " did not arrive within " + std::to_string(mPatience.count() / 1000) +
+           (isShort ? " seconds: the file has become shorter"
+                    : " seconds: the file has become shorter, or its disk does not answer");
+}
+
+void FrameReader::LetGo() {
+    if (mFrame != nullptr) {
+        PixelBuffers::Dispose(mFrame);
+        mFrame = nullptr;
+    }
+}
+
+}  // namespace kvx_cli

@@ -1,0 +1,23 @@
+#include "end_to_end/run_command.h"
+
+#include <sys/wait.h>
+
+#include <cstdio>
+
+namespace kvx_test {
+
+CommandRun RunCommand(const std::string& arguments) {
+    const std::string line =
+        std::string("exec 2>&1; cd '" KVX_MEDIA_DIR "' && '" KVX_COMMAND "' ") + arguments;
+    std::FILE* pipe = popen(line.c_str(), "r");
+    CommandRun run = {};
+    char block[1 << 16];
+    while (const size_t got = std::fread(block, 1, sizeof block, pipe)) {
+        run.output.append(block, got);
+    }
+    const int status = pclose(pipe);
+    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+}  // namespace kvx_test
