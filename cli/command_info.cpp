@@ -1,15 +1,18 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "cli/commands.h"
 #include "cli/module_log.h"
+#include "cli/movie_json.h"
 #include "cli/movie_report.h"
 #include "cli/refusal.h"
 #include "cli/session.h"
+#include "cli/start_timecode.h"
 
 namespace kvx_cli {
 
@@ -18,19 +21,35 @@ namespace {
 struct InfoOptions {
     std::vector<std::string> movies;
     bool showLog = false;
+    bool asJson = false;
 };
 
-// What the importer tells of an open movie. `refusal` takes the reason if it does not tell all.
-std::string Describe(const kvx_hostkit::Clip& clip, std::string& refusal, std::string& log) {
-    const ModuleLog moduleLog;
-    long result = imNoErr;
-    const std::vector<imFileInfoRec8> streams = clip.Streams(&result);
-    const std::string report = MovieReport(streams, clip.PixelFormats());
-    log += moduleLog.Text();
-    if (result != imNoErr) {
-        refusal = RefusalInWords(result, log);
+// What the importer tells of a movie.
+struct MovieFacts {
+    std::vector<imFileInfoRec8> streams;
+    std::vector<PrPixelFormat> pixelFormats;
+    std::string timecode;  // empty: none
+    std::string refusal;   // empty: importable
+    std::string log;
+};
+
+MovieFacts AskImporter(const Session& session, const std::string& path) {
+    const OpenedMovie movie = OpenMovie(session, path);
+    MovieFacts facts;
+    facts.refusal = movie.refusal;
+    facts.log = movie.log;
+    if (movie.clip != nullptr) {
+        const ModuleLog moduleLog;
+        long result = imNoErr;
+        facts.streams = movie.clip->Streams(&result);
+        facts.pixelFormats = movie.clip->PixelFormats();
+        facts.timecode = StartTimecode(*movie.clip);
+        facts.log += moduleLog.Text();
+        if (result != imNoErr) {
+            facts.refusal = RefusalInWords(result, facts.log);
+        }
     }
-    return report;
+    return facts;
 }
 
 std::string Indented(const std::string& text) {
@@ -42,20 +61,17 @@ std::string Indented(const std::string& text) {
     return indented;
 }
 
-bool PrintMovie(const Session& session, const std::string& path, bool showLog) {
-    OpenedMovie movie = OpenMovie(session, path);
-    std::string report;
-    if (movie.clip != nullptr) {
-        report = Describe(*movie.clip, movie.refusal, movie.log);
+void PrintMovie(const std::string& path, const MovieFacts& facts, bool showLog) {
+    std::printf("%s\n%s", path.c_str(), MovieReport(facts.streams, facts.pixelFormats).c_str());
+    if (!facts.timecode.empty()) {
+        std::printf("  timecode\n    start           %s\n", facts.timecode.c_str());
     }
-    std::printf("%s\n%s", path.c_str(), report.c_str());
-    if (!movie.refusal.empty()) {
-        std::printf("  not importable: %s\n", movie.refusal.c_str());
+    if (!facts.refusal.empty()) {
+        std::printf("  not importable: %s\n", facts.refusal.c_str());
     }
-    if (showLog && !movie.log.empty()) {
-        std::printf("  the importer's log:\n%s", Indented(movie.log).c_str());
+    if (showLog && !facts.log.empty()) {
+        std::printf("  the importer's log:\n%s", Indented(facts.log).c_str());
     }
-    return movie.refusal.empty();
 }
 
 int RunInfo(const InfoOptions& options, const CommonOptions& common) {
@@ -66,8 +82,22 @@ int RunInfo(const InfoOptions& options, const CommonOptions& common) {
         return kExitUsage;
     }
     bool allImportable = true;
+    nlohmann::ordered_json all = nlohmann::ordered_json::array();
     for (const std::string& movie : options.movies) {
-        allImportable &= PrintMovie(*session, movie, options.showLog);
+        const MovieFacts facts = AskImporter(*session, movie);
+        allImportable &= facts.refusal.empty();
+        if (options.asJson) {
+            all.push_back(
+                MovieJson(movie, facts.streams, facts.pixelFormats, facts.timecode, facts.refusal));
+        } else {
+            PrintMovie(movie, facts, options.showLog);
+        }
+    }
+    if (options.asJson) {
+        // A path may hold any bytes; what is not UTF-8 must not stop the report.
+        std::printf(
+            "%s\n",
+            all.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
     }
     return allImportable ? kExitDone : kExitRefused;
 }
@@ -80,6 +110,7 @@ void AddInfoCommand(CLI::App& app, const CommonOptions& common, Command& chosen)
         "info", "Tell what movies hold, or why they are not importable (exit status 1)");
     command->add_option("movie", options->movies, "QuickTime movies")->required();
     command->add_flag("--log", options->showLog, "Show what the importer logged");
+    command->add_flag("--json", options->asJson, "Print JSON")->excludes("--log");
     command->callback([options, &common, &chosen] {
         chosen = [options, &common] { return RunInfo(*options, common); };
     });

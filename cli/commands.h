@@ -27,6 +27,7 @@ using Command = std::function<int()>;
 
 // Each adds its subcommand, which sets `chosen` when it is called for. `common` is read then.
 void AddInfoCommand(CLI::App& app, const CommonOptions& common, Command& chosen);
+void AddTimecodeCommand(CLI::App& app, const CommonOptions& common, Command& chosen);
 void AddAudioCommand(CLI::App& app, const CommonOptions& common, Command& chosen);
 void AddFramesCommand(CLI::App& app, const CommonOptions& common, Command& chosen);
 

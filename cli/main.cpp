@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
     app.add_option("--module", common.modulePath, "The importer module to load")->type_name("PATH");
     Command chosen;
     AddInfoCommand(app, common, chosen);
+    AddTimecodeCommand(app, common, chosen);
     AddAudioCommand(app, common, chosen);
     AddFramesCommand(app, common, chosen);
 

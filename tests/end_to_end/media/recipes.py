@@ -121,6 +121,31 @@ def tracks():
                  {"tracks/trimmed.mov": ("trim", "raw.mov", 120, 200)})
 
 
+# Name: rate of the picture, start. ffmpeg writes the frame count of the rate, and the drop-frame flag
+# for ";".
+TIMECODES = {
+    "23.976": ("24000/1001", "01:00:00:00"),
+    "24": ("24", "10:11:12:13"),
+    "25": ("25", "23:59:59:24"),
+    "29.97-non-drop": ("30000/1001", "00:01:00:00"),
+    "29.97-drop": ("30000/1001", "00:10:59;29"),
+    "30": ("30", "01:02:03:29"),
+    "50": ("50", "05:06:07:49"),
+    "59.94-non-drop": ("60000/1001", "12:34:56:58"),
+    "59.94-drop": ("60000/1001", "12:34:56;58"),
+    "60": ("60", "00:00:00:59"),
+}
+
+
+def timecodes():
+    """A start timecode at every rate that people count in."""
+    for name, (rate, start) in TIMECODES.items():
+        yield Recipe(f"timecode {name}",
+                     [ffmpeg(picture("48x16", rate), PICTURES["v210"], "-timecode", start,
+                             "raw.mov")],
+                     {f"timecodes/{name}.mov": ("retag", "raw.mov")}, measured=False)
+
+
 def layouts():
     """The four orders of 5.1, in a version 1 description; and without any layout."""
     command = [ffmpeg(picture(), noise("5.1"), PICTURES["v210"], "-c:a", "pcm_s24le",
@@ -234,6 +259,6 @@ def odd():
 
 
 def all_recipes():
-    for family in (matrix, sizes_and_rates, tracks, layouts, large, gstreamer, libquicktime,
-                   aligned, odd, refused):
+    for family in (matrix, sizes_and_rates, tracks, timecodes, layouts, large, gstreamer,
+                   libquicktime, odd, aligned, refused):
         yield from family()
