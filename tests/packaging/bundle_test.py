@@ -1,0 +1,159 @@
+#!/usr/bin/env python3
+"""Reads the bundle for macOS with tools that know its formats.
+
+Usage: bundle_test.py BUILD_FOLDER PACKAGING_FOLDER VERSION
+"""
+
+import pathlib
+import plistlib
+import re
+import shutil
+import struct
+import subprocess
+import sys
+import unittest
+
+SKIPPED = 75
+BUILD, PACKAGING = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
+VERSION = sys.argv[3]
+CONTENTS = BUILD / "KVXImporter.bundle" / "Contents"
+MODULE = CONTENTS / "MacOS" / "KVXImporter"
+OBJECTS = BUILD / "tree" / "src" / "CMakeFiles" / "kvx_importer.dir"
+
+# The translation units with work at load time: the registry's statics, the once-objects and the
+# conversion constants.
+INITIALISED = {"core/indexed", "core/per_thread_buffer", "convert/video/r210_tables"}
+
+# Supplementary SSE3 is what every processor has that runs the oldest system named.
+ABOVE_SSSE3 = re.compile(
+    r"^(v[a-z]|[a-z]*mulx$|pextr[bdq]|pinsr[bdq]|pblend|blend|ptest|pmov[sz]x|pmulld|pmuldq|packusdw|"
+    r"pmin(sb|sd|uw|ud)|pmax(sb|sd|uw|ud)|round[ps][sd]|dpp[sd]|mpsadbw|phminposuw|pcmpeqq|pcmpgtq|"
+    r"pcmp[ei]str|movntdqa|insertps|extractps|crc32|popcnt|lzcnt|tzcnt|andn[lq]?$|pdep|pext[lq]?$|"
+    r"aes|pclmul|sha[0-9]|rorx|sarx|shlx|shrx)")
+
+
+def tool(name, *arguments):
+    for candidate in (name, name + "-14"):
+        if shutil.which(candidate):
+            return subprocess.run([candidate, *map(str, arguments)], check=True, text=True,
+                                  stdout=subprocess.PIPE).stdout
+    raise FileNotFoundError(name)
+
+
+class Module(unittest.TestCase):
+    def test_is_a_bundle_for_x86_64(self):
+        magic, processor, _, kind = struct.unpack("<4I", MODULE.read_bytes()[:16])
+        self.assertEqual((magic, processor, kind), (0xFEEDFACF, 0x01000007, 8))
+
+    def test_runs_on_10_13(self):
+        commands = tool("llvm-objdump", "--macho", "--private-headers", MODULE)
+        self.assertRegex(commands, r"(cmd LC_VERSION_MIN_MACOSX\s+cmdsize 16\s+version|minos) 10\.13\b")
+
+    def test_exports_five_symbols(self):
+        names = tool("llvm-nm", "-g", "-U", "-j", MODULE).split()
+        self.assertEqual(sorted(names), sorted([
+            "_AsyncImportEntry", "_asyncImportFunctions", "_fileImportFunctions", "_xImportEntry",
+            "_xMoviePlayable"]))
+
+    def test_takes_only_reviewed_symbols(self):
+        reviewed = {}
+        for line in (PACKAGING / "undefined_symbols.txt").read_text().splitlines():
+            if line and not line.startswith("#"):
+                symbol, library = line.split()
+                reviewed[symbol] = library
+        taken = dict(re.findall(r"external (\S+) \(from (\S+)\)", tool("llvm-nm", "-m", "-u", MODULE)))
+        self.assertEqual(len(taken), len(tool("llvm-nm", "-u", "-j", MODULE).split()))
+        self.assertEqual({s: l for s, l in taken.items() if reviewed.get(s) != l}, {})
+
+    def test_loads_the_systems_libraries(self):
+        commands = tool("llvm-objdump", "--macho", "--dylibs-used", MODULE)
+        frameworks = "/System/Library/Frameworks"
+        self.assertEqual(sorted(re.findall(r"^\s+(/\S+) \(compat", commands, re.M)), [
+            f"{frameworks}/CoreFoundation.framework/Versions/A/CoreFoundation",
+            f"{frameworks}/CoreServices.framework/Versions/A/CoreServices",
+            "/usr/lib/libSystem.B.dylib"])
+
+    def test_initialises_what_the_start_needs_and_no_more(self):
+        found, entries = set(), 0
+        for path in OBJECTS.rglob("*.o"):
+            sections = tool("llvm-objdump", "-h", path)
+            sizes = re.findall(r"__mod_init_func\s+([0-9a-f]+)", sections)
+            if sizes:
+                found.add(str(path.relative_to(OBJECTS)).replace(".cpp.o", ""))
+                entries += int(sizes[0], 16) // 8
+        self.assertEqual(found, INITIALISED)
+        # And the static run-time library adds none.
+        sections = tool("llvm-objdump", "-h", MODULE)
+        size = int(re.search(r"__mod_init_func\s+([0-9a-f]+)", sections).group(1), 16)
+        self.assertEqual(size // 8, entries)
+
+
+class Code(unittest.TestCase):
+    def test_pattern_knows_what_is_above(self):
+        for name in ("vpaddd", "pmulld", "pshufb2", "blendvps", "roundss", "popcntl", "pinsrd"):
+            self.assertEqual(bool(ABOVE_SSSE3.match(name)), name != "pshufb2", name)
+        for name in ("pshufb", "pinsrw", "pextrw", "palignr", "pminub", "pmaxsw", "verr", "andnps"):
+            self.assertEqual(bool(ABOVE_SSSE3.match(name)), name == "verr", name)
+
+    def test_stays_at_ssse3(self):
+        instructions = 0
+        for path in OBJECTS.rglob("*.o"):
+            for line in tool("llvm-objdump", "-d", "--no-show-raw-insn", path).splitlines():
+                match = re.match(r"\s+[0-9a-f]+:\s+(\S+)", line)
+                if match:
+                    instructions += 1
+                    self.assertIsNone(ABOVE_SSSE3.match(match.group(1)), f"{path.name}: {line}")
+        self.assertGreater(instructions, 10000)
+
+    def test_warnings_were_errors(self):
+        commands = (BUILD / "tree" / "compile_commands.json").read_text()
+        self.assertEqual(commands.count("-Wall -Wextra -Wpedantic -Werror"),
+                         commands.count('"command"'))
+
+
+class Folder(unittest.TestCase):
+    def test_holds_the_four_files(self):
+        files = {str(p.relative_to(CONTENTS)) for p in CONTENTS.rglob("*")
+                 if p.is_file() and "_CodeSignature" not in p.parts}
+        self.assertEqual(files, {"Info.plist", "PkgInfo", "MacOS/KVXImporter",
+                                 "Resources/KVXImporter.rsrc"})
+        self.assertEqual((CONTENTS / "PkgInfo").read_bytes(), b"BNDL????")
+        self.assertTrue((BUILD / "KVXImporter.zip").is_file())
+
+    def test_property_list(self):
+        info = plistlib.loads((CONTENTS / "Info.plist").read_bytes())
+        self.assertEqual(info["CFBundleExecutable"], "KVXImporter")
+        self.assertEqual(info["CFBundlePackageType"], "BNDL")
+        self.assertEqual(info["CFBundleSignature"], "????")
+        self.assertIs(info["CSResourcesFileMapped"], True)
+        self.assertEqual(info["CFBundleVersion"], VERSION)
+        self.assertEqual(info["CFBundleShortVersionString"], VERSION)
+
+    def test_one_resource(self):
+        data = (CONTENTS / "Resources" / "KVXImporter.rsrc").read_bytes()
+
+        def word(at, size):
+            return int.from_bytes(data[at:at + size], "big")
+
+        contents, resource_map, contents_size, map_size = (word(i, 4) for i in (0, 4, 8, 12))
+        self.assertEqual((contents, contents_size), (256, 8))
+        self.assertEqual(resource_map, contents + contents_size)
+        self.assertEqual(len(data), resource_map + map_size)
+        types = resource_map + word(resource_map + 24, 2)
+        self.assertEqual(word(resource_map + 26, 2), map_size)  # no names follow
+        self.assertEqual(word(types, 2) + 1, 1)
+        self.assertEqual(data[types + 2:types + 6], b"IMPT")
+        self.assertEqual(word(types + 6, 2) + 1, 1)
+        reference = types + word(types + 8, 2)
+        self.assertEqual(word(reference, 2), 1000)
+        self.assertEqual(word(reference + 2, 2), 0xFFFF)
+        place = contents + word(reference + 5, 3)
+        self.assertEqual(word(place, 4), 4)
+        self.assertEqual(data[place + 4:place + 8], b"KVXI")
+
+
+if __name__ == "__main__":
+    if not CONTENTS.is_dir() or not shutil.which("ld64.lld") and not shutil.which("ld64.lld-14"):
+        print("skipped: there is no bundle, as its compiler could not be fetched")
+        sys.exit(SKIPPED)
+    unittest.main(argv=sys.argv[:1], verbosity=1)
