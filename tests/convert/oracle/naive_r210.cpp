@@ -1,6 +1,5 @@
-#include "convert/oracle/naive_r210.h"
-
 #include "convert/oracle/naive_frame.h"
+#include "convert/oracle/naive_r210.h"
 
 namespace kvx_test::naive::r210 {
 namespace {
@@ -128,9 +127,9 @@ void ScalarCreateFrom(const char* src, int srcRowBytes, char* dst, int dstRowByt
 template <typename T>
 void VectorCreateFrom(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                       int height) {
-    const int unit = sizeof(T) == 1 ? 8 : 4;
     TurnOver(src, srcRowBytes, dst, dstRowBytes, width, height,
-             [width, unit](const char* from, char* to, bool) {
+             [width](const char* from, char* to, bool) {
+                 const int unit = sizeof(T) == 1 ? 8 : 4;
                  for (int x = 0; x < RoundUp(width, unit); ++x) {
                      WritePixel(to, x,
                                 {VectorLevelOf(Get<T>(from, 4 * x)),
