@@ -1,5 +1,6 @@
-#include "convert/oracle/naive_frame.h"
 #include "convert/oracle/naive_r210.h"
+
+#include "convert/oracle/naive_frame.h"
 
 namespace kvx_test::naive::r210 {
 namespace {
