@@ -1,6 +1,7 @@
 // The fifteen conversions as chains of stages.
 #include "convert/video/pixel_conversion.h"
 
+#include "convert/video/pixel_fused.h"
 #include "convert/video/pixel_stages_rgb.h"
 #include "convert/video/pixel_stages_scalar.h"
 #include "convert/video/pixel_stages_yuv.h"

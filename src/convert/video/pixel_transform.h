@@ -22,6 +22,7 @@ namespace KVX::PixelConversion {
 struct STAGE {
     using OUTPUT = void;                        // the stage does not end a chain
     static constexpr bool kIsFirstOwn = false;  // the first block of a row is like all others
+    static constexpr int kBlocksAtOnce = 1;
 };
 
 // What a chain leaves in memory, block by block. Streamed blocks go past the caches.
@@ -39,9 +40,11 @@ template <typename A, typename B>
 struct BIND {
     using OUTPUT = typename B::OUTPUT;
     static constexpr bool kIsFirstOwn = A::kIsFirstOwn || B::kIsFirstOwn;
+    static constexpr int kBlocksAtOnce = 1;
 
+    // A chain is one straight body, however long.
     template <bool MISALIGNED, bool FIRST, typename In>
-    static auto apply(const In& in) {
+    [[gnu::always_inline]] static auto apply(const In& in) {
         return B::template apply<MISALIGNED, FIRST>(A::template apply<MISALIGNED, FIRST>(in));
     }
 };
@@ -92,11 +95,18 @@ struct Transform {
         ROW row;
         size_t block = 0;
         if constexpr (PIPE::kIsFirstOwn) {
-            ConvertBlock<true>(from, to, row);
+            ConvertBlocks<1, true>(from, to, row);
             block = 1;
         }
+        if constexpr (PIPE::kBlocksAtOnce > 1) {
+            for (; block + PIPE::kBlocksAtOnce <= blocks; block += PIPE::kBlocksAtOnce) {
+                ConvertBlocks<PIPE::kBlocksAtOnce, false>(from + block * kBlockSourceBytes,
+                                                          to + block * OUTPUT::kBytes, row);
+            }
+        }
         for (; block < blocks; ++block) {
-            ConvertBlock<false>(from + block * kBlockSourceBytes, to + block * OUTPUT::kBytes, row);
+            ConvertBlocks<1, false>(from + block * kBlockSourceBytes, to + block * OUTPUT::kBytes,
+                                    row);
         }
         if constexpr ((VARIANT & kRowHasTail) != 0) {
             // A row shorter than a block of its own has ended with that one.
@@ -109,8 +119,8 @@ struct Transform {
         }
     }
 
-    template <bool FIRST>
-    static void ConvertBlock(const char* from, char* to, ROW& row) {
+    template <int BLOCKS, bool FIRST>
+    static void ConvertBlocks(const char* from, char* to, ROW& row) {
         _mm_prefetch(from + kPrefetchDistance, _MM_HINT_NTA);
         if constexpr (kIsScalar) {
             VEC<1, unsigned int> pixel;
@@ -119,8 +129,10 @@ struct Transform {
             static_assert(sizeof(bytes) == OUTPUT::kBytes);
             std::memcpy(to, &bytes, sizeof(bytes));
         } else {
-            const SOURCE<OUTPUT::kPixels> source = {from, &row};
-            StoreBlock(to, PIPE::template apply<kMisalignedSource, FIRST>(source));
+            const SOURCE<BLOCKS* OUTPUT::kPixels> source = {from, &row};
+            const auto blocks = PIPE::template apply<kMisalignedSource, FIRST>(source);
+            static_assert(sizeof(blocks.v) == BLOCKS * OUTPUT::kBytes);
+            StoreVectors(to, blocks, std::make_integer_sequence<int, sizeof(blocks.v) / 16>());
         }
     }
 
@@ -137,12 +149,6 @@ struct Transform {
             PIPE::template apply<false, false>(SOURCE<OUTPUT::kPixels>{source, &row});
         static_assert(sizeof(block.v) == OUTPUT::kBytes);
         std::memcpy(to, block.v, bytes);
-    }
-
-    template <int N>
-    static void StoreBlock(char* to, const BLOCK<N, PACKED>& block) {
-        static_assert(sizeof(block.v) == OUTPUT::kBytes);
-        StoreVectors(to, block, std::make_integer_sequence<int, N>());
     }
 
     template <int N, int... I>
