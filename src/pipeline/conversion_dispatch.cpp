@@ -13,7 +13,6 @@
 #include "core/status.h"
 #include "pipeline/import_frame.h"
 #include "premiere/pixel_formats.h"
-#include "quicktime/video_track.h"
 #include "util/printer.h"
 
 namespace KVX {
@@ -79,7 +78,7 @@ constexpr SourceConverter kSourceConverters[] = {
 // Compressed frames pass without a word: nothing decodes them, and the host gets the buffer as it
 // made it.
 long ImportFrame::ConvertPixels(const char* source, long long available) {
-    const auto format = static_cast<unsigned int>(mVideoTrack->mFormat);
+    const auto format = static_cast<unsigned int>(mSourceFormat);
     const auto* converter =
         std::find_if(std::begin(kSourceConverters), std::end(kSourceConverters),
                      [format](const SourceConverter& row) { return row.source == format; });
@@ -88,7 +87,7 @@ long ImportFrame::ConvertPixels(const char* source, long long available) {
             return 0;
         }
         Core::LogLine(kConvert, __LINE__, "Invalid source data format for conversion: %s\n",
-                      Util::Printer::PixelFormatPremiere(mVideoTrack->mFormat));
+                      Util::Printer::PixelFormatPremiere(mSourceFormat));
         return Core::kStatusInvalid;
     }
     const long long needed = static_cast<long long>(mHeight) * mSourceRowBytes;
