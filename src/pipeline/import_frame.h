@@ -22,7 +22,9 @@ class VideoTrack;
 #pragma pack(push, 1)
 
 // What stands at the start of the pixel memory of a kKVXCustomPixelFormat frame. The file's bytes
-// follow in a page-aligned data area. Native byte order.
+// follow in a page-aligned data area. Native byte order. The data area begins at the next page
+// whatever the header's length: pixel memory that begins less than that before a page, which no
+// host hands out, would have the end of its header read over.
 struct CustomFrameHeader {
     uint32_t sourceFormat;    // four-character code, first character in the highest byte
     uint32_t sourceRowBytes;  // 0 for compressed sources
