@@ -33,6 +33,13 @@ using kvx_test::ReferencesTo;
 
 class Pool : public ReadController {
   public:
+    // The threads must not look for work in an object that has stopped to be a Pool.
+    ~Pool() override {
+        if (mThreadCount > 0) {
+            StopAll();
+        }
+    }
+
     bool IsLocked() {
         const bool free = pthread_mutex_trylock(&mMutex) == 0;
         if (free) {
