@@ -9,7 +9,7 @@
 namespace KVX::Converter::Video {
 
 // Words of two pixels B G R A B G R A each, four registers of them, in the order of RGBWords.
-inline RGBWords ArrangeRGBWords(const __m128i (&pixels)[4]) {
+KVX_ALWAYS_INLINE RGBWords ArrangeRGBWords(const __m128i (&pixels)[4]) {
     const __m128i kR = _mm_setr_epi8(4, 5, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
     const auto bg = [](__m128i low, __m128i high) {
         return _mm_castps_si128(
@@ -27,9 +27,11 @@ struct BGRA8uSource {
     using Mean = WholeMean;
     static constexpr int kBytesPerPixel = 4;
 
-    static void PrefetchGroup(const char* from) { Memory::Prefetch(from + kPrefetchDistance); }
+    static KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {
+        Memory::Prefetch(from + kPrefetchDistance);
+    }
 
-    static RGBWords LoadEight(const char* from) {
+    static KVX_ALWAYS_INLINE RGBWords LoadEight(const char* from) {
         const __m128i low = Memory::Load(from);
         const __m128i high = Memory::Load(from + 16);
         const __m128i kBG = _mm_setr_epi8(0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1);
@@ -40,7 +42,7 @@ struct BGRA8uSource {
     }
 
   private:
-    static __m128i Widen(__m128i words) { return _mm_slli_epi16(words, 6); }
+    static KVX_ALWAYS_INLINE __m128i Widen(__m128i words) { return _mm_slli_epi16(words, 6); }
 };
 
 template <typename Memory, int kPrefetchDistance>
@@ -48,9 +50,11 @@ struct BGRA16uSource {
     using Mean = TruncatedMean;
     static constexpr int kBytesPerPixel = 8;
 
-    static void PrefetchGroup(const char* from) { Memory::Prefetch(from + kPrefetchDistance); }
+    static KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {
+        Memory::Prefetch(from + kPrefetchDistance);
+    }
 
-    static RGBWords LoadEight(const char* from) {
+    static KVX_ALWAYS_INLINE RGBWords LoadEight(const char* from) {
         __m128i pixels[4];
         for (int i = 0; i < 4; ++i) {
             pixels[i] = _mm_srli_epi16(Memory::Load(from + 16 * i), 1);
@@ -64,12 +68,12 @@ struct BGRA32fSource {
     using Mean = TruncatedMean;
     static constexpr int kBytesPerPixel = 16;
 
-    static void PrefetchGroup(const char* from) {
+    static KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {
         Memory::Prefetch(from + kPrefetchDistance);
         Memory::Prefetch(from + kSecondPrefetchDistance);
     }
 
-    static RGBWords LoadEight(const char* from) {
+    static KVX_ALWAYS_INLINE RGBWords LoadEight(const char* from) {
         __m128i pixels[4];
         for (int i = 0; i < 4; ++i) {
             pixels[i] = _mm_packs_epi32(LoadOne(from + 32 * i), LoadOne(from + 32 * i + 16));
@@ -78,7 +82,7 @@ struct BGRA32fSource {
     }
 
   private:
-    static __m128i LoadOne(const char* from) {
+    static KVX_ALWAYS_INLINE __m128i LoadOne(const char* from) {
         const __m128 pixel = _mm_castsi128_ps(Memory::Load(from));
         const __m128 limited = _mm_min_ps(_mm_max_ps(pixel, _mm_setzero_ps()), _mm_set1_ps(1.0f));
         return _mm_cvtps_epi32(_mm_mul_ps(limited, _mm_set1_ps(16384.0f)));

@@ -40,7 +40,7 @@ class YUVToRGBCoefficients {
           mG(matrix.mCoefficient + 3, 16384.0f),
           mB(matrix.mCoefficient + 6, 8192.0f) {}
 
-    RGBSums Sum(__m128i words) const {
+    KVX_ALWAYS_INLINE RGBSums Sum(__m128i words) const {
         return {mB.template Sum<kShift - 1>(words), mG.template Sum<kShift>(words),
                 mR.template Sum<kShift>(words)};
     }
@@ -57,7 +57,7 @@ class YUVToRGBCoefficients {
         }
 
         template <int kRowShift>
-        __m128i Sum(__m128i words) const {
+        KVX_ALWAYS_INLINE __m128i Sum(__m128i words) const {
             const __m128i even = _mm_srai_epi32(_mm_madd_epi16(words, mEven), kRowShift);
             const __m128i odd = _mm_srai_epi32(_mm_madd_epi16(words, mOdd), kRowShift);
             return _mm_madd_epi16(_mm_packs_epi32(even, odd), _mm_set1_epi16(1));
@@ -77,21 +77,21 @@ class YUVToRGBCoefficients {
 };
 
 template <typename T>
-__m128i LoadConstant(const T* constant) {
+KVX_ALWAYS_INLINE __m128i LoadConstant(const T* constant) {
     return _mm_load_si128(reinterpret_cast<const __m128i*>(constant));
 }
 
 // The low 16 bits of the sums, B with G and R with `alpha`, a word each.
-inline __m128i JoinWords(__m128i low, __m128i high) {
+KVX_ALWAYS_INLINE __m128i JoinWords(__m128i low, __m128i high) {
     return _mm_or_si128(_mm_and_si128(low, _mm_set1_epi32(0xFFFF)), _mm_slli_epi32(high, 16));
 }
 
-inline __m128i JoinAlpha(__m128i low, const int* alpha) {
+KVX_ALWAYS_INLINE __m128i JoinAlpha(__m128i low, const int* alpha) {
     return _mm_or_si128(_mm_and_si128(low, _mm_set1_epi32(0xFFFF)), LoadConstant(alpha));
 }
 
 // Four pixels, 16 bytes. A sum past 16 bits wraps.
-inline void rgb8u_pack8(char* to, const RGBSums& sums) {
+KVX_ALWAYS_INLINE void rgb8u_pack8(char* to, const RGBSums& sums) {
     const __m128i bg = _mm_srai_epi16(JoinWords(sums.mB, sums.mG), 6);
     const __m128i ra = _mm_srai_epi16(JoinAlpha(sums.mR, kv4i_0x3fff0000), 6);
     Stream(to, _mm_shuffle_epi8(_mm_packus_epi16(bg, ra), _mm_setr_epi8(0, 1, 8, 9, 4, 5, 12, 13, 2,
@@ -100,7 +100,7 @@ inline void rgb8u_pack8(char* to, const RGBSums& sums) {
 
 // Four pixels, 32 bytes. Scales 64 units to 64.25, so that 255 levels make 16384; a sum past 16
 // bits wraps to 0.
-inline void rgb16u_pack8(char* to, const RGBSums& sums) {
+KVX_ALWAYS_INLINE void rgb16u_pack8(char* to, const RGBSums& sums) {
     const auto scale = [](__m128i sum) { return _mm_add_epi32(sum, _mm_srai_epi32(sum, 8)); };
     const auto finish = [](__m128i words) {
         const __m128i raised = _mm_max_epi16(words, _mm_setzero_si128());
@@ -115,7 +115,7 @@ inline void rgb16u_pack8(char* to, const RGBSums& sums) {
 }
 
 // Four pixels, 64 bytes.
-inline void rgb32f_pack8(char* to, const RGBSums& sums) {
+KVX_ALWAYS_INLINE void rgb32f_pack8(char* to, const RGBSums& sums) {
     const __m128 one = _mm_set1_ps(1.0f);
     const auto finish = [one](__m128i sum) {
         const __m128 scaled = _mm_mul_ps(_mm_cvtepi32_ps(sum), _mm_load_ps(kv4f_255thShift6));
@@ -137,17 +137,17 @@ inline void rgb32f_pack8(char* to, const RGBSums& sums) {
 // The finishing steps as parameters of the converters' loops.
 struct Pack8u {
     static constexpr int kBytesPerPixel = 4;
-    static void Store(char* to, const RGBSums& sums) { rgb8u_pack8(to, sums); }
+    static KVX_ALWAYS_INLINE void Store(char* to, const RGBSums& sums) { rgb8u_pack8(to, sums); }
 };
 
 struct Pack16u {
     static constexpr int kBytesPerPixel = 8;
-    static void Store(char* to, const RGBSums& sums) { rgb16u_pack8(to, sums); }
+    static KVX_ALWAYS_INLINE void Store(char* to, const RGBSums& sums) { rgb16u_pack8(to, sums); }
 };
 
 struct Pack32f {
     static constexpr int kBytesPerPixel = 16;
-    static void Store(char* to, const RGBSums& sums) { rgb32f_pack8(to, sums); }
+    static KVX_ALWAYS_INLINE void Store(char* to, const RGBSums& sums) { rgb32f_pack8(to, sums); }
 };
 
 }  // namespace KVX::Converter::Video

@@ -32,7 +32,7 @@ constexpr int kRawMaskG = 0x3FF << kRawShiftG;
 constexpr int kRawMaskB = 0x3FF;
 
 template <typename Source>
-RawComponents LoadRaw(const char* from) {
+KVX_ALWAYS_INLINE RawComponents LoadRaw(const char* from) {
     const __m128i low = Source::Load(from);
     const __m128i high = Source::Load(from + 16);
     // Bytes 0 1, 1 2 and 2 3 of the big-endian pixel, swapped.
@@ -46,7 +46,7 @@ RawComponents LoadRaw(const char* from) {
 
 // Levels above black, 0 to kSpan.
 template <int kRawShift>
-__m128i AboveBlack(__m128i raw) {
+KVX_ALWAYS_INLINE __m128i AboveBlack(__m128i raw) {
     const __m128i component = _mm_and_si128(raw, _mm_set1_epi16(0x3FF << kRawShift));
     const __m128i raised =
         _mm_srli_epi16(_mm_subs_epu16(component, _mm_set1_epi16(kBlack << kRawShift)), kRawShift);
@@ -55,7 +55,7 @@ __m128i AboveBlack(__m128i raw) {
 
 // The same times 64: the limits by saturation at either end, which spares an unsigned minimum.
 template <int kRawShift>
-__m128i AboveBlackTimes64(__m128i raw) {
+KVX_ALWAYS_INLINE __m128i AboveBlackTimes64(__m128i raw) {
     constexpr int kScale = 64;
     constexpr int kRoomAboveWhite = 0xFFFF - kWhite * kScale;
     const __m128i component =
@@ -68,7 +68,7 @@ __m128i AboveBlackTimes64(__m128i raw) {
 struct To8u {
     static constexpr int kBytesPerPixel = 4;
 
-    static void Store(char* to, const RawComponents& raw) {
+    static KVX_ALWAYS_INLINE void Store(char* to, const RawComponents& raw) {
         const __m128i b = Scale(AboveBlack<0>(raw.mB));
         const __m128i g = Scale(AboveBlack<kRawShiftG>(raw.mG));
         const __m128i r = Scale(AboveBlack<kRawShiftR>(raw.mR));
@@ -79,13 +79,15 @@ struct To8u {
     }
 
   private:
-    static __m128i Scale(__m128i level) { return _mm_mulhi_epu16(level, _mm_set1_epi16(19077)); }
+    static KVX_ALWAYS_INLINE __m128i Scale(__m128i level) {
+        return _mm_mulhi_epu16(level, _mm_set1_epi16(19077));
+    }
 };
 
 struct To16u {
     static constexpr int kBytesPerPixel = 8;
 
-    static void Store(char* to, const RawComponents& raw) {
+    static KVX_ALWAYS_INLINE void Store(char* to, const RawComponents& raw) {
         const __m128i b = Scale(AboveBlackTimes64<0>(raw.mB));
         const __m128i g = Scale(AboveBlackTimes64<kRawShiftG>(raw.mG));
         const __m128i r = Scale(AboveBlackTimes64<kRawShiftR>(raw.mR));
@@ -103,7 +105,7 @@ struct To16u {
   private:
     // t x 37 + t / 4 + t / 8 + t / 32, each quotient truncated, from t x 64. The first two terms
     // are t x 149 / 4 truncated once, the last two (t / 8) x 5 / 4.
-    static __m128i Scale(__m128i levelTimes64) {
+    static KVX_ALWAYS_INLINE __m128i Scale(__m128i levelTimes64) {
         const __m128i first =
             _mm_mulhi_epu16(levelTimes64, _mm_set1_epi16(static_cast<short>(149 << 8)));
         const __m128i eighths =
@@ -115,10 +117,10 @@ struct To16u {
 struct To32f {
     static constexpr int kBytesPerPixel = 16;
 
-    static void Store(char* to, const RawComponents& raw) {
-        const __m128i b = AboveBlack<0>(raw.mB);
-        const __m128i g = AboveBlack<kRawShiftG>(raw.mG);
-        const __m128i r = AboveBlack<kRawShiftR>(raw.mR);
+    static KVX_ALWAYS_INLINE void Store(char* to, const RawComponents& raw) {
+        const __m128i b = Enlarge(AboveBlack<0>(raw.mB));
+        const __m128i g = Enlarge(AboveBlack<kRawShiftG>(raw.mG));
+        const __m128i r = Enlarge(AboveBlack<kRawShiftR>(raw.mR));
         const __m128i zero = _mm_setzero_si128();
         StoreFour(to, _mm_unpacklo_epi16(b, zero), _mm_unpacklo_epi16(g, zero),
                   _mm_unpacklo_epi16(r, zero));
@@ -127,11 +129,20 @@ struct To32f {
     }
 
   private:
-    static __m128 Scale(__m128i level) {
-        return _mm_div_ps(_mm_cvtepi32_ps(level), _mm_set1_ps(876.0f));
+    // Multiplied by 1 / (876 x 19), t x 19 meets the correctly rounded t / 876 for every t from 0
+    // to kSpan, which 1 / 876 does not; a division takes several times as long.
+    static constexpr short kFactor = 19;
+
+    static KVX_ALWAYS_INLINE __m128i Enlarge(__m128i level) {
+        return _mm_mullo_epi16(level, _mm_set1_epi16(kFactor));
     }
 
-    static void StoreFour(char* to, __m128i bLevel, __m128i gLevel, __m128i rLevel) {
+    static KVX_ALWAYS_INLINE __m128 Scale(__m128i enlargedLevel) {
+        return _mm_mul_ps(_mm_cvtepi32_ps(enlargedLevel), _mm_set1_ps(1.0f / (kSpan * kFactor)));
+    }
+
+    static KVX_ALWAYS_INLINE void StoreFour(char* to, __m128i bLevel, __m128i gLevel,
+                                            __m128i rLevel) {
         const __m128 b = Scale(bLevel);
         const __m128 g = Scale(gLevel);
         const __m128 r = Scale(rLevel);
@@ -150,15 +161,16 @@ struct To32f {
 template <typename Source, int kPrefetchDistance, typename Finish>
 void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                    int height) {
-    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height,
-                       [width](const char* from, char* to) {
-                           for (int x = 0; x < width; x += kStepPixels) {
-                               Source::Prefetch(from + kPrefetchDistance);
-                               Finish::Store(to, LoadRaw<Source>(from));
-                               from += kStepPixels * kSourceBytes;
-                               to += kStepPixels * Finish::kBytesPerPixel;
-                           }
-                       });
+    const ptrdiff_t written = WholeSteps(width, kStepPixels) * Finish::kBytesPerPixel;
+    StreamRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, written,
+                         [width](const char* from, char* to) {
+                             for (int x = 0; x < width; x += kStepPixels) {
+                                 Source::Prefetch(from + kPrefetchDistance);
+                                 Finish::Store(to, LoadRaw<Source>(from));
+                                 from += kStepPixels * kSourceBytes;
+                                 to += kStepPixels * Finish::kBytesPerPixel;
+                             }
+                         });
     EndStreams();
 }
 
@@ -169,9 +181,9 @@ struct YUVSource {
     using Mean = WholeMean;
     static constexpr int kBytesPerPixel = kSourceBytes;
 
-    static void PrefetchGroup(const char*) {}
+    static KVX_ALWAYS_INLINE void PrefetchGroup(const char*) {}
 
-    static RGBWords LoadEight(const char* from) {
+    static KVX_ALWAYS_INLINE RGBWords LoadEight(const char* from) {
         const __m128i low = Memory::Load(from);
         const __m128i high = Memory::Load(from + 16);
         const __m128i kR = _mm_setr_epi8(1, 0, 5, 4, 9, 8, 13, 12, -1, -1, -1, -1, -1, -1, -1, -1);
@@ -181,7 +193,7 @@ struct YUVSource {
 
   private:
     // Both components moved to bits 13-4, where R is already.
-    static __m128i LoadBG(__m128i pixels) {
+    static KVX_ALWAYS_INLINE __m128i LoadBG(__m128i pixels) {
         const __m128i kBG = _mm_setr_epi8(3, 2, 2, 1, 7, 6, 6, 5, 11, 10, 10, 9, 15, 14, 14, 13);
         const __m128i components = _mm_and_si128(_mm_shuffle_epi8(pixels, kBG),
                                                  _mm_set1_epi32(kRawMaskG << 16 | kRawMaskB));
@@ -196,8 +208,7 @@ template <typename Memory>
 long ConvertToV210(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                    int height, const TransformMatrix& matrix) {
     const RGBToYUVCoefficients coefficients(matrix);
-    const ptrdiff_t groups =
-        (static_cast<ptrdiff_t>(width) + kYUVGroupPixels - 1) / kYUVGroupPixels;
+    const ptrdiff_t groups = WholeSteps(width, kYUVGroupPixels) / kYUVGroupPixels;
     WalkRows(src, srcRowBytes, dst, dstRowBytes, height, [&](const char* from, char* to) {
         ConvertGroupsToYUV<YUVSource<Memory>, StudioV210Layout>(from, to, groups, coefficients);
     });
@@ -206,7 +217,7 @@ long ConvertToV210(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
 
 // B, G and R of pixels in words, to r210's little-endian reading: each part of a component goes to
 // its place by itself.
-__m128i PackWords(__m128i b, __m128i g, __m128i r) {
+KVX_ALWAYS_INLINE __m128i PackWords(__m128i b, __m128i g, __m128i r) {
     const auto mask = [](__m128i value, int bits) {
         return _mm_and_si128(value, _mm_set1_epi32(bits));
     };
@@ -218,7 +229,7 @@ __m128i PackWords(__m128i b, __m128i g, __m128i r) {
 }
 
 // 16-bit levels of four pixels, B G R A each, two pixels in a register, to four r210 words.
-__m128i PackFour(__m128i low, __m128i high) {
+KVX_ALWAYS_INLINE __m128i PackFour(__m128i low, __m128i high) {
     const __m128 lowFloats = _mm_castsi128_ps(low);
     const __m128 highFloats = _mm_castsi128_ps(high);
     const __m128i bg =
@@ -230,7 +241,7 @@ __m128i PackFour(__m128i low, __m128i high) {
                      _mm_and_si128(ra, lowWord));
 }
 
-__m128i AddBlack(__m128i level) {
+KVX_ALWAYS_INLINE __m128i AddBlack(__m128i level) {
     return _mm_add_epi16(level, _mm_set1_epi16(kBlack));
 }
 
@@ -241,13 +252,13 @@ struct From8u {
     static constexpr int kPixels = 8;
 
     // The addend makes every byte meet the level that the scalar table has for it.
-    static __m128i Scale(__m128i words) {
+    static KVX_ALWAYS_INLINE __m128i Scale(__m128i words) {
         const __m128i scaled = _mm_add_epi16(_mm_slli_epi16(words, 7), _mm_set1_epi16(19));
         return AddBlack(_mm_mulhi_epu16(scaled, _mm_set1_epi16(kScale16u)));
     }
 
     template <typename Source>
-    static void Store(char* to, const char* from) {
+    static KVX_ALWAYS_INLINE void Store(char* to, const char* from) {
         const __m128i zero = _mm_setzero_si128();
         for (int i = 0; i < 2; ++i) {
             const __m128i four = Source::Load(from + 16 * i);
@@ -262,12 +273,12 @@ struct From16u {
     static constexpr int kPixels = 4;
 
     // Truncates where the scalar table rounds.
-    static __m128i Scale(__m128i words) {
+    static KVX_ALWAYS_INLINE __m128i Scale(__m128i words) {
         return AddBlack(_mm_mulhi_epu16(words, _mm_set1_epi16(kScale16u)));
     }
 
     template <typename Source>
-    static void Store(char* to, const char* from) {
+    static KVX_ALWAYS_INLINE void Store(char* to, const char* from) {
         Stream(to, PackFour(Scale(Source::Load(from)), Scale(Source::Load(from + 16))));
     }
 };
@@ -276,7 +287,7 @@ struct From32f {
     static constexpr int kBytesPerPixel = 16;
     static constexpr int kPixels = 4;
 
-    static __m128i Scale(__m128i pixel) {
+    static KVX_ALWAYS_INLINE __m128i Scale(__m128i pixel) {
         const __m128 limited =
             _mm_min_ps(_mm_max_ps(_mm_castsi128_ps(pixel), _mm_setzero_ps()), _mm_set1_ps(1.0f));
         const __m128i level = _mm_cvtps_epi32(_mm_mul_ps(limited, _mm_set1_ps(876.0f)));
@@ -284,7 +295,7 @@ struct From32f {
     }
 
     template <typename Source>
-    static void Store(char* to, const char* from) {
+    static KVX_ALWAYS_INLINE void Store(char* to, const char* from) {
         const __m128i low =
             _mm_packs_epi32(Scale(Source::Load(from)), Scale(Source::Load(from + 16)));
         const __m128i high =
@@ -296,15 +307,16 @@ struct From32f {
 template <typename Source, typename Start, int... kPrefetchDistances>
 void CreateFromBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                     int height) {
-    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height,
-                       [width](const char* from, char* to) {
-                           for (int x = 0; x < width; x += Start::kPixels) {
-                               (Source::Prefetch(from + kPrefetchDistances), ...);
-                               Start::template Store<Source>(to, from);
-                               from += Start::kPixels * Start::kBytesPerPixel;
-                               to += Start::kPixels * kSourceBytes;
-                           }
-                       });
+    const ptrdiff_t written = WholeSteps(width, Start::kPixels) * kSourceBytes;
+    StreamRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, written,
+                         [width](const char* from, char* to) {
+                             for (int x = 0; x < width; x += Start::kPixels) {
+                                 (Source::Prefetch(from + kPrefetchDistances), ...);
+                                 Start::template Store<Source>(to, from);
+                                 from += Start::kPixels * Start::kBytesPerPixel;
+                                 to += Start::kPixels * kSourceBytes;
+                             }
+                         });
     EndStreams();
 }
 

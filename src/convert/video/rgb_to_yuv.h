@@ -47,11 +47,11 @@ struct RGBToYUVCoefficients {
     static int Fixed(const TransformMatrix& matrix, int index) {
         return static_cast<int>(matrix.mCoefficient[index] * 32768.0f);
     }
-    static __m128i Pair(const TransformMatrix& matrix, int low, int high) {
+    static KVX_ALWAYS_INLINE __m128i Pair(const TransformMatrix& matrix, int low, int high) {
         return _mm_set1_epi32((Fixed(matrix, low) & 0xFFFF) |
                               static_cast<int>(static_cast<unsigned>(Fixed(matrix, high)) << 16));
     }
-    static __m128i Single(const TransformMatrix& matrix, int index) {
+    static KVX_ALWAYS_INLINE __m128i Single(const TransformMatrix& matrix, int index) {
         return _mm_set1_epi32(Fixed(matrix, index) & 0xFFFF);
     }
 };
@@ -59,26 +59,28 @@ struct RGBToYUVCoefficients {
 // What a 4:2:2 layout makes of the products, which are 14-bit numbers.
 template <int kDepthShift, int kBlackLevel, int kLumaLimit, int kNeutralLevel>
 struct YUVLevels {
-    static __m128i Luma(__m128i sum) {
+    static KVX_ALWAYS_INLINE __m128i Luma(__m128i sum) {
         const __m128i level =
             _mm_add_epi16(_mm_srli_epi16(sum, kDepthShift), _mm_set1_epi16(kBlackLevel));
         return _mm_min_epi16(level, _mm_set1_epi16(kLumaLimit));
     }
     // No limit here: the matrices keep legal colours inside the range.
-    static __m128i Chroma(__m128i sum) {
+    static KVX_ALWAYS_INLINE __m128i Chroma(__m128i sum) {
         return _mm_add_epi16(_mm_srai_epi16(sum, kDepthShift), _mm_set1_epi16(kNeutralLevel));
     }
 };
 
 // The mean of words of up to 15 bits, truncated.
 struct TruncatedMean {
-    static __m128i Of(__m128i a, __m128i b) { return _mm_srli_epi16(_mm_add_epi16(a, b), 1); }
+    static KVX_ALWAYS_INLINE __m128i Of(__m128i a, __m128i b) {
+        return _mm_srli_epi16(_mm_add_epi16(a, b), 1);
+    }
 };
 
 // The same in one step for words whose two lowest bits are clear: both means that the filter takes
 // are then whole.
 struct WholeMean {
-    static __m128i Of(__m128i a, __m128i b) { return _mm_avg_epu16(a, b); }
+    static KVX_ALWAYS_INLINE __m128i Of(__m128i a, __m128i b) { return _mm_avg_epu16(a, b); }
 };
 
 // Luma of eight pixels and chroma of the even ones among them. Keeps the pixel to the left of the
@@ -92,13 +94,13 @@ class RGBToYUV {
           mLeftBG(_mm_shuffle_epi32(first.mBG[0], 0)),
           mLeftR(_mm_shuffle_epi32(_mm_shufflelo_epi16(first.mR, 0), 0)) {}
 
-    YUVWords Convert(const RGBWords& rgb) {
+    KVX_ALWAYS_INLINE YUVWords Convert(const RGBWords& rgb) {
         return {Levels::Luma(LumaSum(rgb)), Levels::Chroma(ChromaSum(rgb))};
     }
 
   private:
     // B with G and R are truncated apart before they are added.
-    __m128i LumaSum(const RGBWords& rgb) const {
+    KVX_ALWAYS_INLINE __m128i LumaSum(const RGBWords& rgb) const {
         const __m128i zero = _mm_setzero_si128();
         const __m128i fromBG =
             _mm_packs_epi32(_mm_srli_epi32(_mm_madd_epi16(rgb.mBG[0], mCoefficients.mYFromBG), 15),
@@ -111,7 +113,7 @@ class RGBToYUV {
         return _mm_add_epi16(fromBG, fromR);
     }
 
-    __m128i ChromaSum(const RGBWords& rgb) {
+    KVX_ALWAYS_INLINE __m128i ChromaSum(const RGBWords& rgb) {
         // Means of each pixel with the one to its left, then of an even one with the next.
         const __m128i means0 = Mean::Of(_mm_alignr_epi8(rgb.mBG[0], mLeftBG, 12), rgb.mBG[0]);
         const __m128i means1 = Mean::Of(_mm_alignr_epi8(rgb.mBG[1], rgb.mBG[0], 12), rgb.mBG[1]);
@@ -134,7 +136,7 @@ class RGBToYUV {
     }
 
     template <int kFirst, int kSecond>
-    static __m128i TakeDwords(__m128i low, __m128i high) {
+    static KVX_ALWAYS_INLINE __m128i TakeDwords(__m128i low, __m128i high) {
         return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(low), _mm_castsi128_ps(high),
                                                _MM_SHUFFLE(kSecond, kFirst, kSecond, kFirst)));
     }
@@ -147,8 +149,8 @@ class RGBToYUV {
 // Converts a run of whole groups. Source gives kBytesPerPixel, LoadEight, PrefetchGroup and its
 // Mean; Layout gives its Levels, kGroupBytes and StoreGroup.
 template <typename Source, typename Layout>
-void ConvertGroupsToYUV(const char* src, char* dst, ptrdiff_t groups,
-                        const RGBToYUVCoefficients& coefficients) {
+KVX_ALWAYS_INLINE void ConvertGroupsToYUV(const char* src, char* dst, ptrdiff_t groups,
+                                          const RGBToYUVCoefficients& coefficients) {
     if (groups < 1) {
         return;
     }

@@ -6,6 +6,11 @@
 
 namespace KVX::Converter::Video {
 
+// `width` rounded up to whole steps, in pixels.
+inline ptrdiff_t WholeSteps(int width, int stepPixels) {
+    return (static_cast<ptrdiff_t>(width) + stepPixels - 1) / stepPixels * stepPixels;
+}
+
 // Host BGRA frames stand upside down to the file's: row 0 of the destination takes the last row of
 // the source. Row bytes may be negative.
 template <typename ConvertRow>
@@ -14,6 +19,35 @@ void WalkRowsTurnedOver(const char* src, ptrdiff_t srcRowBytes, char* dst, ptrdi
     for (ptrdiff_t row = 0; row < height; ++row) {
         convertRow(src + (height - 1 - row) * srcRowBytes, dst + row * dstRowBytes);
     }
+}
+
+// Rows in the order that `visit(source row, destination row)` may take them for speed. A row that
+// stays inside its own row bytes can be converted at any time, and then the source is read as it
+// rises in memory, which is what prefetching is good at: the other way round takes twice as long. A
+// row that spills over its end has to go before the one that it spills into.
+template <typename Visit>
+void VisitRowsTurnedOver(ptrdiff_t srcRowBytes, ptrdiff_t dstRowBytes, int height,
+                         ptrdiff_t bytesWrittenPerRow, Visit visit) {
+    const bool staysInside = bytesWrittenPerRow <= (dstRowBytes < 0 ? -dstRowBytes : dstRowBytes);
+    if (staysInside && srcRowBytes > 0) {
+        for (ptrdiff_t row = 0; row < height; ++row) {
+            visit(row, height - 1 - row);
+        }
+    } else {
+        for (ptrdiff_t row = 0; row < height; ++row) {
+            visit(height - 1 - row, row);
+        }
+    }
+}
+
+// WalkRowsTurnedOver for vector code, whose steps may go past the width.
+template <typename ConvertRow>
+void StreamRowsTurnedOver(const char* src, ptrdiff_t srcRowBytes, char* dst, ptrdiff_t dstRowBytes,
+                          int height, ptrdiff_t bytesWrittenPerRow, ConvertRow convertRow) {
+    VisitRowsTurnedOver(srcRowBytes, dstRowBytes, height, bytesWrittenPerRow,
+                        [&](ptrdiff_t srcRow, ptrdiff_t dstRow) {
+                            convertRow(src + srcRow * srcRowBytes, dst + dstRow * dstRowBytes);
+                        });
 }
 
 template <typename ConvertRow>
@@ -49,14 +83,16 @@ void WalkRowsWithinFrame(const char* src, ptrdiff_t srcRowBytes, char* dst, ptrd
     const ptrdiff_t remainder = width - full * layout.mPixels;
     const ptrdiff_t rounded = full + (remainder != 0 ? 1 : 0);
 
-    for (ptrdiff_t row = 0; row < height - 1; ++row) {
-        convertGroups(src + (height - 1 - row) * srcRowBytes, dst + row * dstRowBytes, rounded);
-    }
-    char* lastRow = dst + (height - 1) * dstRowBytes;
-    convertGroups(src, lastRow, full);
+    const ptrdiff_t roundedBytes = rounded * layout.mPixels * layout.mDstBytesPerPixel;
+    VisitRowsTurnedOver(srcRowBytes, dstRowBytes, height, roundedBytes,
+                        [&](ptrdiff_t srcRow, ptrdiff_t dstRow) {
+                            convertGroups(src + srcRow * srcRowBytes, dst + dstRow * dstRowBytes,
+                                          dstRow == height - 1 ? full : rounded);
+                        });
     if (remainder != 0) {
         alignas(16) char block[kLargestGroupBytes];
         convertGroups(src + full * layout.mRemainderSourceBytes, block, 1);
+        char* lastRow = dst + (height - 1) * dstRowBytes;
         std::memcpy(lastRow + full * layout.mPixels * layout.mDstBytesPerPixel, block,
                     static_cast<size_t>(remainder * layout.mDstBytesPerPixel));
     }

@@ -2,6 +2,7 @@
 
 #include "convert/video/bgra_source.h"
 #include "convert/video/pack.h"
+#include "convert/video/planar_yuv.h"
 #include "convert/video/rgb_to_yuv.h"
 #include "convert/video/row_walk.h"
 #include "convert/video/uyvy.h"
@@ -12,34 +13,84 @@ namespace KVX::Converter::Video {
 
 namespace {
 
-constexpr int kStepPixels = 16;
+constexpr int kStepPixels = kPlanarPixels;
 constexpr int kStepBytes = 2 * kStepPixels;
 
-using Coefficients = YUVToRGBCoefficients<8>;
-
-__m128i LessBlack(__m128i words) {
+KVX_ALWAYS_INLINE __m128i LessBlack(__m128i words) {
     return _mm_add_epi16(words, _mm_setr_epi16(-128, -16, -128, -16, -128, -16, -128, -16));
 }
 
-template <typename Source, int kPrefetchDistance, typename Pack>
+// A step as planes: bytes U Y0 and V Y1 are words, of which each kind is gathered first.
+template <typename Source>
+KVX_ALWAYS_INLINE PlanarYUV LoadPlanes(const char* from) {
+    const __m128i kSplit = _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15);
+    const __m128i low = _mm_shuffle_epi8(Source::Load(from), kSplit);
+    const __m128i high = _mm_shuffle_epi8(Source::Load(from + 16), kSplit);
+    const __m128i uy = _mm_unpacklo_epi64(low, high);
+    const __m128i vy = _mm_unpackhi_epi64(low, high);
+    const auto chroma = [](__m128i words) {
+        return _mm_xor_si128(_mm_slli_epi16(words, 8), _mm_set1_epi16(static_cast<short>(0x8000)));
+    };
+    const auto luma = [](__m128i words) {
+        const __m128i times128 = _mm_and_si128(_mm_srli_epi16(words, 1), _mm_set1_epi16(0x7F80));
+        return _mm_sub_epi16(times128, _mm_set1_epi16(16 << 7));
+    };
+    return {chroma(uy), chroma(vy), luma(uy), luma(vy)};
+}
+
+template <typename Source, typename PlanarPack>
+struct PlanarStep {
+    explicit PlanarStep(const TransformMatrix& matrix) : mCoefficients(matrix) {}
+
+    KVX_ALWAYS_INLINE void Convert(const char* from, char* to) const {
+        PlanarPack::Store(to, mCoefficients, LoadPlanes<Source>(from));
+    }
+
+    PlanarCoefficients mCoefficients;
+};
+
+// The step for any matrix.
+template <typename Source, typename Pack>
+struct GeneralStep {
+    explicit GeneralStep(const TransformMatrix& matrix) : mCoefficients(matrix) {}
+
+    KVX_ALWAYS_INLINE void Convert(const char* from, char* to) const {
+        const __m128i zero = _mm_setzero_si128();
+        for (int half = 0; half < 2; ++half) {
+            const __m128i bytes = Source::Load(from + 16 * half);
+            Pack::Store(to, mCoefficients.Sum(LessBlack(_mm_unpacklo_epi8(bytes, zero))));
+            to += 4 * Pack::kBytesPerPixel;
+            Pack::Store(to, mCoefficients.Sum(LessBlack(_mm_unpackhi_epi8(bytes, zero))));
+            to += 4 * Pack::kBytesPerPixel;
+        }
+    }
+
+    YUVToRGBCoefficients<8> mCoefficients;
+};
+
+template <typename Source, int kPrefetchDistance, typename PlanarPack>
 void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                    int height, const TransformMatrix& matrix) {
-    const Coefficients coefficients(matrix);
-    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, [&](const char* from, char* to) {
-        const __m128i zero = _mm_setzero_si128();
-        for (int x = 0; x < width; x += kStepPixels) {
-            Source::Prefetch(from + kPrefetchDistance);
-            for (int half = 0; half < 2; ++half) {
-                const __m128i bytes = Source::Load(from + 16 * half);
-                Pack::Store(to, coefficients.Sum(LessBlack(_mm_unpacklo_epi8(bytes, zero))));
-                to += 4 * Pack::kBytesPerPixel;
-                Pack::Store(to, coefficients.Sum(LessBlack(_mm_unpackhi_epi8(bytes, zero))));
-                to += 4 * Pack::kBytesPerPixel;
-            }
-            from += kStepBytes;
-        }
-    });
-    EndStreams();
+    using Pack = typename PlanarPack::Pack;
+    const auto convertFrame = [=](const auto& step) {
+        const ptrdiff_t written = WholeSteps(width, kStepPixels) * Pack::kBytesPerPixel;
+        StreamRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, written,
+                             [width, &step](const char* from, char* to) {
+                                 for (int x = 0; x < width; x += kStepPixels) {
+                                     Source::Prefetch(from + kPrefetchDistance);
+                                     step.Convert(from, to);
+                                     from += kStepBytes;
+                                     to += kStepPixels * Pack::kBytesPerPixel;
+                                 }
+                             });
+        EndStreams();
+    };
+    const PlanarStep<Source, PlanarPack> planar(matrix);
+    if (planar.mCoefficients.Fits()) {
+        convertFrame(planar);
+    } else {
+        convertFrame(GeneralStep<Source, Pack>(matrix));
+    }
 }
 
 // The remainder of the last row is taken from four times its true offset: other pixels of the
@@ -63,26 +114,26 @@ void CreateFromBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes
 
 void uyvy::VectorConvertTo8u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                              int width, int height, TransformMatrix* matrix) {
-    ConvertToBGRA<AlignedSource, 192, Pack8u>(src, srcRowBytes, dst, dstRowBytes, width, height,
-                                              *matrix);
+    ConvertToBGRA<AlignedSource, 192, PlanarPack8u>(src, srcRowBytes, dst, dstRowBytes, width,
+                                                    height, *matrix);
 }
 
 void uyvy::VectorConvertTo8uMisSrc(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                                    int width, int height, TransformMatrix* matrix) {
-    ConvertToBGRA<MisalignedSource, 160, Pack8u>(src, srcRowBytes, dst, dstRowBytes, width, height,
-                                                 *matrix);
+    ConvertToBGRA<MisalignedSource, 160, PlanarPack8u>(src, srcRowBytes, dst, dstRowBytes, width,
+                                                       height, *matrix);
 }
 
 void uyvy::VectorConvertTo16u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                               int width, int height, TransformMatrix* matrix) {
-    ConvertToBGRA<AlignedSource, 160, Pack16u>(src, srcRowBytes, dst, dstRowBytes, width, height,
-                                               *matrix);
+    ConvertToBGRA<AlignedSource, 160, PlanarPack16u>(src, srcRowBytes, dst, dstRowBytes, width,
+                                                     height, *matrix);
 }
 
 void uyvy::VectorConvertTo32f(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                               int width, int height, TransformMatrix* matrix) {
-    ConvertToBGRA<AlignedSource, 416, Pack32f>(src, srcRowBytes, dst, dstRowBytes, width, height,
-                                               *matrix);
+    ConvertToBGRA<AlignedSource, 416, PlanarPack32f>(src, srcRowBytes, dst, dstRowBytes, width,
+                                                     height, *matrix);
 }
 
 void uyvy::VectorCreateFrom8u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,

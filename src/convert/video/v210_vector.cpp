@@ -2,6 +2,7 @@
 
 #include "convert/video/bgra_source.h"
 #include "convert/video/pack.h"
+#include "convert/video/planar_yuv.h"
 #include "convert/video/rgb_to_yuv.h"
 #include "convert/video/row_walk.h"
 #include "convert/video/v210.h"
@@ -20,7 +21,7 @@ using Coefficients = YUVToRGBCoefficients<10>;
 // Two pairs of pixels as U Y0 V Y1 U Y0 V Y1, less their black. A sample stands in the low, middle
 // or high third of its 32-bit word; the two bytes that hold it are shuffled into place and moved to
 // the top of a 16-bit word, which pushes out what is above it, and back.
-__m128i TakeRun(__m128i words, __m128i bytes, __m128i factors) {
+KVX_ALWAYS_INLINE __m128i TakeRun(__m128i words, __m128i bytes, __m128i factors) {
     const __m128i atTop = _mm_mullo_epi16(_mm_shuffle_epi8(words, bytes), factors);
     return _mm_sub_epi16(_mm_srli_epi16(atTop, 6),
                          _mm_setr_epi16(512, 64, 512, 64, 512, 64, 512, 64));
@@ -30,13 +31,13 @@ constexpr short kLow = 1 << 6;
 constexpr short kMiddle = 1 << 4;
 constexpr short kHigh = 1 << 2;
 
-__m128i LoadWords(const char* from) {
+KVX_ALWAYS_INLINE __m128i LoadWords(const char* from) {
     return MisalignedSource::Load(from);
 }
 
 // Six pairs from eight words.
 template <typename Pack>
-void ConvertTwelve(const char* from, char* to, const Coefficients& coefficients) {
+KVX_ALWAYS_INLINE void ConvertTwelve(const char* from, char* to, const Coefficients& coefficients) {
     const __m128i first =
         TakeRun(LoadWords(from), _mm_setr_epi8(0, 1, 1, 2, 2, 3, 4, 5, 5, 6, 6, 7, 8, 9, 9, 10),
                 _mm_setr_epi16(kLow, kMiddle, kHigh, kLow, kMiddle, kHigh, kLow, kMiddle));
@@ -54,22 +55,94 @@ void ConvertTwelve(const char* from, char* to, const Coefficients& coefficients)
     Pack::Store(to + 8 * Pack::kBytesPerPixel, coefficients.Sum(third));
 }
 
-template <typename Pack, int... kPrefetchDistances>
+// Where the samples of two pairs lie in sixteen bytes: each in two of them, at one of three places.
+struct RunBytes {
+    signed char mFirst[8];  // the first byte of U U V V Y0 Y0 Y1 Y1
+    short mFactors[8];
+};
+
+// Two pairs at a time, of the three ways in which they lie in the file: the beginning of a block of
+// six pixels, its last pair with the first of the next block, and the end of that one.
+constexpr RunBytes kRuns[3] = {
+    {{0, 5, 2, 8, 1, 6, 4, 9}, {kLow, kMiddle, kHigh, kLow, kMiddle, kHigh, kLow, kMiddle}},
+    {{2, 8, 5, 10, 4, 9, 6, 12}, {kHigh, kLow, kMiddle, kHigh, kLow, kMiddle, kHigh, kLow}},
+    {{5, 10, 8, 13, 6, 12, 9, 14}, {kMiddle, kHigh, kLow, kMiddle, kHigh, kLow, kMiddle, kHigh}},
+};
+
+// U U V V Y0 Y0 Y1 Y1, each at the top of its word, with other bits below.
+template <int kRun>
+KVX_ALWAYS_INLINE __m128i TakePlanarRun(const char* from) {
+    constexpr const signed char(&b)[8] = kRuns[kRun].mFirst;
+    constexpr const short(&f)[8] = kRuns[kRun].mFactors;
+    const __m128i bytes =
+        _mm_setr_epi8(b[0], b[0] + 1, b[1], b[1] + 1, b[2], b[2] + 1, b[3], b[3] + 1, b[4],
+                      b[4] + 1, b[5], b[5] + 1, b[6], b[6] + 1, b[7], b[7] + 1);
+    const __m128i factors = _mm_setr_epi16(f[0], f[1], f[2], f[3], f[4], f[5], f[6], f[7]);
+    return _mm_mullo_epi16(_mm_shuffle_epi8(LoadWords(from), bytes), factors);
+}
+
+// Sixteen pixels from four runs, the first of which is of kind kFirstRun.
+template <int kFirstRun>
+KVX_ALWAYS_INLINE PlanarYUV LoadPlanes(const char* from) {
+    constexpr int kRunBytes = 32;  // of three runs
+    const auto offset = [](int run) { return run / 3 * kRunBytes + run % 3 * 8; };
+    const __m128i a = TakePlanarRun<kFirstRun>(from + offset(kFirstRun));
+    const __m128i b = TakePlanarRun<(kFirstRun + 1) % 3>(from + offset(kFirstRun + 1));
+    const __m128i c = TakePlanarRun<(kFirstRun + 2) % 3>(from + offset(kFirstRun + 2));
+    const __m128i d = TakePlanarRun<kFirstRun>(from + offset(kFirstRun + 3));
+    const __m128i chromaAB = _mm_unpacklo_epi32(a, b);
+    const __m128i chromaCD = _mm_unpacklo_epi32(c, d);
+    const __m128i lumaAB = _mm_unpackhi_epi32(a, b);
+    const __m128i lumaCD = _mm_unpackhi_epi32(c, d);
+    const auto chroma = [](__m128i words) {
+        return _mm_sub_epi16(_mm_and_si128(words, _mm_set1_epi16(static_cast<short>(0xFFC0))),
+                             _mm_set1_epi16(static_cast<short>(0x8000)));
+    };
+    const auto luma = [](__m128i words) {
+        const __m128i times32 = _mm_and_si128(_mm_srli_epi16(words, 1), _mm_set1_epi16(0x7FE0));
+        return _mm_sub_epi16(times32, _mm_set1_epi16(64 << 5));
+    };
+    return {chroma(_mm_unpacklo_epi64(chromaAB, chromaCD)),
+            chroma(_mm_unpackhi_epi64(chromaAB, chromaCD)),
+            luma(_mm_unpacklo_epi64(lumaAB, lumaCD)), luma(_mm_unpackhi_epi64(lumaAB, lumaCD))};
+}
+
+template <int... kPrefetchDistances>
+KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {
+    (MisalignedSource::Prefetch(from + kPrefetchDistances), ...);
+}
+
+template <typename PlanarPack, int... kPrefetchDistances>
 void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                    int height, const TransformMatrix& matrix) {
+    using Pack = typename PlanarPack::Pack;
+    constexpr int kStoredGroupBytes = kGroupPixels * Pack::kBytesPerPixel;
+    constexpr int kStoredStepBytes = kPlanarPixels * Pack::kBytesPerPixel;
     const Coefficients coefficients(matrix);
+    const PlanarCoefficients planar(matrix);
+    const bool planarFits = planar.Fits();
+
+    const auto convertGroups = [&](const char* from, char* to, ptrdiff_t groups) {
+        // Two groups are three steps of sixteen pixels.
+        for (; planarFits && groups >= 2; groups -= 2) {
+            PrefetchGroup<kPrefetchDistances...>(from);
+            PlanarPack::Store(to, planar, LoadPlanes<0>(from));
+            PrefetchGroup<kPrefetchDistances...>(from + kGroupBytes);
+            PlanarPack::Store(to + kStoredStepBytes, planar, LoadPlanes<1>(from + 32));
+            PlanarPack::Store(to + 2 * kStoredStepBytes, planar, LoadPlanes<2>(from + 64));
+            from += 2 * kGroupBytes;
+            to += 2 * kStoredGroupBytes;
+        }
+        for (; groups > 0; --groups) {
+            PrefetchGroup<kPrefetchDistances...>(from);
+            ConvertTwelve<Pack>(from, to, coefficients);
+            ConvertTwelve<Pack>(from + kGroupBytes / 2, to + kStoredGroupBytes / 2, coefficients);
+            from += kGroupBytes;
+            to += kStoredGroupBytes;
+        }
+    };
     const GroupLayout layout = {kGroupPixels, Pack::kBytesPerPixel, kGroupBytes};
-    WalkRowsWithinFrame(src, srcRowBytes, dst, dstRowBytes, width, height, layout,
-                        [&](const char* from, char* to, ptrdiff_t groups) {
-                            for (ptrdiff_t group = 0; group < groups; ++group) {
-                                (MisalignedSource::Prefetch(from + kPrefetchDistances), ...);
-                                ConvertTwelve<Pack>(from, to, coefficients);
-                                ConvertTwelve<Pack>(from + kGroupBytes / 2,
-                                                    to + 12 * Pack::kBytesPerPixel, coefficients);
-                                from += kGroupBytes;
-                                to += kGroupPixels * Pack::kBytesPerPixel;
-                            }
-                        });
+    WalkRowsWithinFrame(src, srcRowBytes, dst, dstRowBytes, width, height, layout, convertGroups);
     EndStreams();
 }
 
@@ -79,8 +152,7 @@ template <typename Source>
 void CreateFromBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                     int height, const TransformMatrix& matrix) {
     const RGBToYUVCoefficients coefficients(matrix);
-    const ptrdiff_t groups =
-        (static_cast<ptrdiff_t>(width) + kYUVGroupPixels - 1) / kYUVGroupPixels;
+    const ptrdiff_t groups = WholeSteps(width, kYUVGroupPixels) / kYUVGroupPixels;
     WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, [&](const char* from, char* to) {
         ConvertGroupsToYUV<Source, VideoV210Layout>(from, to, groups, coefficients);
     });
@@ -90,17 +162,19 @@ void CreateFromBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes
 
 void v210::VectorConvertTo8u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                              int width, int height, TransformMatrix* matrix) {
-    ConvertToBGRA<Pack8u>(src, srcRowBytes, dst, dstRowBytes, width, height, *matrix);
+    ConvertToBGRA<PlanarPack8u>(src, srcRowBytes, dst, dstRowBytes, width, height, *matrix);
 }
 
 void v210::VectorConvertTo16u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                               int width, int height, TransformMatrix* matrix) {
-    ConvertToBGRA<Pack16u, 128, 136>(src, srcRowBytes, dst, dstRowBytes, width, height, *matrix);
+    ConvertToBGRA<PlanarPack16u, 128, 136>(src, srcRowBytes, dst, dstRowBytes, width, height,
+                                           *matrix);
 }
 
 void v210::VectorConvertTo32f(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                               int width, int height, TransformMatrix* matrix) {
-    ConvertToBGRA<Pack32f, 168, 176>(src, srcRowBytes, dst, dstRowBytes, width, height, *matrix);
+    ConvertToBGRA<PlanarPack32f, 168, 176>(src, srcRowBytes, dst, dstRowBytes, width, height,
+                                           *matrix);
 }
 
 void v210::VectorCreateFrom8u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,

@@ -5,38 +5,42 @@
 
 #include <cstdint>
 
+// For what stands in the inner loops: the compiler's own judgement leaves calls in them, with all
+// registers saved and all constants loaded again.
+#define KVX_ALWAYS_INLINE inline __attribute__((always_inline))
+
 namespace KVX::Converter::Video {
 
 // A source whose every row starts at a multiple of 16.
 struct AlignedSource {
-    static __m128i Load(const char* from) {
+    static KVX_ALWAYS_INLINE __m128i Load(const char* from) {
         return _mm_load_si128(reinterpret_cast<const __m128i*>(from));
     }
-    static void Prefetch(const char* from) { _mm_prefetch(from, _MM_HINT_NTA); }
+    static KVX_ALWAYS_INLINE void Prefetch(const char* from) { _mm_prefetch(from, _MM_HINT_NTA); }
 };
 
 // A source that lies anywhere. Loads read ahead by whole lines all the same.
 struct MisalignedSource {
-    static __m128i Load(const char* from) {
+    static KVX_ALWAYS_INLINE __m128i Load(const char* from) {
         return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
     }
-    static void Prefetch(const char* from) {
+    static KVX_ALWAYS_INLINE void Prefetch(const char* from) {
         const uintptr_t line = reinterpret_cast<uintptr_t>(from) & ~static_cast<uintptr_t>(15);
         _mm_prefetch(reinterpret_cast<const char*>(line), _MM_HINT_NTA);
     }
 };
 
 // Past the caches: nobody reads a frame again before it has left them.
-inline void Stream(char* to, __m128i value) {
+KVX_ALWAYS_INLINE void Stream(char* to, __m128i value) {
     _mm_stream_si128(reinterpret_cast<__m128i*>(to), value);
 }
 
-inline void Stream(char* to, __m128 value) {
+KVX_ALWAYS_INLINE void Stream(char* to, __m128 value) {
     _mm_stream_ps(reinterpret_cast<float*>(to), value);
 }
 
 // Closes a run of streamed stores, which other threads may otherwise see late.
-inline void EndStreams() {
+KVX_ALWAYS_INLINE void EndStreams() {
     _mm_sfence();
 }
 

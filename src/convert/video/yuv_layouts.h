@@ -13,7 +13,7 @@ struct UYVYLayout {
     using Levels = YUVLevels<6, 16, 255, 128>;
     static constexpr int kGroupBytes = 2 * kYUVGroupPixels;
 
-    static void StoreGroup(char* to, const YUVWords (&yuv)[kYUVGroupEights]) {
+    static KVX_ALWAYS_INLINE void StoreGroup(char* to, const YUVWords (&yuv)[kYUVGroupEights]) {
         for (const YUVWords& eight : yuv) {
             Stream(to, _mm_or_si128(eight.mChroma, _mm_slli_epi16(eight.mY, 8)));
             to += 16;
@@ -27,7 +27,7 @@ struct V210Layout {
     using Levels = LayoutLevels;
     static constexpr int kGroupBytes = kYUVGroupPixels / 6 * 16;
 
-    static void StoreGroup(char* to, const YUVWords (&yuv)[kYUVGroupEights]) {
+    static KVX_ALWAYS_INLINE void StoreGroup(char* to, const YUVWords (&yuv)[kYUVGroupEights]) {
         // Every six luma words go with six chroma words, three pairs.
         StoreSix(to, yuv[0].mY, yuv[0].mChroma);
         StoreSix(to + 16, _mm_alignr_epi8(yuv[1].mY, yuv[0].mY, 12),
@@ -40,7 +40,7 @@ struct V210Layout {
   private:
     // From luma Y0 to Y5 and chroma Cb0 Cr0 Cb2 Cr2 Cb4 Cr4 the words Cb0 Y0 Cr0, Y1 Cb2 Y2,
     // Cr2 Y3 Cb4 and Y4 Cr4 Y5, lowest sample first.
-    static void StoreSix(char* to, __m128i y, __m128i chroma) {
+    static KVX_ALWAYS_INLINE void StoreSix(char* to, __m128i y, __m128i chroma) {
         const __m128i lowAndMiddle = _mm_or_si128(
             _mm_shuffle_epi8(y,
                              _mm_setr_epi8(-1, -1, 0, 1, 2, 3, -1, -1, -1, -1, 6, 7, 8, 9, -1, -1)),
