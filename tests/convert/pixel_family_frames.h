@@ -9,19 +9,9 @@
 #include <vector>
 
 #include "convert/naive_pixel_family.h"
+#include "convert/pixel_family_members.h"
 
 namespace kvx_test {
-
-using FamilyFunction = void(unsigned int width, unsigned int height, void* dst,
-                            unsigned int dstRowBytes, void* src, unsigned int srcRowBytes);
-
-struct FamilyMember {
-    const char* name;
-    FamilyFunction* convert;
-};
-
-const std::vector<FamilyMember>& FamilyMembers();
-FamilyFunction* FindFamilyMember(const std::string& name);
 
 struct FrameLayout {
     int width = 0;
