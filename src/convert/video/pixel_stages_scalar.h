@@ -44,7 +44,8 @@ struct PACK_BGRA_SCALAR : STAGE {
   private:
     static unsigned char Byte(float fraction) {
         const float scaled = fraction * 255.0f;
-        return scaled < 0.0f ? 0 : static_cast<unsigned char>(std::min(255.0f, scaled) + 0.5f);
+        const float rounded = std::min(255.0f, scaled) + 0.5f;
+        return scaled < 0.0f ? 0 : static_cast<unsigned char>(rounded);
     }
 };
 

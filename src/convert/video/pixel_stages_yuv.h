@@ -3,6 +3,9 @@
 
 #include <tmmintrin.h>
 
+#include <cstddef>
+#include <cstdint>
+
 #include "convert/video/pixel_constants.h"
 #include "convert/video/pixel_stages_rgb.h"
 #include "convert/video/pixel_transform.h"
@@ -32,7 +35,7 @@ struct StudioRange709 {
 namespace details {
 
 // One row of a matrix in 1/32768, truncated, over the words B, G, R and A of two pixels.
-template <typename RANGE, int MATRIX_ROW>
+template <typename RANGE, size_t MATRIX_ROW>
 constexpr __m128i Coefficients() {
     constexpr RGB2YUV kMatrix = RANGE::RGB2YUVMatrix();
     const auto fixed = [](float coefficient) {
@@ -102,7 +105,7 @@ struct BGRAv8_TO_UYVYv8 : STAGE {
     }
 
     // Two parts to a pixel, truncated each: that of B and G, and that of R.
-    template <int MATRIX_ROW>
+    template <size_t MATRIX_ROW>
     static __m128i Weigh(__m128i pixels) {
         constexpr __m128i kCoefficients = details::Coefficients<RANGE, MATRIX_ROW>();
         return _mm_srai_epi32(_mm_madd_epi16(pixels, kCoefficients), kShift);

@@ -7,7 +7,6 @@
 
 #include <tmmintrin.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -154,7 +153,7 @@ struct Transform {
     template <int N, int... I>
     static void StoreVectors(char* to, const BLOCK<N, PACKED>& block,
                              std::integer_sequence<int, I...>) {
-        (StoreVector(to + 16 * I, block.v[I].v), ...);
+        (StoreVector(to + ptrdiff_t{16} * I, block.v[I].v), ...);
     }
 
     static void StoreVector(char* to, __m128i vector) {
