@@ -1,52 +1,28 @@
-// Frames for benchmarks of conversions, and the limit that they are held against.
+// Frames for benchmarks of conversions.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 namespace kvx_bench {
 
-// A row of source and destination frames that together take several times the last-level cache, so
-// that no conversion finds what the one before left there. Sources are noise.
+// Frames of one size, taken in turn, that together take twice the last-level cache: nobody finds
+// what the use before left there. They start at pages and hold noise, and what is read or written a
+// little past their ends is theirs too.
 class FrameRing {
   public:
-    FrameRing(size_t sourceBytes, size_t destinationBytes);
-    ~FrameRing();
+    // Each 16-bit word of noise is masked: samples of 10 bits in words of their own keep to them.
+    explicit FrameRing(size_t frameBytes, unsigned wordMask = 0xFFFF);
 
-    FrameRing(const FrameRing&) = delete;
-    FrameRing& operator=(const FrameRing&) = delete;
-
-    // Both for the frame that is next in turn.
-    struct Frame {
-        const char* mSource;
-        char* mDestination;
-    };
-    Frame Next();
+    char* Next();
 
   private:
-    struct Memory {
-        char* mSource;
-        char* mDestination;
+    struct Freer {
+        void operator()(char* memory) const;
     };
-    std::vector<Memory> mFrames;
+    std::vector<std::unique_ptr<char, Freer>> mFrames;
     size_t mNext = 0;
-};
-
-// Reads `sourceBytes` and writes `destinationBytes`, both once and evenly mixed, with aligned
-// 16-byte loads and streamed stores: what memory allows a conversion of these sizes.
-void CopyAtTheLimit(const char* source, size_t sourceBytes, char* destination,
-                    size_t destinationBytes);
-
-// The share of that limit that `convert` reaches: seconds of each, gathered in alternation.
-class Timings {
-  public:
-    void Add(double conversion, double limit);
-    double ConversionMedian() const;
-    double Share() const;  // of the medians; 1 is the limit
-
-  private:
-    std::vector<double> mConversions;
-    std::vector<double> mLimits;
 };
 
 }  // namespace kvx_bench
