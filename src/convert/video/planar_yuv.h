@@ -9,6 +9,8 @@
 
 #include <tmmintrin.h>
 
+#include <cstddef>
+
 #include "convert/video/conversion.h"
 #include "convert/video/pack.h"
 #include "convert/video/vector_memory.h"
@@ -93,7 +95,6 @@ class PlanarCoefficients {
         __m128i mHigh;
         __m128i mLow;
     };
-
     // The largest sums: luma of 239 levels, chroma of 128 on either side.
     static constexpr int kMostLuma = 19200;
     static constexpr int kMostChroma = 29500;
@@ -133,25 +134,26 @@ class PlanarCoefficients {
     __m128i mUToB;
 };
 
-// Words of B, G, R and A of sixteen pixels in the host's order, two pixels in a register.
-KVX_ALWAYS_INLINE void Interleave(const PlanarRGB& rgb, __m128i alpha, __m128i (&pixels)[8]) {
-    for (int half = 0; half < 2; ++half) {
-        const auto inOrder = [half](const PlanarSums& sums) {
-            return half == 0 ? _mm_unpacklo_epi16(sums.mEven, sums.mOdd)
-                             : _mm_unpackhi_epi16(sums.mEven, sums.mOdd);
-        };
-        const __m128i b = inOrder(rgb.mB);
-        const __m128i g = inOrder(rgb.mG);
-        const __m128i r = inOrder(rgb.mR);
+// Words of B, G, R and A of sixteen pixels in the host's order, two pixels in a register, to
+// `store(register, index)`.
+template <typename Store>
+KVX_ALWAYS_INLINE void Interleave(const PlanarRGB& rgb, __m128i alpha, Store store) {
+    const auto half = [&](__m128i b, __m128i g, __m128i r, int first) {
         const __m128i bgLow = _mm_unpacklo_epi16(b, g);
         const __m128i bgHigh = _mm_unpackhi_epi16(b, g);
         const __m128i raLow = _mm_unpacklo_epi16(r, alpha);
         const __m128i raHigh = _mm_unpackhi_epi16(r, alpha);
-        pixels[4 * half] = _mm_unpacklo_epi32(bgLow, raLow);
-        pixels[4 * half + 1] = _mm_unpackhi_epi32(bgLow, raLow);
-        pixels[4 * half + 2] = _mm_unpacklo_epi32(bgHigh, raHigh);
-        pixels[4 * half + 3] = _mm_unpackhi_epi32(bgHigh, raHigh);
-    }
+        store(_mm_unpacklo_epi32(bgLow, raLow), first);
+        store(_mm_unpackhi_epi32(bgLow, raLow), first + 1);
+        store(_mm_unpacklo_epi32(bgHigh, raHigh), first + 2);
+        store(_mm_unpackhi_epi32(bgHigh, raHigh), first + 3);
+    };
+    half(_mm_unpacklo_epi16(rgb.mB.mEven, rgb.mB.mOdd),
+         _mm_unpacklo_epi16(rgb.mG.mEven, rgb.mG.mOdd),
+         _mm_unpacklo_epi16(rgb.mR.mEven, rgb.mR.mOdd), 0);
+    half(_mm_unpackhi_epi16(rgb.mB.mEven, rgb.mB.mOdd),
+         _mm_unpackhi_epi16(rgb.mG.mEven, rgb.mG.mOdd),
+         _mm_unpackhi_epi16(rgb.mR.mEven, rgb.mR.mOdd), 4);
 }
 
 template <typename Step>
@@ -164,10 +166,9 @@ KVX_ALWAYS_INLINE PlanarRGB ForAll(const PlanarRGB& rgb, Step step) {
 // The finishing steps of pack.h for sixteen pixels.
 struct PlanarPack8u {
     using Pack = Pack8u;
+    static constexpr bool kSaturates = false;
 
-    static KVX_ALWAYS_INLINE void Store(char* to, const PlanarCoefficients& coefficients,
-                                        const PlanarYUV& yuv) {
-        const PlanarRGB rgb = coefficients.Sum<false>(yuv);
+    static KVX_ALWAYS_INLINE void Store(char* to, const PlanarRGB& rgb) {
         const __m128i b = Bytes(rgb.mB);
         const __m128i g = Bytes(rgb.mG);
         const __m128i r = Bytes(rgb.mR);
@@ -184,8 +185,10 @@ struct PlanarPack8u {
 
   private:
     static KVX_ALWAYS_INLINE __m128i Bytes(const PlanarSums& sums) {
-        const __m128i planes =
-            _mm_packus_epi16(_mm_srai_epi16(sums.mEven, 6), _mm_srai_epi16(sums.mOdd, 6));
+        // Shifts by six. Multipliers do them, since real shifts compete with shuffles.
+        const __m128i kShift6 = _mm_set1_epi16(1 << (16 - 6));
+        const __m128i planes = _mm_packus_epi16(_mm_mulhi_epi16(sums.mEven, kShift6),
+                                                _mm_mulhi_epi16(sums.mOdd, kShift6));
         return _mm_shuffle_epi8(
             planes, _mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15));
     }
@@ -193,12 +196,12 @@ struct PlanarPack8u {
 
 struct PlanarPack16u {
     using Pack = Pack16u;
+    static constexpr bool kSaturates = false;
 
-    static KVX_ALWAYS_INLINE void Store(char* to, const PlanarCoefficients& coefficients,
-                                        const PlanarYUV& yuv) {
+    static KVX_ALWAYS_INLINE void Store(char* to, const PlanarRGB& sums) {
         // Sums below 0, those of B that have wrapped among them, make 0 from the start. Scaled, a
         // sum of B can pass 15 bits and makes 0 as well.
-        PlanarRGB rgb = ForAll(coefficients.Sum<false>(yuv), [](__m128i sum) {
+        PlanarRGB rgb = ForAll(sums, [](__m128i sum) {
             const __m128i raised = _mm_max_epi16(sum, _mm_setzero_si128());
             return _mm_add_epi16(raised, _mm_srli_epi16(raised, 8));
         });
@@ -207,35 +210,50 @@ struct PlanarPack16u {
         rgb = ForAll(rgb, [](__m128i scaled) {
             return _mm_slli_epi16(_mm_min_epi16(scaled, LoadConstant(kv8i_0x4000)), 1);
         });
-        __m128i pixels[8];
-        Interleave(rgb, _mm_set1_epi16(static_cast<short>(0x8000)), pixels);
-        for (const __m128i& two : pixels) {
-            Stream(to, two);
-            to += 16;
-        }
+        Interleave(rgb, _mm_set1_epi16(static_cast<short>(0x8000)),
+                   [to](__m128i two, int index) { Stream(to + 16 * index, two); });
     }
 };
 
 struct PlanarPack32f {
     using Pack = Pack32f;
+    static constexpr bool kSaturates = true;
 
-    static KVX_ALWAYS_INLINE void Store(char* to, const PlanarCoefficients& coefficients,
-                                        const PlanarYUV& yuv) {
+    static KVX_ALWAYS_INLINE void Store(char* to, const PlanarRGB& sums) {
         // Limited before they are scaled: 255 levels make exactly 1.0.
         const __m128i white = _mm_set1_epi16(255 << 6);
-        const PlanarRGB rgb = ForAll(coefficients.Sum<true>(yuv), [white](__m128i sum) {
+        const PlanarRGB rgb = ForAll(sums, [white](__m128i sum) {
             return _mm_min_epi16(_mm_max_epi16(sum, _mm_setzero_si128()), white);
         });
-        __m128i pixels[8];
-        Interleave(rgb, white, pixels);
         const __m128 scale = _mm_load_ps(kv4f_255thShift6);
         const __m128i zero = _mm_setzero_si128();
-        for (const __m128i& two : pixels) {
-            Stream(to, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(two, zero)), scale));
-            Stream(to + 16, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(two, zero)), scale));
-            to += 32;
+        Interleave(rgb, white, [=](__m128i two, int index) {
+            char* const at = to + 32 * index;
+            Stream(at, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(two, zero)), scale));
+            Stream(at + 16, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(two, zero)), scale));
+        });
+    }
+};
+
+// From load to store a step is a chain of some twenty-five instructions, and few processors look
+// far enough ahead to have two such chains under way. So the sums of a run of steps wait in memory
+// while all of them are made, and then all are packed.
+class PlanarRun {
+  public:
+    static constexpr ptrdiff_t kSteps = 12;  // v210 comes in threes
+
+    PlanarRGB& operator[](ptrdiff_t step) { return mSums[step]; }
+
+    template <typename PlanarPack>
+    KVX_ALWAYS_INLINE void Store(char* to, ptrdiff_t steps) const {
+        for (ptrdiff_t step = 0; step < steps; ++step) {
+            PlanarPack::Store(to, mSums[step]);
+            to += kPlanarPixels * PlanarPack::Pack::kBytesPerPixel;
         }
     }
+
+  private:
+    PlanarRGB mSums[kSteps];
 };
 
 }  // namespace KVX::Converter::Video

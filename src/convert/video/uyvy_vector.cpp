@@ -38,58 +38,63 @@ KVX_ALWAYS_INLINE PlanarYUV LoadPlanes(const char* from) {
     return {chroma(uy), chroma(vy), luma(uy), luma(vy)};
 }
 
-template <typename Source, typename PlanarPack>
-struct PlanarStep {
-    explicit PlanarStep(const TransformMatrix& matrix) : mCoefficients(matrix) {}
-
-    KVX_ALWAYS_INLINE void Convert(const char* from, char* to) const {
-        PlanarPack::Store(to, mCoefficients, LoadPlanes<Source>(from));
+template <typename Source, int kPrefetchDistance, typename PlanarPack>
+KVX_ALWAYS_INLINE void ConvertRowInPlanes(const char* from, char* to, ptrdiff_t steps,
+                                          const PlanarCoefficients& coefficients) {
+    constexpr ptrdiff_t kStoredBytes = kStepPixels * PlanarPack::Pack::kBytesPerPixel;
+    PlanarRun run;
+    while (steps > 0) {
+        const ptrdiff_t count = steps < PlanarRun::kSteps ? steps : PlanarRun::kSteps;
+        for (ptrdiff_t step = 0; step < count; ++step) {
+            Source::Prefetch(from + kPrefetchDistance);
+            run[step] = coefficients.Sum<PlanarPack::kSaturates>(LoadPlanes<Source>(from));
+            from += kStepBytes;
+        }
+        run.Store<PlanarPack>(to, count);
+        to += count * kStoredBytes;
+        steps -= count;
     }
+}
 
-    PlanarCoefficients mCoefficients;
-};
-
-// The step for any matrix.
-template <typename Source, typename Pack>
-struct GeneralStep {
-    explicit GeneralStep(const TransformMatrix& matrix) : mCoefficients(matrix) {}
-
-    KVX_ALWAYS_INLINE void Convert(const char* from, char* to) const {
-        const __m128i zero = _mm_setzero_si128();
+// For any matrix.
+template <typename Source, int kPrefetchDistance, typename Pack>
+KVX_ALWAYS_INLINE void ConvertRow(const char* from, char* to, ptrdiff_t steps,
+                                  const YUVToRGBCoefficients<8>& coefficients) {
+    const __m128i zero = _mm_setzero_si128();
+    for (; steps > 0; --steps) {
+        Source::Prefetch(from + kPrefetchDistance);
         for (int half = 0; half < 2; ++half) {
             const __m128i bytes = Source::Load(from + 16 * half);
-            Pack::Store(to, mCoefficients.Sum(LessBlack(_mm_unpacklo_epi8(bytes, zero))));
+            Pack::Store(to, coefficients.Sum(LessBlack(_mm_unpacklo_epi8(bytes, zero))));
             to += 4 * Pack::kBytesPerPixel;
-            Pack::Store(to, mCoefficients.Sum(LessBlack(_mm_unpackhi_epi8(bytes, zero))));
+            Pack::Store(to, coefficients.Sum(LessBlack(_mm_unpackhi_epi8(bytes, zero))));
             to += 4 * Pack::kBytesPerPixel;
         }
+        from += kStepBytes;
     }
-
-    YUVToRGBCoefficients<8> mCoefficients;
-};
+}
 
 template <typename Source, int kPrefetchDistance, typename PlanarPack>
 void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                    int height, const TransformMatrix& matrix) {
     using Pack = typename PlanarPack::Pack;
-    const auto convertFrame = [=](const auto& step) {
-        const ptrdiff_t written = WholeSteps(width, kStepPixels) * Pack::kBytesPerPixel;
-        StreamRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, written,
-                             [width, &step](const char* from, char* to) {
-                                 for (int x = 0; x < width; x += kStepPixels) {
-                                     Source::Prefetch(from + kPrefetchDistance);
-                                     step.Convert(from, to);
-                                     from += kStepBytes;
-                                     to += kStepPixels * Pack::kBytesPerPixel;
-                                 }
-                             });
+    const ptrdiff_t pixels = WholeSteps(width, kStepPixels);
+    const auto convertFrame = [=](const auto& convertRow) {
+        StreamRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height,
+                             pixels * Pack::kBytesPerPixel, convertRow);
         EndStreams();
     };
-    const PlanarStep<Source, PlanarPack> planar(matrix);
-    if (planar.mCoefficients.Fits()) {
-        convertFrame(planar);
+    const ptrdiff_t steps = pixels / kStepPixels;
+    const PlanarCoefficients planar(matrix);
+    if (planar.Fits()) {
+        convertFrame([&planar, steps](const char* from, char* to) {
+            ConvertRowInPlanes<Source, kPrefetchDistance, PlanarPack>(from, to, steps, planar);
+        });
     } else {
-        convertFrame(GeneralStep<Source, Pack>(matrix));
+        const YUVToRGBCoefficients<8> general(matrix);
+        convertFrame([&general, steps](const char* from, char* to) {
+            ConvertRow<Source, kPrefetchDistance, Pack>(from, to, steps, general);
+        });
     }
 }
 

@@ -123,15 +123,22 @@ void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
     const bool planarFits = planar.Fits();
 
     const auto convertGroups = [&](const char* from, char* to, ptrdiff_t groups) {
-        // Two groups are three steps of sixteen pixels.
-        for (; planarFits && groups >= 2; groups -= 2) {
-            PrefetchGroup<kPrefetchDistances...>(from);
-            PlanarPack::Store(to, planar, LoadPlanes<0>(from));
-            PrefetchGroup<kPrefetchDistances...>(from + kGroupBytes);
-            PlanarPack::Store(to + kStoredStepBytes, planar, LoadPlanes<1>(from + 32));
-            PlanarPack::Store(to + 2 * kStoredStepBytes, planar, LoadPlanes<2>(from + 64));
-            from += 2 * kGroupBytes;
-            to += 2 * kStoredGroupBytes;
+        PlanarRun run;
+        while (planarFits && groups >= 2) {
+            // Two groups are three steps of sixteen pixels.
+            ptrdiff_t steps = 0;
+            for (; steps < PlanarRun::kSteps && groups >= 2; steps += 3) {
+                constexpr bool kSaturates = PlanarPack::kSaturates;
+                PrefetchGroup<kPrefetchDistances...>(from);
+                run[steps] = planar.Sum<kSaturates>(LoadPlanes<0>(from));
+                PrefetchGroup<kPrefetchDistances...>(from + kGroupBytes);
+                run[steps + 1] = planar.Sum<kSaturates>(LoadPlanes<1>(from + 32));
+                run[steps + 2] = planar.Sum<kSaturates>(LoadPlanes<2>(from + 64));
+                from += 2 * kGroupBytes;
+                groups -= 2;
+            }
+            run.Store<PlanarPack>(to, steps);
+            to += steps * kStoredStepBytes;
         }
         for (; groups > 0; --groups) {
             PrefetchGroup<kPrefetchDistances...>(from);
