@@ -220,6 +220,62 @@ def aligned():
                          {f"aligned/{encoder}-{codec}.mov": ("align", "raw.mov")})
 
 
+PATTERNS = {
+    "testsrc2": "testsrc2=size={size}:rate=25:duration=0.04",
+    "smptehdbars": "smptehdbars=size={size}:rate=25:duration=0.04",
+    "gradients": "gradients=size={size}:rate=25:duration=0.04:nb_colors=4:seed=7"
+                 ":c0=0x208040:c1=0xC0A030:c2=0x4060E0:c3=0xD04060",
+}
+
+
+def decoded(codec, size, source):
+    """ffmpeg's own decode of the first picture, B, G, R and A of 8 bits each, from the top down.
+
+    By width the importer takes the matrix of Rec. 601 or 709, and both pixels of a pair get the
+    pair's own chroma. ffmpeg takes r210 for full range, while its levels run from 64 to 940.
+    """
+    if codec == "r210":
+        level = "clip((val-64)*1023/876\\,0\\,1023)"
+        steps = f"format=gbrp10,lutrgb=r={level}:g={level}:b={level},format=bgra"
+    else:
+        matrix = "bt601" if int(size.split("x")[0]) < 721 else "bt709"
+        steps = (f"scale=in_color_matrix={matrix}:in_range=tv:out_range=pc"
+                 ":flags=neighbor+accurate_rnd+full_chroma_int+full_chroma_inp,format=bgra")
+    return ffmpeg("-i", source, "-vf", steps, "-frames:v", "1", "-f", "rawvideo", "raw.bgra")
+
+
+def pictures():
+    """Pictures to look at, and what ffmpeg sees in them."""
+    def kept(name):
+        return {f"pictures/{name}.mov": ("retag", "raw.mov"),
+                f"pictures/{name}.mov.bgra": ("keep", "raw.bgra")}
+
+    def pattern_of(name, size):
+        return ["-f", "lavfi", "-i", PATTERNS[name].format(size=size), "-frames:v", "1"]
+
+    for codec, options in PICTURES.items():
+        sizes = [(pattern, size) for pattern in PATTERNS for size in ("720x486", "1920x1080")]
+        for pattern, size in sizes + [("testsrc2", "1280x720"), ("testsrc2", "3840x2160")]:
+            name = f"{codec}-{pattern}-{size}"
+            yield Recipe(f"picture {name}",
+                         [ffmpeg(pattern_of(pattern, size), options, "raw.mov"),
+                          decoded(codec, size, "raw.mov")], kept(name), measured=False)
+    for codec, form in (("v210", "v210"), ("2vuy", "UYVY")):
+        encoders = {
+            "gstreamer": ("1280x720", [["gst-launch-1.0", "-q", "videotestsrc", "num-buffers=1",
+                                        "!", f"video/x-raw,format={form},width=1280,height=720,"
+                                        "framerate=25/1", "!", "qtmux", "!", "filesink",
+                                        "location=raw.mov"]]),
+            "libquicktime": ("720x576", [ffmpeg(pattern_of("testsrc2", "720x576"),
+                                                PICTURES["2vuy"], "source.mov"),
+                                         ["lqt_transcode", "-vc", codec, "source.mov", "raw.mov"]]),
+        }
+        for encoder, (size, commands) in encoders.items():
+            yield Recipe(f"picture {encoder} {codec}",
+                         commands + [decoded(codec, size, "raw.mov")], kept(f"{encoder}-{codec}"),
+                         measured=False)
+
+
 def refused():
     """What must not be imported, and what is not a movie at all."""
     sound = ["-c:a", "pcm_s16le"]
@@ -260,5 +316,5 @@ def odd():
 
 def all_recipes():
     for family in (matrix, sizes_and_rates, tracks, timecodes, layouts, large, gstreamer,
-                   libquicktime, odd, aligned, refused):
+                   libquicktime, odd, aligned, pictures, refused):
         yield from family()

@@ -1,0 +1,153 @@
+// Pictures as an editor sees them: what the importer makes of a frame beside ffmpeg's own decode.
+// The two round in other places, which is worth a level or two; apart from that every pixel is the
+// same, saturated colours included.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "end_to_end/module_under_test.h"
+#include "end_to_end/real_movie.h"
+#include "hostkit/clip.h"
+#include "hostkit/frame_cache.h"
+#include "hostkit/frame_source.h"
+#include "hostkit/pixel_buffers.h"
+
+namespace {
+
+using kvx_hostkit::PixelBuffers;
+using kvx_hostkit::PixelBufferView;
+
+constexpr int kBytesPerPixel = 4;  // B, G, R, A
+constexpr int kTolerance = 2;
+
+// Rows from the top down, without padding.
+struct Picture {
+    int width = 0;
+    int height = 0;
+    std::vector<uint8_t> bytes;
+};
+
+Picture FirstFrameOfTheImporter(const std::string& path) {
+    Picture picture;
+    kvx_hostkit::Host& host = kvx_test::ModuleUnderTest().GetHost();
+    PixelBuffers buffers(host);
+    kvx_hostkit::FrameCache cache(host);
+    kvx_hostkit::Clip clip(kvx_test::ModuleUnderTest(), path);
+    EXPECT_EQ(clip.Open(), imNoErr);
+    kvx_hostkit::FrameSource source(clip);
+    EXPECT_EQ(source.Open(), imNoErr);
+    PPixHand ppix = nullptr;
+    EXPECT_EQ(source.Request(0, {PrPixelFormat_BGRA_4444_8u}), aiNoError);
+    EXPECT_TRUE(cache.WaitForAdditions(1, std::chrono::seconds(60)));
+    EXPECT_EQ(source.Get(0, {PrPixelFormat_BGRA_4444_8u}, &ppix), aiNoError);
+    if (ppix == nullptr) {
+        return picture;
+    }
+    const PixelBufferView view = PixelBuffers::View(ppix);
+    picture.width = view.width;
+    picture.height = view.height;
+    // The host's first row is the lowest one.
+    for (int row = view.height - 1; row >= 0; --row) {
+        const char* pixels = view.pixels + ptrdiff_t{row} * view.rowBytes;
+        picture.bytes.insert(picture.bytes.end(), pixels,
+                             pixels + ptrdiff_t{view.width} * kBytesPerPixel);
+    }
+    PixelBuffers::Dispose(ppix);
+    return picture;
+}
+
+Picture FirstFrameOfFfmpeg(const std::string& path, int width, int height) {
+    std::ifstream file(path + ".bgra", std::ios::binary);
+    Picture picture{width, height, {}};
+    picture.bytes.assign(std::istreambuf_iterator<char>(file), {});
+    return picture;
+}
+
+Picture UpsideDown(const Picture& picture) {
+    Picture turned = picture;
+    const auto row = static_cast<ptrdiff_t>(picture.width) * kBytesPerPixel;
+    for (int y = 0; y < picture.height; ++y) {
+        std::copy_n(picture.bytes.begin() + y * row, row,
+                    turned.bytes.begin() + (picture.height - 1 - y) * row);
+    }
+    return turned;
+}
+
+Picture WithRedAndBlueExchanged(Picture picture) {
+    for (size_t pixel = 0; pixel < picture.bytes.size(); pixel += kBytesPerPixel) {
+        std::swap(picture.bytes[pixel], picture.bytes[pixel + 2]);
+    }
+    return picture;
+}
+
+struct Comparison {
+    int64_t different = 0;  // pixels with a component further away than the tolerance
+    int worst = 0;          // levels
+};
+
+Comparison Compare(const Picture& ours, const Picture& theirs) {
+    Comparison result;
+    for (size_t pixel = 0; pixel < ours.bytes.size(); pixel += kBytesPerPixel) {
+        int distance = 0;
+        for (size_t byte = pixel; byte < pixel + kBytesPerPixel; ++byte) {
+            distance = std::max(distance, std::abs(ours.bytes[byte] - theirs.bytes[byte]));
+        }
+        result.different += distance > kTolerance;
+        result.worst = std::max(result.worst, distance);
+    }
+    return result;
+}
+
+class EndToEndPictures : public testing::TestWithParam<std::string> {};
+
+TEST_P(EndToEndPictures, AreThoseThatFfmpegSees) {
+    const std::string path = kvx_test::MediaPath("pictures/" + GetParam() + ".mov");
+    const Picture ours = FirstFrameOfTheImporter(path);
+    const Picture theirs = FirstFrameOfFfmpeg(path, ours.width, ours.height);
+    ASSERT_GT(ours.bytes.size(), 0u);
+    ASSERT_EQ(ours.bytes.size(), theirs.bytes.size());
+
+    const Comparison comparison = Compare(ours, theirs);
+    EXPECT_EQ(comparison.different, 0) << "pixels, the worst by " << comparison.worst << " levels";
+
+    // The comparison can tell: it would not take a picture that stands on its head, nor one with
+    // its colours in each other's places.
+    const int64_t many = int64_t{ours.width} * ours.height / 20;
+    EXPECT_GT(Compare(UpsideDown(ours), theirs).different, many);
+    EXPECT_GT(Compare(WithRedAndBlueExchanged(ours), theirs).different, many);
+}
+
+std::vector<std::string> Movies() {
+    std::vector<std::string> names;
+    for (const char* codec : {"v210", "2vuy", "r210"}) {
+        for (const char* pattern : {"testsrc2", "smptehdbars", "gradients"}) {
+            for (const char* size : {"720x486", "1920x1080"}) {
+                names.push_back(std::string(codec) + "-" + pattern + "-" + size);
+            }
+        }
+        names.push_back(std::string(codec) + "-testsrc2-1280x720");
+        names.push_back(std::string(codec) + "-testsrc2-3840x2160");
+    }
+    for (const char* codec : {"v210", "2vuy"}) {
+        names.push_back(std::string("gstreamer-") + codec);
+        names.push_back(std::string("libquicktime-") + codec);
+    }
+    return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EndToEndPictures, testing::ValuesIn(Movies()),
+                         [](const testing::TestParamInfo<std::string>& info) {
+                             std::string name = info.param;
+                             std::replace(name.begin(), name.end(), '-', '_');
+                             return name;
+                         });
+
+}  // namespace
