@@ -31,7 +31,7 @@ long Indexed<Index>::Init() {
         if (Failed(status, "Lock")) {
             return status;
         }
-        sIndexMap[mIndex] = this;
+        sIndexMap[mImporterID] = this;
     }
     return status;
 }
@@ -54,7 +54,7 @@ Indexed<Index>* Indexed<Index>::GetInstanceForIndex(Index index) {
 template <typename Index>
 Indexed<Index>::~Indexed() {
     Lock lock(&sIndexLock);
-    sIndexMap.erase(mIndex);
+    sIndexMap.erase(mImporterID);
 }
 
 template class Indexed<long>;

@@ -12,7 +12,7 @@ namespace KVX::Core {
 template <typename Index>
 class Indexed {
   public:
-    explicit Indexed(Index index) : mIndex(index) {}
+    explicit Indexed(Index index) : mImporterID(index) {}
 
     // Takes the entry of the object's index out of the table, even if another object has
     // registered under the same index since.
@@ -28,16 +28,14 @@ class Indexed {
     // The object registered under `index`, or null. No reference is taken for the caller.
     static Indexed* GetInstanceForIndex(Index index);
 
-    Index GetIndex() const { return mIndex; }
+    // What the object is registered under.
+    const Index mImporterID;
 
     static void StaticInit();
 
     static std::map<Index, Indexed*> sIndexMap;
     static Lockable sIndexLock;
     static Once sCoreIndexedOnce;
-
-  private:
-    Index mIndex;
 };
 
 extern template class Indexed<long>;

@@ -2,7 +2,6 @@
 #include "host/entry.h"
 #include "host/file_import_module.h"
 #include "pipeline/async_import_module.h"
-#include "quicktime/movie.h"
 
 namespace KVX {
 
@@ -17,7 +16,7 @@ long FileImportModule::CreateAsyncImporter(imAsyncImporterCreationRec* record) {
         return imOtherErr;
     }
     record->asyncEntry = &AsyncImportEntry;
-    AsyncImportModule* importer = AsyncImportModule::Create(GetIndex(), mBasicSuite, track);
+    AsyncImportModule* importer = AsyncImportModule::Create(mImporterID, mBasicSuite, track);
     if (importer == nullptr) {
         KVX_LOG("Failed to create an AsyncImportModule\n");
         return imOtherErr;

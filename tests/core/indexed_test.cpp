@@ -33,7 +33,7 @@ TEST(Indexed, FindsWhatWasRegistered) {
     EXPECT_EQ(Indexed<long>::GetInstanceForIndex(kIndex), &first);
     EXPECT_EQ(Indexed<long>::GetInstanceForIndex(-kIndex), &second);
     EXPECT_EQ(Indexed<long>::GetInstanceForIndex(kIndex + 1), nullptr);
-    EXPECT_EQ(first.GetIndex(), kIndex);
+    EXPECT_EQ(first.mImporterID, kIndex);
 }
 
 TEST(Indexed, EntryGoesWithTheObject) {

@@ -61,7 +61,7 @@ TEST_F(Open, FirstStreamMakesTheModule) {
     FileImportModule* module = ModuleOf(clip);
     ASSERT_NE(module, nullptr);
     EXPECT_EQ(module, Indexed<long>::GetInstanceForIndex(clip.ImporterID()));
-    EXPECT_EQ(module->GetIndex(), clip.ImporterID());
+    EXPECT_EQ(module->mImporterID, clip.ImporterID());
     EXPECT_EQ(ReferenceCount(module), 1);
     EXPECT_EQ(module->mStdParms, host.StdParms());
     EXPECT_EQ(module->mBasicSuite, kvx_hostkit::Host::BasicSuite());
