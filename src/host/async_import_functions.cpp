@@ -22,9 +22,9 @@ long CancelAsyncRead(void* record) {
     return ModuleAtHead(record)->CancelAsyncRead(SourceVideoOf(record));
 }
 
-// There is nothing to flush, in whichever module.
+// Of whichever module: the record is not looked at.
 long Flush(void*) {
-    return aiNoError;
+    return AsyncImportModule::Flush();
 }
 
 // Unlike a request, this record is the source video record itself.

@@ -10,7 +10,6 @@
 #include "core/log.h"
 #include "host/file_import_module.h"
 #include "quicktime/audio_track.h"
-#include "quicktime/movie.h"
 
 namespace KVX {
 

@@ -7,7 +7,6 @@
 #include "host/file_import_module.h"
 #include "host/host_identity.h"
 #include "pipeline/import_frame.h"
-#include "quicktime/movie.h"
 #include "quicktime/video_track.h"
 #include "util/printer.h"
 

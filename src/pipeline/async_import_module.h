@@ -38,7 +38,7 @@ class AsyncImportModule {
 
     // Frames in flight run on to the cache; both do nothing.
     long CancelAsyncRead(imSourceVideoRec* sourceVideo);
-    long Flush();
+    static long Flush();
 
     // Looks in the host's cache; never waits and never starts a read.
     long GetFrame(imSourceVideoRec* sourceVideo);
