@@ -19,6 +19,7 @@ constexpr int32_t kImporterPriority = 100;
 // refused.
 constexpr int32_t kFormatFlags = xfCanOpen | xfCanImport | xfCanReplace | xfCanWriteMetaData |
                                  xfCanWriteTimecode | xfIsStill | xfIsMovie;
+static_assert(kFormatFlags == 0xE618, "told to the host as one number");
 
 template <size_t Size>
 void StoreText(char (&field)[Size], const char* text) {

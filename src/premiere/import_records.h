@@ -1,6 +1,8 @@
 // The records that the host passes with each importer selector, the selectors and the results. Of
 // each record only the fields that this importer reads or writes are named; what lies between them
-// is the host's. All records are packed, with 64-bit pointers.
+// is the host's, and so is what may follow behind the last. All records are packed, with 64-bit
+// pointers. The place of every field is asserted: with the size of the whole, that pins the widths
+// too.
 #pragma once
 
 #include <cstddef>
@@ -154,23 +156,28 @@ struct PlugUtilFuncs {
     SPBasicSuite* (*getSPBasicSuite)();
 };
 static_assert(offsetof(PlugUtilFuncs, getSPBasicSuite) == 56, "host record");
+static_assert(sizeof(PlugUtilFuncs) == 64, "host record");
 
 struct piSuites {
     uint8_t unused[28];
     PlugUtilFuncs* utilFuncs;
 };
 static_assert(offsetof(piSuites, utilFuncs) == 28, "host record");
+static_assert(sizeof(piSuites) == 36, "host record");
 
 struct imStdParms {
     uint8_t unused[12];
     piSuites* piSuitesPtr;
 };
 static_assert(offsetof(imStdParms, piSuitesPtr) == 12, "host record");
+static_assert(sizeof(imStdParms) == 20, "host record");
 
 // Most records begin with the word that the importer gave out at the opening.
 struct imRecordHead {
     void* privatedata;
 };
+static_assert(offsetof(imRecordHead, privatedata) == 0, "host record");
+static_assert(sizeof(imRecordHead) == 8, "host record");
 
 struct imImportInfoRec {
     uint8_t unused0[8];
@@ -191,6 +198,7 @@ static_assert(offsetof(imImportInfoRec, priority) == 52, "host record");
 static_assert(offsetof(imImportInfoRec, canAsync) == 56, "host record");
 static_assert(offsetof(imImportInfoRec, capability68) == 68, "host record");
 static_assert(offsetof(imImportInfoRec, capability72) == 72, "host record");
+static_assert(sizeof(imImportInfoRec) == 76, "host record");
 
 struct imIndFormatRec {
     int32_t filetype;
@@ -201,6 +209,7 @@ struct imIndFormatRec {
     char platformExtension[256];
     uint8_t unused556[208];
 };
+static_assert(offsetof(imIndFormatRec, filetype) == 0, "host record");
 static_assert(offsetof(imIndFormatRec, flags) == 4, "host record");
 static_assert(offsetof(imIndFormatRec, formatName) == 12, "host record");
 static_assert(offsetof(imIndFormatRec, formatShortName) == 268, "host record");
@@ -218,6 +227,7 @@ struct imFileOpenRec8 {
 static_assert(offsetof(imFileOpenRec8, filepath) == 12, "host record");
 static_assert(offsetof(imFileOpenRec8, privatedata) == 36, "host record");
 static_assert(offsetof(imFileOpenRec8, importerID) == 52, "host record");
+static_assert(sizeof(imFileOpenRec8) == 56, "host record");
 
 // Never looked into.
 struct imFileAccessRec8;
@@ -258,6 +268,7 @@ struct imFileInfoRec8 {
     int32_t streamIdx;
     int8_t setting219;
 };
+static_assert(offsetof(imFileInfoRec8, hasVideo) == 0, "host record");
 static_assert(offsetof(imFileInfoRec8, hasAudio) == 1, "host record");
 static_assert(offsetof(imFileInfoRec8, width) == 2, "host record");
 static_assert(offsetof(imFileInfoRec8, height) == 6, "host record");
@@ -280,6 +291,7 @@ static_assert(offsetof(imFileInfoRec8, privatedata) == 198, "host record");
 static_assert(offsetof(imFileInfoRec8, setting214) == 214, "host record");
 static_assert(offsetof(imFileInfoRec8, streamIdx) == 215, "host record");
 static_assert(offsetof(imFileInfoRec8, setting219) == 219, "host record");
+static_assert(sizeof(imFileInfoRec8) == 220, "host record");
 
 struct imPreferredFrameSizeRec {
     void* privatedata;
@@ -287,14 +299,18 @@ struct imPreferredFrameSizeRec {
     int32_t width;
     int32_t height;
 };
+static_assert(offsetof(imPreferredFrameSizeRec, privatedata) == 0, "host record");
 static_assert(offsetof(imPreferredFrameSizeRec, width) == 24, "host record");
 static_assert(offsetof(imPreferredFrameSizeRec, height) == 28, "host record");
+static_assert(sizeof(imPreferredFrameSizeRec) == 32, "host record");
 
 struct imIndPixelFormatRec {
     void* privatedata;
     PrPixelFormat pixelFormat;
 };
+static_assert(offsetof(imIndPixelFormatRec, privatedata) == 0, "host record");
 static_assert(offsetof(imIndPixelFormatRec, pixelFormat) == 8, "host record");
+static_assert(sizeof(imIndPixelFormatRec) == 12, "host record");
 
 struct imImportAudioRec7 {
     int64_t position;  // in audio frames; negative: where the last request started
@@ -302,9 +318,11 @@ struct imImportAudioRec7 {
     float** buffer;    // one plane for each channel
     void* privatedata;
 };
+static_assert(offsetof(imImportAudioRec7, position) == 0, "host record");
 static_assert(offsetof(imImportAudioRec7, size) == 8, "host record");
 static_assert(offsetof(imImportAudioRec7, buffer) == 12, "host record");
 static_assert(offsetof(imImportAudioRec7, privatedata) == 20, "host record");
+static_assert(sizeof(imImportAudioRec7) == 28, "host record");
 
 struct imSaveFileRec8 {
     void* privatedata;
@@ -312,14 +330,17 @@ struct imSaveFileRec8 {
     const prUTF16Char* sourcePath;
     const prUTF16Char* destinationPath;
 };
+static_assert(offsetof(imSaveFileRec8, privatedata) == 0, "host record");
 static_assert(offsetof(imSaveFileRec8, sourcePath) == 16, "host record");
 static_assert(offsetof(imSaveFileRec8, destinationPath) == 24, "host record");
+static_assert(sizeof(imSaveFileRec8) == 32, "host record");
 
 struct imDeleteFileRec8 {
     uint8_t unused0[4];
     const prUTF16Char* deleteFilePath;
 };
 static_assert(offsetof(imDeleteFileRec8, deleteFilePath) == 4, "host record");
+static_assert(sizeof(imDeleteFileRec8) == 12, "host record");
 
 struct imTimeInfoRec8 {
     void* privatedata;
@@ -337,6 +358,7 @@ struct imTimeInfoRec8 {
     uint8_t unused149[255];
     int32_t setting404;
 };
+static_assert(offsetof(imTimeInfoRec8, privatedata) == 0, "host record");
 static_assert(offsetof(imTimeInfoRec8, originalTime) == 16, "host record");
 static_assert(offsetof(imTimeInfoRec8, originalScale) == 34, "host record");
 static_assert(offsetof(imTimeInfoRec8, originalSampleSize) == 38, "host record");
@@ -345,12 +367,15 @@ static_assert(offsetof(imTimeInfoRec8, setting60) == 60, "host record");
 static_assert(offsetof(imTimeInfoRec8, setting108) == 108, "host record");
 static_assert(offsetof(imTimeInfoRec8, setting148) == 148, "host record");
 static_assert(offsetof(imTimeInfoRec8, setting404) == 404, "host record");
+static_assert(sizeof(imTimeInfoRec8) == 408, "host record");
 
 struct imFrameFormat {
     int32_t frameWidth;
     int32_t frameHeight;
     PrPixelFormat pixelFormat;
 };
+static_assert(offsetof(imFrameFormat, frameWidth) == 0, "host record");
+static_assert(offsetof(imFrameFormat, frameHeight) == 4, "host record");
 static_assert(offsetof(imFrameFormat, pixelFormat) == 8, "host record");
 static_assert(sizeof(imFrameFormat) == 12, "host record");
 
@@ -366,6 +391,7 @@ struct imSourceVideoRec {
     void* preferences;
     int32_t preferencesSize;
 };
+static_assert(offsetof(imSourceVideoRec, privatedata) == 0, "host record");
 static_assert(offsetof(imSourceVideoRec, streamIdx) == 8, "host record");
 static_assert(offsetof(imSourceVideoRec, frameTime) == 12, "host record");
 static_assert(offsetof(imSourceVideoRec, frameFormats) == 20, "host record");
@@ -374,13 +400,16 @@ static_assert(offsetof(imSourceVideoRec, flag32) == 32, "host record");
 static_assert(offsetof(imSourceVideoRec, ppix) == 36, "host record");
 static_assert(offsetof(imSourceVideoRec, preferences) == 44, "host record");
 static_assert(offsetof(imSourceVideoRec, preferencesSize) == 52, "host record");
+static_assert(sizeof(imSourceVideoRec) == 56, "host record");
 
 struct aiAsyncRequest {
     void* privatedata;
     uint8_t unused8[8];
     imSourceVideoRec sourceRec;
 };
+static_assert(offsetof(aiAsyncRequest, privatedata) == 0, "host record");
 static_assert(offsetof(aiAsyncRequest, sourceRec) == 16, "host record");
+static_assert(sizeof(aiAsyncRequest) == 72, "host record");
 
 struct imAsyncImporterCreationRec {
     void* privatedata;
@@ -388,8 +417,10 @@ struct imAsyncImporterCreationRec {
     long (*asyncEntry)(int selector, void* record);
     void* asyncPrivateData;
 };
+static_assert(offsetof(imAsyncImporterCreationRec, privatedata) == 0, "host record");
 static_assert(offsetof(imAsyncImporterCreationRec, preferences) == 8, "host record");
 static_assert(offsetof(imAsyncImporterCreationRec, asyncEntry) == 16, "host record");
 static_assert(offsetof(imAsyncImporterCreationRec, asyncPrivateData) == 24, "host record");
+static_assert(sizeof(imAsyncImporterCreationRec) == 32, "host record");
 
 #pragma pack(pop)

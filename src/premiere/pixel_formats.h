@@ -1,5 +1,6 @@
 // The host's pixel formats. In memory the first character comes first, so that the literals below
-// read with the least significant byte first: the other way round than the codes of QuickTime files.
+// read with the least significant byte first: the other way round than the codes of QuickTime
+// files.
 #pragma once
 
 #include <cstdint>
@@ -52,5 +53,36 @@ constexpr PrPixelFormat PrPixelFormat_Invalid = MakePrPixelFormat("badf");
 // This importer's own: a PPix that holds a frame's bytes as the file has them, behind a header.
 constexpr PrPixelFormat kKVXCustomPixelFormat = MakePrPixelFormat("_KCP");
 
-static_assert(PrPixelFormat_V210_422_10u_601 == 0x30313276, "first character in the lowest byte");
-static_assert(kKVXCustomPixelFormat == 0x50434B5F, "known to the modules that read such frames");
+// The numbers that hosts, and the modules that read the own format, know them by.
+static_assert(PrPixelFormat_Any == 0, "host value");
+static_assert(PrPixelFormat_V210_422_10u_601 == 0x30313276, "host value");
+static_assert(PrPixelFormat_V210_422_10u_709 == 0x31313276, "host value");
+static_assert(PrPixelFormat_RGB_444_10u == 0x31424752, "host value");
+static_assert(PrPixelFormat_NTSCDV100_1080i == 0x316E7664, "host value");
+static_assert(PrPixelFormat_PALDV100_1080i == 0x31707664, "host value");
+static_assert(PrPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601 == 0x32317679, "host value");
+static_assert(PrPixelFormat_YUV_420_MPEG2_FIELD_PICTURE_PLANAR_8u_601 == 0x32697679, "host value");
+static_assert(PrPixelFormat_NTSCDV25 == 0x326E7664, "host value");
+static_assert(PrPixelFormat_PALDV25 == 0x32707664, "host value");
+static_assert(PrPixelFormat_YUYV_422_8u_601 == 0x32797579, "host value");
+static_assert(PrPixelFormat_YUYV_422_8u_709 == 0x33797579, "host value");
+static_assert(PrPixelFormat_NTSCDV50 == 0x356E7664, "host value");
+static_assert(PrPixelFormat_PALDV50 == 0x35707664, "host value");
+static_assert(PrPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_709 == 0x37317679, "host value");
+static_assert(PrPixelFormat_YUV_420_MPEG2_FIELD_PICTURE_PLANAR_8u_709 == 0x37697679, "host value");
+static_assert(PrPixelFormat_NTSCDV100_720p == 0x376E7664, "host value");
+static_assert(PrPixelFormat_PALDV100_720p == 0x37707664, "host value");
+static_assert(PrPixelFormat_UYVY_422_8u_709 == 0x37767975, "host value");
+static_assert(kKVXCustomPixelFormat == 0x50434B5F, "host value");
+static_assert(PrPixelFormat_BGRA_4444_32f == 0x61724742, "host value");
+static_assert(PrPixelFormat_BGRA_4444_16u == 0x61726742, "host value");
+static_assert(PrPixelFormat_BGRA_4444_8u == 0x61726762, "host value");
+static_assert(PrPixelFormat_VUYA_4444_32f == 0x61795556, "host value");
+static_assert(PrPixelFormat_VUYA_4444_8u == 0x61797576, "host value");
+static_assert(PrPixelFormat_ARGB_4444_32f == 0x62675241, "host value");
+static_assert(PrPixelFormat_ARGB_4444_16u == 0x62677241, "host value");
+static_assert(PrPixelFormat_ARGB_4444_8u == 0x62677261, "host value");
+static_assert(PrPixelFormat_Invalid == 0x66646162, "host value");
+static_assert(PrPixelFormat_Raw == 0x77776172, "host value");
+static_assert(PrPixelFormat_BGRX_4444_32f == 0x78724742, "host value");
+static_assert(PrPixelFormat_UYVY_422_8u_601 == 0x79767975, "host value");
