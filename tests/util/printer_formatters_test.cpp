@@ -2,7 +2,6 @@
 
 #include <climits>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
@@ -177,41 +176,6 @@ TEST(PrinterRing, SixtyFourCodesAreAliveAtOnceAndTheNextTakesTheOldestPlace) {
         EXPECT_EQ(Printer::Fcc(1000), texts[0]);
         EXPECT_STREQ(texts[0], "0x3e8 (1000)");
     }).join();
-}
-
-// Each thread checks its own lines while the others print theirs.
-TEST(PrinterThreads, EightThreadsPrintAtOnce) {
-    std::vector<std::thread> threads;
-    std::vector<int> failures(8);
-    for (int thread = 0; thread < 8; ++thread) {
-        threads.emplace_back([thread, &failures] {
-            for (int round = 0; round < 2000; ++round) {
-                const int value = thread * 2000 + round;
-                const char* number = Printer::Fcc(value);
-                const char* unknown = Printer::PixelFormatPremiere(0x41420000 + value);
-                const char* bits = Printer::FileImport::Capability(0x8008);
-                char line[256];
-                std::snprintf(line, sizeof(line), "%s %s %s %s", number, unknown, bits,
-                              Printer::FileImport::Selector(37));
-                char expected[256];
-                std::snprintf(expected, sizeof(expected),
-                              "0x%x (%d) Unknown (%d, 0x%08x, 'AB%c%c') xfCanOpen | xfIsMovie "
-                              "imGetInfo8",
-                              value, value, 0x41420000 + value, 0x41420000 + value, value >> 8,
-                              value & 0xFF);
-                // A code's zero characters end its text in both alike, but not the line of the
-                // printers, which is why only lines without them are compared.
-                const bool hasZero = value < 0x100 || (value & 0xFF) == 0;
-                if (!hasZero && std::strcmp(line, expected) != 0) {
-                    ++failures[static_cast<size_t>(thread)];
-                }
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(failures, std::vector<int>(8));
 }
 
 }  // namespace
