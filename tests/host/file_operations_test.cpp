@@ -89,8 +89,23 @@ TEST_F(FileOperations, NamesOfAnyScript) {
         EXPECT_EQ(Read(In(name)), "what is moved") << name;
         from = In(name);
     }
-    EXPECT_EQ(importer.DeleteFile(from), 0);
-    EXPECT_FALSE(Exists(from));
+    for (const std::string& name : names) {
+        WriteFile(In(name), "what is deleted");
+        LogCapture log;
+        EXPECT_EQ(importer.DeleteFile(In(name)), 0) << name;
+        EXPECT_EQ(log.Raw(), "");
+        EXPECT_FALSE(Exists(In(name))) << name;
+    }
+}
+
+// The last slash is found by units, of which the characters before it may have two.
+TEST_F(FileOperations, FoldersOfAnyScript) {
+    const std::string folder = In("🎬 映像");
+    std::filesystem::create_directories(folder + "/😀");
+    EXPECT_EQ(importer.SaveFile(mSource, folder + "/😀/日本.mov"), 0);
+    EXPECT_EQ(Read(folder + "/😀/日本.mov"), "what is moved");
+    EXPECT_EQ(importer.DeleteFile(folder + "/😀/日本.mov"), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(folder + "/😀"));
 }
 
 TEST_F(FileOperations, MissingSource) {
@@ -125,7 +140,8 @@ TEST_F(FileOperations, MissingFolder) {
 TEST_F(FileOperations, FileForAFolder) {
     WriteFile(In("file"), "");
     LogCapture log;
-    EXPECT_NE(importer.SaveFile(mSource, In("file") + "/moved.mov"), 0);
+    EXPECT_EQ(importer.SaveFile(mSource, In("file") + "/moved.mov"), 2);
+    EXPECT_EQ(log.Text(), "SaveFile8: CFURLGetFSRef failed\n");
     ExpectStays();
 }
 
