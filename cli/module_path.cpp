@@ -33,7 +33,7 @@ fs::path ProgramFolder() {
 }  // namespace
 
 std::string FindModule() {
-    const std::string built = kvx_hostkit::LoadedModule::DefaultPath();
+    const std::string built = kvx_hostkit::LoadedModule::BuiltPath();
     const fs::path name = fs::path(built).filename();
     const fs::path folder = ProgramFolder();
     for (const fs::path& candidate : {folder / name, folder / ".." / "lib" / "kvx" / name}) {

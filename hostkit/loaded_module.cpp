@@ -2,9 +2,6 @@
 
 #include <dlfcn.h>
 
-#include <filesystem>
-#include <system_error>
-
 namespace kvx_hostkit {
 
 std::unique_ptr<LoadedModule> LoadedModule::Load(const std::string& path, std::string& error) {
@@ -25,17 +22,8 @@ std::unique_ptr<LoadedModule> LoadedModule::Load(const std::string& path, std::s
     return module;
 }
 
-std::string LoadedModule::DefaultPath() {
-    const std::filesystem::path built = KVX_BUILT_MODULE;
-    std::error_code error;
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (!error) {
-        const std::filesystem::path beside = program.parent_path() / built.filename();
-        if (std::filesystem::exists(beside, error)) {
-            return beside.string();
-        }
-    }
-    return built.string();
+std::string LoadedModule::BuiltPath() {
+    return KVX_BUILT_MODULE;
 }
 
 LoadedModule::~LoadedModule() {

@@ -20,8 +20,8 @@ class LoadedModule {
     // Null if the file cannot be loaded or is no importer; `error` then says why.
     static std::unique_ptr<LoadedModule> Load(const std::string& path, std::string& error);
 
-    // The module beside the running program, otherwise the one that the program was built with.
-    static std::string DefaultPath();
+    // The module that was built together with the program.
+    static std::string BuiltPath();
 
     // The code of a module whose worker threads run stays in the process for good.
     ~LoadedModule();

@@ -26,7 +26,7 @@ struct Loaded {
     static std::unique_ptr<kvx_hostkit::LoadedModule> Load() {
         std::string error;
         auto module =
-            kvx_hostkit::LoadedModule::Load(kvx_hostkit::LoadedModule::DefaultPath(), error);
+            kvx_hostkit::LoadedModule::Load(kvx_hostkit::LoadedModule::BuiltPath(), error);
         if (module == nullptr) {
             std::fprintf(stderr, "%s\n", error.c_str());
             std::abort();

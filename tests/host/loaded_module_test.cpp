@@ -89,21 +89,21 @@ class ElfFile {
 
 class Module : public kvx_test::HostTest {
   protected:
-    Module() { module = LoadedModule::Load(LoadedModule::DefaultPath(), error); }
+    Module() { module = LoadedModule::Load(LoadedModule::BuiltPath(), error); }
 
     std::string error;
     std::unique_ptr<LoadedModule> module;
 };
 
 TEST_F(Module, ExportsExactlyFiveNames) {
-    const ElfFile file(LoadedModule::DefaultPath());
+    const ElfFile file(LoadedModule::BuiltPath());
     EXPECT_EQ(file.DefinedDynamicSymbols(),
               (std::set<std::string>{"AsyncImportEntry", "asyncImportFunctions",
                                      "fileImportFunctions", "xImportEntry", "xMoviePlayable"}));
 }
 
 TEST_F(Module, IsNeverUnloaded) {
-    EXPECT_NE(ElfFile(LoadedModule::DefaultPath()).DynamicFlags1() & DF_1_NODELETE, 0u);
+    EXPECT_NE(ElfFile(LoadedModule::BuiltPath()).DynamicFlags1() & DF_1_NODELETE, 0u);
     ASSERT_NE(module, nullptr) << error;
     void* const entry = module->Symbol("xImportEntry");
     module.reset();
