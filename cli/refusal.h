@@ -5,8 +5,8 @@
 
 namespace kvx_cli {
 
-// What is wrong with `path` before any movie is looked for: missing, a folder, empty, not to be
-// read. Empty when nothing is.
+// What is wrong with `path` before any movie is looked for: missing, not a file, empty, not to
+// be read. Empty when nothing is.
 std::string FileProblem(const std::string& path);
 
 // The reason behind a failed call of the module, from its status and from what it logged meanwhile.
