@@ -10,10 +10,11 @@
 #include "cli/commands.h"
 #include "cli/complain.h"
 #include "cli/progress_bar.h"
-#include "cli/session.h"
 #include "cli/sound_reader.h"
+#include "cli/streams.h"
 #include "cli/text.h"
 #include "cli/wav_writer.h"
+#include "cli/with_movie.h"
 
 namespace kvx_cli {
 
@@ -24,15 +25,6 @@ struct AudioOptions {
     std::string output;
     int stream = 0;
 };
-
-// The streams with sound are the first ones of the movie, since both kinds are numbered from 0.
-size_t SoundStreamCount(const std::vector<imFileInfoRec8>& streams) {
-    size_t count = 0;
-    while (count < streams.size() && streams[count].hasAudio != 0) {
-        ++count;
-    }
-    return count;
-}
 
 int Copy(SoundReader& reader, const imFileInfoRec8& info, const AudioOptions& options) {
     const WavFormat format = {info.audioChannels,
@@ -67,21 +59,8 @@ int Copy(SoundReader& reader, const imFileInfoRec8& info, const AudioOptions& op
     return kExitDone;
 }
 
-int RunAudio(const AudioOptions& options, const CommonOptions& common) {
-    std::error_code ignored;
-    if (std::filesystem::equivalent(options.movie, options.output, ignored)) {
-        return Complain(kExitUsage, options.output, "this is the movie itself");
-    }
-    std::string problem;
-    const std::unique_ptr<Session> session = Session::Start(common.modulePath, problem);
-    if (session == nullptr) {
-        return Complain(kExitUsage, options.movie, problem);
-    }
-    const OpenedMovie movie = OpenMovie(*session, options.movie);
-    if (movie.clip == nullptr) {
-        return Complain(kExitRefused, options.movie, "not importable: " + movie.refusal);
-    }
-    const std::vector<imFileInfoRec8> streams = movie.clip->Streams();
+int WriteSound(const kvx_hostkit::Clip& clip, const AudioOptions& options) {
+    const std::vector<imFileInfoRec8> streams = clip.Streams();
     const size_t count = SoundStreamCount(streams);
     if (count == 0) {
         return Complain(kExitRefused, options.movie, "it has no sound");
@@ -91,11 +70,21 @@ int RunAudio(const AudioOptions& options, const CommonOptions& common) {
         return Complain(kExitUsage, options.movie,
                         "its last sound stream is number " + std::to_string(count - 1));
     }
-    SoundReader reader(*movie.clip, options.stream, streams[number]);
+    SoundReader reader(clip, options.stream, streams[number]);
     if (!reader.Start()) {
         return Complain(kExitRefused, options.movie, reader.Problem());
     }
     return Copy(reader, streams[number], options);
+}
+
+int RunAudio(const AudioOptions& options, const CommonOptions& common) {
+    std::error_code ignored;
+    if (std::filesystem::equivalent(options.movie, options.output, ignored)) {
+        return Complain(kExitUsage, options.output, "this is the movie itself");
+    }
+    return WithMovie(common, options.movie, [&options](const kvx_hostkit::Clip& clip) {
+        return WriteSound(clip, options);
+    });
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -13,8 +12,9 @@
 #include "cli/progress_bar.h"
 #include "cli/raw_frame.h"
 #include "cli/raw_output.h"
-#include "cli/session.h"
+#include "cli/streams.h"
 #include "cli/text.h"
+#include "cli/with_movie.h"
 
 namespace kvx_cli {
 
@@ -27,18 +27,6 @@ struct FramesOptions {
     bool custom = false;
     int patience = 30;  // seconds
 };
-
-// The movie's video, as the module tells of it; null if it has none.
-const imFileInfoRec8* FindVideo(const std::vector<imFileInfoRec8>& streams) {
-    const auto found =
-        std::find_if(streams.begin(), streams.end(),
-                     [](const imFileInfoRec8& stream) { return stream.hasVideo != 0; });
-    return found == streams.end() ? nullptr : &*found;
-}
-
-int64_t FrameCount(const imFileInfoRec8& video) {
-    return video.videoSampleSize > 0 ? video.videoDuration / video.videoSampleSize : 0;
-}
 
 // Answers what went wrong; nothing if all frames are written.
 std::string WriteFrames(const kvx_hostkit::Clip& clip, FrameRange range, PrPixelFormat format,
@@ -62,22 +50,14 @@ std::string WriteFrames(const kvx_hostkit::Clip& clip, FrameRange range, PrPixel
     return reader.Problem();
 }
 
-int RunFrames(const FramesOptions& options, const CommonOptions& common) {
-    std::string problem;
-    const std::unique_ptr<Session> session = Session::Start(common.modulePath, problem);
-    if (session == nullptr) {
-        return Complain(kExitUsage, options.movie, problem);
-    }
-    const OpenedMovie movie = OpenMovie(*session, options.movie);
-    if (movie.clip == nullptr) {
-        return Complain(kExitRefused, options.movie, "not importable: " + movie.refusal);
-    }
-    const std::vector<imFileInfoRec8> streams = movie.clip->Streams();
+int WriteVideo(const kvx_hostkit::Clip& clip, const FramesOptions& options) {
+    const std::vector<imFileInfoRec8> streams = clip.Streams();
     const imFileInfoRec8* const video = FindVideo(streams);
     if (video == nullptr) {
         return Complain(kExitRefused, options.movie, "it has no video");
     }
     FrameRange range;
+    std::string problem;
     if (!ReadFrameRange(options.range, FrameCount(*video), range, problem)) {
         return Complain(kExitUsage, options.movie, problem);
     }
@@ -88,8 +68,14 @@ int RunFrames(const FramesOptions& options, const CommonOptions& common) {
     }
     const PrPixelFormat format =
         options.custom ? kKVXCustomPixelFormat : RawPixelFormat(fileFormat);
-    problem = WriteFrames(*movie.clip, range, format, options, output);
+    problem = WriteFrames(clip, range, format, options, output);
     return problem.empty() ? kExitDone : Complain(kExitRefused, options.movie, problem);
+}
+
+int RunFrames(const FramesOptions& options, const CommonOptions& common) {
+    return WithMovie(common, options.movie, [&options](const kvx_hostkit::Clip& clip) {
+        return WriteVideo(clip, options);
+    });
 }
 
 }  // namespace

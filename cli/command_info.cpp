@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/commands.h"
+#include "cli/complain.h"
 #include "cli/module_log.h"
 #include "cli/movie_json.h"
 #include "cli/movie_report.h"
@@ -78,8 +79,7 @@ int RunInfo(const InfoOptions& options, const CommonOptions& common) {
     std::string problem;
     const std::unique_ptr<Session> session = Session::Start(common.modulePath, problem);
     if (session == nullptr) {
-        std::fprintf(stderr, "kvx: %s\n", problem.c_str());
-        return kExitUsage;
+        return Complain(kExitUsage, problem);
     }
     bool allImportable = true;
     nlohmann::ordered_json all = nlohmann::ordered_json::array();

@@ -4,33 +4,23 @@
 #include <string>
 
 #include "cli/commands.h"
-#include "cli/module_log.h"
-#include "cli/session.h"
+#include "cli/complain.h"
 #include "cli/start_timecode.h"
+#include "cli/with_movie.h"
 
 namespace kvx_cli {
 
 namespace {
 
 int RunTimecode(const std::string& path, const CommonOptions& common) {
-    std::string problem;
-    const std::unique_ptr<Session> session = Session::Start(common.modulePath, problem);
-    if (session == nullptr) {
-        std::fprintf(stderr, "kvx: %s\n", problem.c_str());
-        return kExitUsage;
-    }
-    const OpenedMovie movie = OpenMovie(*session, path);
-    if (movie.clip == nullptr) {
-        std::fprintf(stderr, "kvx: %s: not importable: %s\n", path.c_str(), movie.refusal.c_str());
-        return kExitRefused;
-    }
-    const std::string timecode = StartTimecode(*movie.clip);
-    if (timecode.empty()) {
-        std::fprintf(stderr, "kvx: %s: the movie has no timecode\n", path.c_str());
-        return kExitRefused;
-    }
-    std::printf("%s\n", timecode.c_str());
-    return kExitDone;
+    return WithMovie(common, path, [&path](const kvx_hostkit::Clip& clip) {
+        const std::string timecode = StartTimecode(clip);
+        if (timecode.empty()) {
+            return Complain(kExitRefused, path, "the movie has no timecode");
+        }
+        std::printf("%s\n", timecode.c_str());
+        return static_cast<int>(kExitDone);
+    });
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "cli/streams.h"
 #include "cli/text.h"
 #include "core/four_char_code.h"
 
@@ -93,7 +94,6 @@ std::string VideoReport(const imFileInfoRec8& stream,
     const int32_t scale = stream.videoScale;
     const int32_t frameLength = stream.videoSampleSize;
     const int32_t duration = stream.videoDuration;
-    const int64_t frames = frameLength > 0 ? duration / frameLength : 0;
     const uint32_t aspectH = stream.pixelAspectNumerator;
     const uint32_t aspectV = stream.pixelAspectDenominator;
 
@@ -110,8 +110,8 @@ std::string VideoReport(const imFileInfoRec8& stream,
            Line("pixel aspect", aspectH == 0 || aspectV == 0
                                     ? "not told"
                                     : std::to_string(aspectH) + ":" + std::to_string(aspectV)) +
-           Line("duration",
-                DurationText(duration, scale) + " (" + std::to_string(frames) + " frames)") +
+           Line("duration", DurationText(duration, scale) + " (" +
+                                std::to_string(FrameCount(stream)) + " frames)") +
            Line("offered as", offered);
 }
 

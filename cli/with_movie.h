@@ -1,0 +1,16 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "cli/commands.h"
+#include "hostkit/clip.h"
+
+namespace kvx_cli {
+
+// Opens the movie at `path` and does `work` with it: the frame of every subcommand that works on
+// one movie. Answers what `work` answers; if it does not come to that, complains and answers why.
+int WithMovie(const CommonOptions& common, const std::string& path,
+              const std::function<int(const kvx_hostkit::Clip&)>& work);
+
+}  // namespace kvx_cli
