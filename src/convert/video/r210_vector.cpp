@@ -4,6 +4,7 @@
 #include "convert/video/rgb_to_yuv.h"
 #include "convert/video/row_walk.h"
 #include "convert/video/vector_memory.h"
+#include "convert/video/vectors.h"
 #include "convert/video/yuv_layouts.h"
 
 namespace KVX::Converter::Video {
@@ -53,22 +54,13 @@ KVX_ALWAYS_INLINE __m128i AboveBlack(__m128i raw) {
     return _mm_min_epi16(raised, _mm_set1_epi16(kSpan));
 }
 
-// The same times 64: the limits by saturation at either end, which spares an unsigned minimum.
-template <int kRawShift>
-KVX_ALWAYS_INLINE __m128i AboveBlackTimes64(__m128i raw) {
-    constexpr int kScale = 64;
-    constexpr int kRoomAboveWhite = 0xFFFF - kWhite * kScale;
-    const __m128i component =
-        _mm_slli_epi16(_mm_and_si128(raw, _mm_set1_epi16(0x3FF << kRawShift)), 6 - kRawShift);
-    const __m128i lowered = _mm_adds_epu16(component, _mm_set1_epi16(kRoomAboveWhite));
-    return _mm_subs_epu16(lowered, _mm_set1_epi16(kRoomAboveWhite + kBlack * kScale));
-}
-
 // Vector white is one level below scalar white in 8u and in 16u: 254 and 32767.
 struct To8u {
     static constexpr int kBytesPerPixel = 4;
 
-    static KVX_ALWAYS_INLINE void Store(char* to, const RawComponents& raw) {
+    template <typename Source>
+    static KVX_ALWAYS_INLINE void Convert(const char* from, char* to) {
+        const RawComponents raw = LoadRaw<Source>(from);
         const __m128i b = Scale(AboveBlack<0>(raw.mB));
         const __m128i g = Scale(AboveBlack<kRawShiftG>(raw.mG));
         const __m128i r = Scale(AboveBlack<kRawShiftR>(raw.mR));
@@ -84,77 +76,87 @@ struct To8u {
     }
 };
 
+KVX_ALWAYS_INLINE __m128i BGRAWords(int b, int g, int r, int a) {
+    const auto word = [](int value) { return static_cast<short>(value); };
+    return _mm_setr_epi16(word(b), word(g), word(r), word(a), word(b), word(g), word(r), word(a));
+}
+
+KVX_ALWAYS_INLINE __m128i BGRAWords(int colour, int a) {
+    return BGRAWords(colour, colour, colour, a);
+}
+
+// Two pixels in each vector, in words B, G, R and A, as the host has them: levels above black times
+// 64, from 0 to kSpan times 64. A is 0xFFFF, which becomes opaque by factors of its own.
+constexpr int kVectors = kStepPixels / 2;
+
+template <typename Source>
+KVX_ALWAYS_INLINE Vectors<kVectors> LoadLevelsTimes64(const char* from) {
+    constexpr int kScale = 64;
+    constexpr int kRoomAboveWhite = 0xFFFF - kWhite * kScale;
+    // Bytes 2 3, 1 2 and 0 1 of the big-endian pixel, swapped: B in bits 9-0 of its word, G in bits
+    // 11-2, R in bits 13-4. What is above them goes with the multiplication.
+    const auto words = MakeVectors<kVectors>([from](auto i) {
+        const __m128i kLow = _mm_setr_epi8(3, 2, 2, 1, 1, 0, -1, -1, 7, 6, 6, 5, 5, 4, -1, -1);
+        const __m128i kHigh =
+            _mm_setr_epi8(11, 10, 10, 9, 9, 8, -1, -1, 15, 14, 14, 13, 13, 12, -1, -1);
+        return _mm_shuffle_epi8(Source::Load(from + 16 * (i / 2)), i % 2 == 0 ? kLow : kHigh);
+    });
+    const auto times64 = ForEach(words, [](__m128i word) {
+        return _mm_mullo_epi16(word, BGRAWords(kScale, kScale >> 2, kScale >> 4, 0));
+    });
+    // Both limits by saturation.
+    const auto lowered = ForEach(times64, [](__m128i level) {
+        return _mm_adds_epu16(level, BGRAWords(kRoomAboveWhite, 0xFFFF));
+    });
+    const auto levels = ForEach(lowered, [](__m128i level) {
+        return _mm_subs_epu16(level, BGRAWords(kRoomAboveWhite + kBlack * kScale, 0));
+    });
+    // What is below them are neighbours' bits.
+    return ForEach(levels,
+                   [](__m128i level) { return _mm_and_si128(level, BGRAWords(0xFFC0, 0xFFFF)); });
+}
+
 struct To16u {
     static constexpr int kBytesPerPixel = 8;
 
-    static KVX_ALWAYS_INLINE void Store(char* to, const RawComponents& raw) {
-        const __m128i b = Scale(AboveBlackTimes64<0>(raw.mB));
-        const __m128i g = Scale(AboveBlackTimes64<kRawShiftG>(raw.mG));
-        const __m128i r = Scale(AboveBlackTimes64<kRawShiftR>(raw.mR));
-        const __m128i kAlpha = _mm_set1_epi16(static_cast<short>(0x8000));
-        const __m128i bgLow = _mm_unpacklo_epi16(b, g);
-        const __m128i bgHigh = _mm_unpackhi_epi16(b, g);
-        const __m128i raLow = _mm_unpacklo_epi16(r, kAlpha);
-        const __m128i raHigh = _mm_unpackhi_epi16(r, kAlpha);
-        Stream(to, _mm_unpacklo_epi32(bgLow, raLow));
-        Stream(to + 16, _mm_unpackhi_epi32(bgLow, raLow));
-        Stream(to + 32, _mm_unpacklo_epi32(bgHigh, raHigh));
-        Stream(to + 48, _mm_unpackhi_epi32(bgHigh, raHigh));
-    }
-
-  private:
     // t x 37 + t / 4 + t / 8 + t / 32, each quotient truncated, from t x 64. The first two terms
     // are t x 149 / 4 truncated once, the last two (t / 8) x 5 / 4.
-    static KVX_ALWAYS_INLINE __m128i Scale(__m128i levelTimes64) {
-        const __m128i first =
-            _mm_mulhi_epu16(levelTimes64, _mm_set1_epi16(static_cast<short>(149 << 8)));
-        const __m128i eighths =
-            _mm_and_si128(levelTimes64, _mm_set1_epi16(static_cast<short>(0xFE00)));
-        return _mm_add_epi16(first, _mm_mulhi_epu16(eighths, _mm_set1_epi16(5 << 5)));
+    template <typename Source>
+    static KVX_ALWAYS_INLINE void Convert(const char* from, char* to) {
+        constexpr int kOpaque = 0x8000 + 1;
+        const auto levels = LoadLevelsTimes64<Source>(from);
+        const auto eighths = ForEach(
+            levels, [](__m128i level) { return _mm_and_si128(level, BGRAWords(0xFE00, 0)); });
+        const auto first = ForEach(levels, [](__m128i level) {
+            return _mm_mulhi_epu16(level, BGRAWords(149 << 8, kOpaque));
+        });
+        const auto second = ForEach(
+            eighths, [](__m128i eighth) { return _mm_mulhi_epu16(eighth, BGRAWords(5 << 5, 0)); });
+        StreamAll(to, MakeVectors<kVectors>(
+                          [&](auto i) { return _mm_add_epi16(first.v[i], second.v[i]); }));
     }
 };
 
 struct To32f {
     static constexpr int kBytesPerPixel = 16;
 
-    static KVX_ALWAYS_INLINE void Store(char* to, const RawComponents& raw) {
-        const __m128i b = Enlarge(AboveBlack<0>(raw.mB));
-        const __m128i g = Enlarge(AboveBlack<kRawShiftG>(raw.mG));
-        const __m128i r = Enlarge(AboveBlack<kRawShiftR>(raw.mR));
-        const __m128i zero = _mm_setzero_si128();
-        StoreFour(to, _mm_unpacklo_epi16(b, zero), _mm_unpacklo_epi16(g, zero),
-                  _mm_unpacklo_epi16(r, zero));
-        StoreFour(to + 64, _mm_unpackhi_epi16(b, zero), _mm_unpackhi_epi16(g, zero),
-                  _mm_unpackhi_epi16(r, zero));
-    }
-
-  private:
     // Multiplied by 1 / (876 x 19), t x 19 meets the correctly rounded t / 876 for every t from 0
     // to kSpan, which 1 / 876 does not; a division takes several times as long.
-    static constexpr short kFactor = 19;
-
-    static KVX_ALWAYS_INLINE __m128i Enlarge(__m128i level) {
-        return _mm_mullo_epi16(level, _mm_set1_epi16(kFactor));
-    }
-
-    static KVX_ALWAYS_INLINE __m128 Scale(__m128i enlargedLevel) {
-        return _mm_mul_ps(_mm_cvtepi32_ps(enlargedLevel), _mm_set1_ps(1.0f / (kSpan * kFactor)));
-    }
-
-    static KVX_ALWAYS_INLINE void StoreFour(char* to, __m128i bLevel, __m128i gLevel,
-                                            __m128i rLevel) {
-        const __m128 b = Scale(bLevel);
-        const __m128 g = Scale(gLevel);
-        const __m128 r = Scale(rLevel);
-        const __m128 a = _mm_set1_ps(1.0f);
-        const __m128 bgLow = _mm_unpacklo_ps(b, g);
-        const __m128 bgHigh = _mm_unpackhi_ps(b, g);
-        const __m128 raLow = _mm_unpacklo_ps(r, a);
-        const __m128 raHigh = _mm_unpackhi_ps(r, a);
-        Stream(to, _mm_movelh_ps(bgLow, raLow));
-        Stream(to + 16, _mm_movehl_ps(raLow, bgLow));
-        Stream(to + 32, _mm_movelh_ps(bgHigh, raHigh));
-        Stream(to + 48, _mm_movehl_ps(raHigh, bgHigh));
+    template <typename Source>
+    static KVX_ALWAYS_INLINE void Convert(const char* from, char* to) {
+        constexpr int kFactor = 19;
+        constexpr int kOne = kSpan * kFactor;
+        const auto enlarged = ForEach(LoadLevelsTimes64<Source>(from), [](__m128i level) {
+            return _mm_mulhi_epu16(level, BGRAWords(kFactor << (16 - 6), kOne + 1));
+        });
+        const __m128i zero = _mm_setzero_si128();
+        StreamAll(
+            to, MakeVectors<kStepPixels>([&](auto i) {
+                const __m128i two = enlarged.v[i / 2];
+                const __m128i one =
+                    i % 2 == 0 ? _mm_unpacklo_epi16(two, zero) : _mm_unpackhi_epi16(two, zero);
+                return _mm_castps_si128(_mm_mul_ps(_mm_cvtepi32_ps(one), _mm_set1_ps(1.0f / kOne)));
+            }));
     }
 };
 
@@ -166,7 +168,7 @@ void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                          [width](const char* from, char* to) {
                              for (int x = 0; x < width; x += kStepPixels) {
                                  Source::Prefetch(from + kPrefetchDistance);
-                                 Finish::Store(to, LoadRaw<Source>(from));
+                                 Finish::template Convert<Source>(from, to);
                                  from += kStepPixels * kSourceBytes;
                                  to += kStepPixels * Finish::kBytesPerPixel;
                              }
