@@ -1,0 +1,63 @@
+#!/usr/bin/env python3
+"""Checks that an arrow between the folders points only down.
+
+usage: arrows_test.py SOURCE_FOLDER
+"""
+
+import re
+import sys
+from pathlib import Path
+
+# Each folder, and those that it may include from besides itself.
+BOTTOM = {"premiere", "platform"}
+CORE = BOTTOM | {"core"}
+BASE = CORE | {"timecode", "util"}
+QUICKTIME = BASE | {"quicktime"}
+CONVERT = QUICKTIME | {"convert"}
+PIPELINE = CONVERT | {"pipeline"}
+ARROWS = {
+    "premiere": set(),
+    "platform": set(),
+    "core": BOTTOM,
+    "timecode": CORE,
+    "util": CORE,
+    "quicktime": BASE,
+    "convert": QUICKTIME,
+    "pipeline": CONVERT,
+    "host": PIPELINE,
+}
+# The stand-in host and the command know the importer by its interface; codes are the exception.
+OUTSIDE = {
+    "hostkit": {"premiere"},
+    "cli": {"premiere", "hostkit", "core/four_char_code.h"},
+}
+
+INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
+
+
+def sources(folder):
+    return sorted(path for path in folder.rglob("*") if path.suffix in (".h", ".cpp"))
+
+
+def wrong_includes(folder, allowed):
+    for path in sources(folder):
+        for header in INCLUDE.findall(path.read_text(encoding="utf-8")):
+            target = header.split("/")[0]
+            if target not in allowed | {folder.name} and header not in allowed:
+                yield f"{path}: includes {header}"
+
+
+def main():
+    root = Path(sys.argv[1])
+    folders = {path.name for path in (root / "src").iterdir() if path.is_dir()}
+    wrong = [f"src/{name}: its place is not known here" for name in sorted(folders - set(ARROWS))]
+    for name, allowed in ARROWS.items():
+        wrong += wrong_includes(root / "src" / name, allowed)
+    for name, allowed in OUTSIDE.items():
+        wrong += wrong_includes(root / name, allowed)
+    if wrong:
+        sys.exit("\n".join(wrong))
+
+
+if __name__ == "__main__":
+    main()
