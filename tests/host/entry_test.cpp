@@ -1,9 +1,11 @@
 #include "host/entry.h"
 
 #include <climits>
+#include <new>
 #include <set>
 
 #include "host/host_test.h"
+#include "hostkit/pixel_buffers.h"
 #include "hostkit/record_block.h"
 #include "hostkit/utf16.h"
 #include "support/cf_owner.h"
@@ -128,6 +130,28 @@ TEST_F(Entry, LackOfMemoryIsAnAnswer) {
         xImportEntry(imCloseFile, stdParms, fileRefParameter,
                      reinterpret_cast<long>(record->privatedata));
     }
+}
+
+// Whatever the host's suites do.
+TEST_F(Entry, WhatIsThrownInAnAsyncCallIsAnAnswer) {
+    const kvx_hostkit::PixelBuffers buffers(host);
+    static constexpr PrSDKPPixCacheSuite kThrowing = {
+        nullptr,
+        [](uint32_t, int32_t, int32_t, int32_t, imFrameFormat*, PPixHand*, void*,
+           int32_t) -> int32_t { throw std::bad_alloc(); }};
+    host.AddSuite("Premiere PPix Cache Suite", 3, &kThrowing);
+    kvx_hostkit::Clip clip(importer, Write(kvx_test::MovieOf({kvx_test::Video()})));
+    ASSERT_EQ(clip.Open(), 0);
+    RecordBlock<imAsyncImporterCreationRec> creation;
+    ASSERT_EQ(clip.CreateAsyncImporter(creation.Get()), 0);
+    void* const module = creation->asyncPrivateData;
+
+    RecordBlock<aiAsyncRequest> request;
+    request->privatedata = module;
+    request->sourceRec.privatedata = module;
+    EXPECT_EQ(AsyncImportEntry(aiInitiateAsyncRead, request.Get()), 12);
+    EXPECT_EQ(AsyncImportEntry(aiGetFrame, &request->sourceRec), 12);
+    EXPECT_EQ(AsyncImportEntry(aiClose, module), 0);
 }
 
 TEST_F(Entry, MoviePlayableThrowsNothing) {
