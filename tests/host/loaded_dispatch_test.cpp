@@ -1,0 +1,293 @@
+// Frames through the loaded module: every source in every format that a host can name, with pixels
+// and samples at aligned and at misaligned places, against the plain models of the conversions.
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "convert/geometry/routines.h"
+#include "host/host_test.h"
+#include "hostkit/frame_cache.h"
+#include "hostkit/frame_source.h"
+#include "hostkit/loaded_module.h"
+#include "hostkit/pixel_buffers.h"
+
+namespace {
+
+using kvx_hostkit::Clip;
+using kvx_hostkit::FrameSource;
+using kvx_hostkit::Importer;
+using kvx_hostkit::kFreshPixel;
+using kvx_hostkit::LoadedModule;
+using kvx_hostkit::PixelBuffers;
+using kvx_hostkit::PixelBufferView;
+using kvx_test::Bytes;
+using kvx_test::LogCapture;
+using kvx_test::geometry::Matrix;
+using kvx_test::geometry::Routine;
+using kvx_test::geometry::Routines;
+
+constexpr std::chrono::seconds kTimeLimit(30);
+constexpr int kHeight = 5;
+constexpr int kFrame = 1;  // of two
+
+const std::vector<PrPixelFormat> kAllFormats = {
+    PrPixelFormat_Any,
+    PrPixelFormat_BGRA_4444_8u,
+    PrPixelFormat_BGRA_4444_16u,
+    PrPixelFormat_BGRA_4444_32f,
+    PrPixelFormat_BGRX_4444_32f,
+    PrPixelFormat_VUYA_4444_8u,
+    PrPixelFormat_VUYA_4444_32f,
+    PrPixelFormat_ARGB_4444_8u,
+    PrPixelFormat_ARGB_4444_16u,
+    PrPixelFormat_ARGB_4444_32f,
+    PrPixelFormat_YUYV_422_8u_601,
+    PrPixelFormat_YUYV_422_8u_709,
+    PrPixelFormat_UYVY_422_8u_601,
+    PrPixelFormat_UYVY_422_8u_709,
+    PrPixelFormat_RGB_444_10u,
+    PrPixelFormat_V210_422_10u_601,
+    PrPixelFormat_V210_422_10u_709,
+    PrPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_601,
+    PrPixelFormat_YUV_420_MPEG2_FIELD_PICTURE_PLANAR_8u_601,
+    PrPixelFormat_YUV_420_MPEG2_FRAME_PICTURE_PLANAR_8u_709,
+    PrPixelFormat_YUV_420_MPEG2_FIELD_PICTURE_PLANAR_8u_709,
+    PrPixelFormat_NTSCDV25,
+    PrPixelFormat_PALDV25,
+    PrPixelFormat_NTSCDV50,
+    PrPixelFormat_PALDV50,
+    PrPixelFormat_NTSCDV100_720p,
+    PrPixelFormat_PALDV100_720p,
+    PrPixelFormat_NTSCDV100_1080i,
+    PrPixelFormat_PALDV100_1080i,
+    PrPixelFormat_Raw,
+    PrPixelFormat_Invalid,
+    kKVXCustomPixelFormat,
+};
+
+enum class Road { kRefused, kFileBytes, kCopied, kTo8u, kTo16u, kTo32f, kToRGB1, kLeftFresh };
+
+// What becomes of a source in a format of the host's.
+Road RoadOf(const std::string& source, PrPixelFormat format) {
+    const bool isYUV8 = source == "2vuy" || source == "2Vuy";
+    switch (format) {
+        case kKVXCustomPixelFormat:
+            return Road::kFileBytes;
+        case PrPixelFormat_BGRA_4444_8u:
+            return Road::kTo8u;
+        case PrPixelFormat_BGRA_4444_16u:
+            return Road::kTo16u;
+        case PrPixelFormat_BGRA_4444_32f:
+            return Road::kTo32f;
+        case PrPixelFormat_BGRX_4444_32f:
+            return source == "r210" ? Road::kTo32f : Road::kLeftFresh;
+        case PrPixelFormat_RGB_444_10u:
+            return source == "r210" ? Road::kToRGB1 : Road::kRefused;
+        case PrPixelFormat_V210_422_10u_601:
+        case PrPixelFormat_V210_422_10u_709:
+            return source == "v210" ? Road::kCopied : Road::kRefused;
+        case PrPixelFormat_UYVY_422_8u_601:
+        case PrPixelFormat_UYVY_422_8u_709:
+            return isYUV8 ? Road::kCopied : Road::kRefused;
+        default:
+            return Road::kRefused;
+    }
+}
+
+int FileRowBytes(const std::string& source, int width) {
+    if (source == "r210") {
+        return (width + 63) / 64 * 256;
+    }
+    return source == "v210" ? (width + 47) / 48 * 128 : 2 * width;
+}
+
+// Bytes of a row's own pixels.
+int VisibleBytes(const std::string& source, Road road, int width) {
+    switch (road) {
+        case Road::kCopied:
+            return source == "v210" ? (width + 5) / 6 * 16 : 2 * width;
+        case Road::kTo16u:
+            return 8 * width;
+        case Road::kTo32f:
+            return 16 * width;
+        default:
+            return 4 * width;
+    }
+}
+
+const Routine& RoutineNamed(const std::string& name) {
+    for (const Routine& routine : Routines()) {
+        if (routine.mName == name) {
+            return routine;
+        }
+    }
+    throw std::invalid_argument(name);
+}
+
+// Vector code has its own rounding, so that it matters which of the two runs.
+bool TakesVectorCode(const std::string& source, Road road, bool srcAligned, bool dstAligned) {
+    if (!dstAligned) {
+        return false;
+    }
+    return srcAligned || (source == "r210" ? road != Road::kTo32f : road == Road::kTo8u);
+}
+
+const Routine& RoutineFor(const std::string& source, Road road, bool vector) {
+    if (road == Road::kToRGB1) {
+        return RoutineNamed("family_10RGBX_LE_FULL");
+    }
+    const std::string converter = source == "2vuy" || source == "2Vuy" ? "uyvy" : source;
+    const char* const form = road == Road::kTo8u ? "8u" : road == Road::kTo16u ? "16u" : "32f";
+    return RoutineNamed(converter + (vector ? "_VectorConvertTo" : "_ScalarConvertTo") + form);
+}
+
+struct Placement {
+    size_t pixels;         // of the host's, behind a page boundary
+    int rowBytesMultiple;  // of the host's rows
+    int extraRowBytes;
+    uint64_t media;  // of the media in the file
+};
+
+const Placement kPlacements[] = {
+    {0, 16, 0, kvx_test::kMediaOffset},     {4, 16, 0, kvx_test::kMediaOffset},
+    {0, 1, 4, kvx_test::kMediaOffset},      {0, 16, 0, kvx_test::kMediaOffset + 4},
+    {1, 1, 13, kvx_test::kMediaOffset + 5}, {16, 16, 48, kvx_test::kMediaOffset + 512},
+};
+
+class LoadedDispatch : public kvx_test::HostTest, public testing::WithParamInterface<const char*> {
+  protected:
+    void SetUp() override {
+        std::string error;
+        mModule = LoadedModule::Load(LoadedModule::DefaultPath(), error);
+        ASSERT_NE(mModule, nullptr) << error;
+        mLoaded = std::make_unique<Importer>(host, mModule->Entries());
+    }
+
+    void ExpectAllFormats(int width, const Placement& placement) {
+        mWidth = width;
+        mRowBytes = FileRowBytes(GetParam(), width);
+        mSampleSize = mRowBytes * kHeight;
+        mSampleOffset = placement.media + static_cast<uint64_t>(kFrame * mSampleSize);
+        buffers.settings.misalignment = placement.pixels;
+        buffers.settings.rowBytesMultiple = placement.rowBytesMultiple;
+        buffers.settings.extraRowBytes = placement.extraRowBytes;
+
+        kvx_test::VideoDescription description;
+        description.format = GetParam();
+        description.width = width;
+        description.height = kHeight;
+        const std::string path = Write(kvx_test::MovieOf({kvx_test::VideoTrackRecipe(
+            description, static_cast<uint32_t>(mSampleSize), 2, 24000, 1000, placement.media)}));
+        Clip clip(*mLoaded, path);
+        ASSERT_EQ(clip.Open(), imNoErr);
+        FrameSource source(clip);
+        ASSERT_EQ(source.Open(), imNoErr);
+        const int64_t time = FrameSource::TicksPerFrame(clip) * kFrame;
+        for (const PrPixelFormat format : kAllFormats) {
+            SCOPED_TRACE(testing::Message()
+                         << GetParam() << " to " << std::hex << format << std::dec << ", " << width
+                         << " wide, pixels at " << placement.pixels << ", media at "
+                         << placement.media);
+            const Road road = RoadOf(GetParam(), format);
+            const LogCapture log;
+            if (road == Road::kRefused) {
+                EXPECT_EQ(source.Request(time, {format}), 22);
+                EXPECT_NE(log.Text().find("Failed to pick a destination pixel format"),
+                          std::string::npos);
+                continue;
+            }
+            cache.Forget();
+            ASSERT_EQ(source.Request(time, {format}), 0);
+            ASSERT_TRUE(cache.WaitForFrame(clip.ImporterID(), kFrame, kTimeLimit));
+            PPixHand ppix = nullptr;
+            ASSERT_EQ(source.Get(time, {format}, &ppix), 0);
+            ExpectFrame(PixelBuffers::View(ppix), format, road, log.Text());
+            PixelBuffers::Dispose(ppix);
+        }
+        cache.Forget();
+    }
+
+    void ExpectFrame(const PixelBufferView& view, PrPixelFormat format, Road road,
+                     const std::string& log) const {
+        EXPECT_EQ(view.format, format);
+        const Bytes sample = kvx_test::PatternSample(0, kFrame, static_cast<uint64_t>(mSampleSize));
+        if (road == Road::kFileBytes) {
+            uint32_t header[5];
+            std::memcpy(header, view.pixels, sizeof(header));
+            EXPECT_EQ(Bytes(view.pixels + header[2] + header[4], sample.size()), sample);
+            return;
+        }
+        EXPECT_EQ(view.width, mWidth);
+        EXPECT_EQ(view.height, kHeight);
+        if (road == Road::kLeftFresh) {
+            EXPECT_EQ(Bytes(view.pixels, view.dataSize),
+                      Bytes(view.dataSize, static_cast<char>(kFreshPixel)));
+            return;
+        }
+        const int visible = VisibleBytes(GetParam(), road, mWidth);
+        const std::vector<char> expected = Expected(view, road, sample, log);
+        for (ptrdiff_t row = 0; row < kHeight; ++row) {
+            const ptrdiff_t from = row * view.rowBytes;
+            ASSERT_EQ(std::memcmp(view.pixels + from, expected.data() + from,
+                                  static_cast<size_t>(visible)),
+                      0)
+                << "row " << row;
+        }
+    }
+
+    std::vector<char> Expected(const PixelBufferView& view, Road road, const Bytes& sample,
+                               const std::string& log) const {
+        constexpr size_t kSlack = 4096;  // steps of the models go past the last row
+        std::vector<char> pixels(view.dataSize + kSlack);
+        if (road == Road::kCopied) {
+            for (ptrdiff_t row = 0; row < kHeight; ++row) {
+                std::memcpy(pixels.data() + row * view.rowBytes, sample.data() + row * mRowBytes,
+                            static_cast<size_t>(mRowBytes));
+            }
+            return pixels;
+        }
+        std::vector<char> source(sample.size() + kSlack);
+        std::memcpy(source.data(), sample.data(), sample.size());
+        const bool srcAligned = mSampleOffset % 16 == 0 && mRowBytes % 16 == 0;
+        const bool dstAligned =
+            reinterpret_cast<uintptr_t>(view.pixels) % 16 == 0 && view.rowBytes % 16 == 0;
+        const bool vector = TakesVectorCode(GetParam(), road, srcAligned, dstAligned);
+        EXPECT_EQ(log.find("Reverting to scalar code") != std::string::npos,
+                  !vector && road != Road::kToRGB1);
+        RoutineFor(GetParam(), road, vector)
+            .mModel(source.data(), mRowBytes, pixels.data(), view.rowBytes, mWidth, kHeight,
+                    mWidth <= 720 ? Matrix::k601 : Matrix::k709);
+        return pixels;
+    }
+
+    PixelBuffers buffers{host};
+    kvx_hostkit::FrameCache cache{host};
+    std::unique_ptr<LoadedModule> mModule;
+    std::unique_ptr<Importer> mLoaded;
+    int mWidth = 0;
+    int mRowBytes = 0;
+    int mSampleSize = 0;
+    uint64_t mSampleOffset = 0;
+};
+
+TEST_P(LoadedDispatch, EveryFormatAtEveryAlignment) {
+    for (const int width : {1, 48, 50, 720, 722, 728}) {
+        for (const Placement& placement : kPlacements) {
+            ExpectAllFormats(width, placement);
+            if (HasFatalFailure()) {
+                return;
+            }
+        }
+    }
+    EXPECT_EQ(buffers.DamagedCount(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sources, LoadedDispatch, testing::Values("2vuy", "2Vuy", "v210", "r210"),
+                         [](const testing::TestParamInfo<const char*>& info) {
+                             return std::string("From_") + info.param;
+                         });
+
+}  // namespace
