@@ -79,6 +79,7 @@ namespace {
 // A handle is the address of the first member, which leads to the pixels as a host's would.
 struct PixelBuffer {
     char* pixels = nullptr;
+    char* start = nullptr;  // the lowest row
     std::atomic<int> holds{1};
     PrPixelFormat format = PrPixelFormat_Invalid;
     int width = 0;
@@ -93,8 +94,8 @@ struct PixelBuffer {
     static PixelBuffer* Of(PPixHand ppix) { return reinterpret_cast<PixelBuffer*>(ppix); }
     PPixHand Hand() { return &pixels; }
 
-    char* FirstGuard() const { return pixels - settings.guardBytes; }
-    char* LastGuard() const { return pixels + dataSize + settings.slackBytes; }
+    char* FirstGuard() const { return start - settings.guardBytes; }
+    char* LastGuard() const { return start + dataSize + settings.slackBytes; }
 
     bool IsGuardWhole() const {
         const auto isGuard = [](char byte) { return static_cast<uint8_t>(byte) == kGuard; };
@@ -190,18 +191,25 @@ PPixHand PixelBuffers::Make(PrPixelFormat format, int width, int height, int row
     if (buffer->memory == nullptr) {
         return nullptr;
     }
-    buffer->pixels = buffer->memory.get() + lead;
+    buffer->start = buffer->memory.get() + lead;
+    buffer->pixels = buffer->start;
     buffer->format = format;
     buffer->width = width;
     buffer->height = height;
     buffer->rowBytes = rowBytes;
+    if (rowBytes != 0 && settings.rows == RowOrder::kFalling) {
+        buffer->pixels += dataSize - static_cast<size_t>(rowBytes);
+        buffer->rowBytes = -rowBytes;
+    } else if (settings.rows == RowOrder::kOnTopOfEachOther) {
+        buffer->rowBytes = 0;
+    }
     buffer->dataSize = dataSize;
     buffer->settings = settings;
     buffer->accounts = mAccounts;
     std::memset(buffer->FirstGuard(), kGuard, settings.guardBytes);
     std::memset(buffer->LastGuard(), kGuard, settings.guardBytes);
     if (settings.fills) {
-        std::memset(buffer->pixels, kFreshPixel, dataSize + settings.slackBytes);
+        std::memset(buffer->start, kFreshPixel, dataSize + settings.slackBytes);
     }
     ++mAccounts->created;
     ++mAccounts->live;

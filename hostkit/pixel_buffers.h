@@ -11,12 +11,17 @@
 
 namespace kvx_hostkit {
 
+// How the rows of a pixel buffer follow each other: rising in memory, falling, which makes row
+// bytes negative, or, as no host means it, with row bytes of 0.
+enum class RowOrder { kRising, kFalling, kOnTopOfEachOther };
+
 // How the host lays out the pixel buffers that it makes. May be changed between calls.
 struct PixelBufferSettings {
     size_t alignment = 4096;  // of the pixels, a power of two
     size_t misalignment = 0;  // bytes that the pixels begin behind such an address
     int rowBytesMultiple = 1;
     int extraRowBytes = 0;  // added to each row before the rounding
+    RowOrder rows = RowOrder::kRising;
     // Behind the last row, for code that finishes its last vector; then come the guard bytes.
     size_t slackBytes = 512;
     size_t guardBytes = 64;  // before the pixels and behind the slack
@@ -34,9 +39,9 @@ struct PixelBufferView {
     PrPixelFormat format;
     int width;
     int height;
-    int rowBytes;     // 0 for a buffer that was made by its size
-    size_t dataSize;  // bytes from the pixels on, without the slack
-    char* pixels;
+    int rowBytes;     // 0 for a buffer that was made by its size; negative if rows fall
+    size_t dataSize;  // bytes of all rows, without the slack
+    char* pixels;     // the first row
 };
 
 // The host's pixel buffers and the three suites that deal in them. Buffers are reference counted,
