@@ -17,9 +17,10 @@ constexpr int32_t kNoFrameCache = -20;
 std::atomic<FrameCache*> sCurrent{nullptr};
 
 bool IsOffered(PrPixelFormat format, int32_t formatCount, const imFrameFormat* formats) {
-    return std::any_of(formats, formats + formatCount, [=](const imFrameFormat& offered) {
-        return offered.pixelFormat == format || offered.pixelFormat == PrPixelFormat_Any;
-    });
+    return std::any_of(
+        formats, formats + std::max(formatCount, 0), [=](const imFrameFormat& offered) {
+            return offered.pixelFormat == format || offered.pixelFormat == PrPixelFormat_Any;
+        });
 }
 
 }  // namespace
