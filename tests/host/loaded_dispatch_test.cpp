@@ -161,7 +161,7 @@ class LoadedDispatch : public kvx_test::HostTest, public testing::WithParamInter
   protected:
     void SetUp() override {
         std::string error;
-        mModule = LoadedModule::Load(LoadedModule::DefaultPath(), error);
+        mModule = LoadedModule::Load(LoadedModule::BuiltPath(), error);
         ASSERT_NE(mModule, nullptr) << error;
         mLoaded = std::make_unique<Importer>(host, mModule->Entries());
     }
@@ -274,7 +274,7 @@ class LoadedDispatch : public kvx_test::HostTest, public testing::WithParamInter
 };
 
 TEST_P(LoadedDispatch, EveryFormatAtEveryAlignment) {
-    for (const int width : {1, 48, 50, 720, 722, 728}) {
+    for (const int width : {1, 48, 50, 720, 722, 728, 30000}) {
         for (const Placement& placement : kPlacements) {
             ExpectAllFormats(width, placement);
             if (HasFatalFailure()) {

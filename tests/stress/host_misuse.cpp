@@ -11,7 +11,6 @@
 // What a host must not get wrong, and does not here: records are there, private data is what
 // the importer gave out and has not been given back, an asynchronous importer is closed before its
 // file is, output planes and suites are what they claim to be.
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -40,6 +39,7 @@
 #include "hostkit/utf16.h"
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
+#include "support/open_descriptors.h"
 #include "support/random.h"
 #include "support/temp_directory.h"
 
@@ -103,16 +103,6 @@ long Expect(long answer, const std::set<long>& allowed) {
         Fail("an answer that this selector does not have");
     }
     return answer;
-}
-
-int OpenDescriptors() {
-    int count = 0;
-    DIR* const directory = opendir("/dev/fd");
-    while (readdir(directory) != nullptr) {
-        ++count;
-    }
-    closedir(directory);
-    return count;
 }
 
 void* Word(int64_t number) {
@@ -669,7 +659,7 @@ int main(int argc, char** argv) {
     const kvx_hostkit::HostSettings usualHost;
     const kvx_hostkit::PixelBufferSettings usualPixels;
 
-    int descriptors = -1;
+    size_t descriptors = 0;
     for (sSequence = first; sSequence < first + sequences; ++sSequence) {
         sCallsLength = 0;
         sCalls[0] = '\0';
@@ -685,8 +675,8 @@ int main(int argc, char** argv) {
         if (buffers.DamagedCount() != 0) {
             Fail("bytes around a frame's pixels were written");
         }
-        const int left = OpenDescriptors();
-        if (descriptors != -1 && left != descriptors) {
+        const size_t left = kvx_test::OpenDescriptors().size();
+        if (descriptors != 0 && left != descriptors) {
             Fail("descriptors are left");
         }
         descriptors = left;
