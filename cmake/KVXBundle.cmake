@@ -12,6 +12,8 @@ function(kvx_make_bundle target)
     VERBATIM)
   add_custom_target(${target}_resources DEPENDS ${resources})
   add_dependencies(${target} ${target}_resources)
+  # What is copied beside the module is copied when the module is linked.
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${resources} ${folder}/PkgInfo)
   set(contents $<TARGET_BUNDLE_CONTENT_DIR:${target}>)
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${CMAKE_COMMAND} -E make_directory ${contents}/Resources
