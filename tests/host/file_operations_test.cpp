@@ -165,10 +165,11 @@ TEST_F(FileOperations, FolderInTheWay) {
 TEST_F(FileOperations, DirectlyUnderTheRoot) {
     // The folder is the empty string, which names nothing.
     LogCapture log;
-    EXPECT_EQ(importer.SaveFile(mSource, "/kvx-moved.mov"), 2);
+    const std::string destination = "/kvx-moved-" + std::to_string(getpid()) + ".mov";
+    EXPECT_EQ(importer.SaveFile(mSource, destination), 2);
     EXPECT_EQ(log.Text(), "SaveFile8: CFURLGetFSRef failed\n");
     ExpectStays();
-    EXPECT_FALSE(Exists("/kvx-moved.mov"));
+    EXPECT_FALSE(Exists(destination));
 }
 
 TEST_F(FileOperations, OtherVolume) {
