@@ -2,32 +2,27 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
-#include "cli/raw_frame.h"
+#include "cli/frame_output.h"
 
 namespace kvx_cli {
 
-// Where frames go as bytes: a file for each in a folder, or one after the other on standard output.
-// Operations answer false when they failed; Problem() then tells why.
-class RawOutput {
+// Frames as the bytes that they have in the file: a file for each in a folder that is made if it is
+// not there, or one after the other on standard output.
+class RawOutput : public FrameOutput {
   public:
-    // "-" is standard output. Files are called <frame number>.<extension>.
-    RawOutput(std::string place, std::string extension);
+    // "-" is standard output. Files are called <frame number>.<fileFormat>. With `custom` the
+    // frames come in the importer's own pixel format.
+    RawOutput(std::string place, uint32_t fileFormat, bool custom);
 
-    // Makes the folder if it is not there.
-    bool Open();
-
-    bool Write(int64_t frame, const std::vector<ByteSpan>& bytes);
-
-    const std::string& Problem() const { return mProblem; }
+    PrPixelFormat Format() const override;
+    std::string Open() override;
+    std::string Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) override;
 
   private:
-    bool Fail(const std::string& place, int error);
-
     std::string mPlace;
-    std::string mExtension;
-    std::string mProblem;
+    uint32_t mFileFormat;
+    bool mCustom;
 };
 
 }  // namespace kvx_cli

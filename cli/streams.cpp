@@ -15,6 +15,13 @@ int64_t FrameCount(const imFileInfoRec8& video) {
     return video.videoSampleSize > 0 ? video.videoDuration / video.videoSampleSize : 0;
 }
 
+PixelAspect PixelAspectOf(const imFileInfoRec8& video) {
+    if (video.pixelAspectNumerator == 0 || video.pixelAspectDenominator == 0) {
+        return {};
+    }
+    return {video.pixelAspectNumerator, video.pixelAspectDenominator};
+}
+
 size_t SoundStreamCount(const std::vector<imFileInfoRec8>& streams) {
     size_t count = 0;
     while (count < streams.size() && streams[count].hasAudio != 0) {

@@ -156,6 +156,9 @@ TEST(EndToEndCommand, WrongUsageIsToldApart) {
          {"", "info", "frobnicate", "audio tracks/three-sounds.mov",
           "audio tracks/three-sounds.mov --stream -1 -o never-written.wav",
           "frames tracks/no-sound.mov --raw", "frames tracks/no-sound.mov -o -",
+          "frames tracks/no-sound.mov --depth 12 -o never-written",
+          "frames tracks/no-sound.mov --depth 8 --raw -o never-written",
+          "frames tracks/no-sound.mov --custom -o never-written",
           "frames tracks/no-sound.mov --raw --patience 0 -o -",
           "--module no/such/module.so info tracks/no-sound.mov"}) {
         const CommandRun run = RunCommand(arguments);

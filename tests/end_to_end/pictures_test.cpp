@@ -15,15 +15,22 @@
 
 #include "end_to_end/module_under_test.h"
 #include "end_to_end/real_movie.h"
+#include "end_to_end/run_command.h"
 #include "hostkit/clip.h"
 #include "hostkit/frame_cache.h"
 #include "hostkit/frame_source.h"
 #include "hostkit/pixel_buffers.h"
+#include "support/png_reader.h"
+#include "support/temp_directory.h"
 
 namespace {
 
 using kvx_hostkit::PixelBuffers;
 using kvx_hostkit::PixelBufferView;
+using kvx_test::CommandRun;
+using kvx_test::PngContents;
+using kvx_test::ReadPng;
+using kvx_test::RunCommand;
 
 constexpr int kBytesPerPixel = 4;  // B, G, R, A
 constexpr int kTolerance = 2;
@@ -123,6 +130,44 @@ TEST_P(EndToEndPictures, AreThoseThatFfmpegSees) {
     const int64_t many = int64_t{ours.width} * ours.height / 20;
     EXPECT_GT(Compare(UpsideDown(ours), theirs).different, many);
     EXPECT_GT(Compare(WithRedAndBlueExchanged(ours), theirs).different, many);
+}
+
+// What the command writes, too, at both depths.
+TEST_P(EndToEndPictures, AreThoseOfTheCommand) {
+    const std::string movie = "pictures/" + GetParam() + ".mov";
+    const kvx_test::TempDirectory folder;
+    for (const int depth : {8, 16}) {
+        const CommandRun run = RunCommand("frames " + movie + " --depth " + std::to_string(depth) +
+                                          " -o " + folder.Path());
+        ASSERT_EQ(run.exitCode, 0);
+        EXPECT_EQ(run.output, "");
+        const PngContents png = ReadPng(folder.File("000000.png"));
+        const Picture theirs =
+            FirstFrameOfFfmpeg(kvx_test::MediaPath(movie), png.width, png.height);
+        ASSERT_EQ(png.channels, 3);
+        ASSERT_EQ(png.depth, depth);
+        ASSERT_GT(png.width, 0);
+        ASSERT_EQ(theirs.bytes.size() / 4 * 3, png.samples.size() / static_cast<size_t>(depth / 8));
+        int worst = 0;
+        for (size_t sample = 0; sample < theirs.bytes.size() / 4 * 3; ++sample) {
+            // R, G, B beside B, G, R, A; of 16 bits the upper byte is nearly the level of 8.
+            const int ours = png.samples[sample * static_cast<size_t>(depth / 8)];
+            worst = std::max(worst, std::abs(ours - theirs.bytes[sample / 3 * 4 + 2 - sample % 3]));
+        }
+        EXPECT_LE(worst, kTolerance) << depth << " bits";
+    }
+}
+
+TEST(EndToEndPicturesShape, IsNotedInTheFile) {
+    const kvx_test::TempDirectory folder;
+    EXPECT_EQ(RunCommand("frames sizes/wide-pixels.mov --range 1:3 -o " + folder.Path()).exitCode,
+              0);
+    EXPECT_EQ(ReadPng(folder.File("000000.png")).width, 0);
+    const PngContents png = ReadPng(folder.File("000002.png"));
+    EXPECT_EQ(png.width, 720);
+    EXPECT_EQ(png.height, 576);
+    ASSERT_TRUE(png.hasAspect);
+    EXPECT_EQ(png.pixelsAcross * 16, png.pixelsDown * 15);
 }
 
 std::vector<std::string> Movies() {
