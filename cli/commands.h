@@ -30,5 +30,6 @@ void AddInfoCommand(CLI::App& app, const CommonOptions& common, Command& chosen)
 void AddTimecodeCommand(CLI::App& app, const CommonOptions& common, Command& chosen);
 void AddAudioCommand(CLI::App& app, const CommonOptions& common, Command& chosen);
 void AddFramesCommand(CLI::App& app, const CommonOptions& common, Command& chosen);
+void AddSheetCommand(CLI::App& app, const CommonOptions& common, Command& chosen);
 
 }  // namespace kvx_cli

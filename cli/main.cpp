@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
     AddTimecodeCommand(app, common, chosen);
     AddAudioCommand(app, common, chosen);
     AddFramesCommand(app, common, chosen);
+    AddSheetCommand(app, common, chosen);
 
     try {
         app.parse(argc, argv);

@@ -4,13 +4,13 @@
 # By what they are for; reached through their names in setup_packages.
 # shellcheck disable=SC2034
 setup_debian_build=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
-    nlohmann-json3-dev libpng-dev python3)
+    nlohmann-json3-dev libpng-dev libcairo2-dev pkg-config fonts-dejavu-core python3)
 setup_debian_sample=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good)
 setup_debian_tests=(ffmpeg quicktime-utils qemu-user)
 setup_debian_macos=(lld llvm zip ca-certificates)
 
 setup_brew_build=(cmake ninja googletest google-benchmark cli11 nlohmann-json libpng
-    python3)
+    cairo pkg-config python3)
 setup_brew_sample=(gstreamer)
 setup_brew_tests=(ffmpeg) # there is no libquicktime; its movies are left out there
 

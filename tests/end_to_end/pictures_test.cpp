@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -168,6 +169,27 @@ TEST(EndToEndPicturesShape, IsNotedInTheFile) {
     EXPECT_EQ(png.height, 576);
     ASSERT_TRUE(png.hasAspect);
     EXPECT_EQ(png.pixelsAcross * 16, png.pixelsDown * 15);
+}
+
+TEST(EndToEndPicturesSheet, HasRoomForThePicturesAndTheSound) {
+    const kvx_test::TempDirectory folder;
+    const std::string sheet = folder.File("sheet.png");
+    for (const char* movie :
+         {"tracks/three-sounds.mov", "tracks/no-sound.mov", "tracks/timecode.mov",
+          "sizes/wide-pixels.mov", "matrix/r210-u8-5.1-last.mov"}) {
+        const CommandRun run = RunCommand(std::string("sheet ") + movie +
+                                          " --columns 2 --rows 2 --width 800 -o " + sheet);
+        EXPECT_EQ(run.exitCode, 0) << movie;
+        EXPECT_EQ(run.output, "") << movie;
+        EXPECT_EQ(ReadPng(sheet).width, 800) << movie;
+        std::filesystem::remove(sheet);
+    }
+    const CommandRun onto =
+        RunCommand("sheet tracks/no-sound.mov -o ./tracks/../tracks/no-sound.mov");
+    EXPECT_EQ(onto.exitCode, 2);
+    EXPECT_EQ(RunCommand("sheet refused/no-video.mov -o " + sheet).exitCode, 1);
+    EXPECT_EQ(RunCommand("sheet tracks/no-sound.mov -o " + folder.File("none/sheet.png")).exitCode,
+              1);
 }
 
 std::vector<std::string> Movies() {

@@ -1,0 +1,92 @@
+#include "cli/contact_sheet.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "support/png_reader.h"
+#include "support/temp_directory.h"
+
+namespace {
+
+using kvx_cli::DrawSheet;
+using kvx_cli::Picture;
+using kvx_cli::SheetContents;
+using kvx_cli::SheetLayout;
+using kvx_cli::SpreadFrames;
+using kvx_test::PngContents;
+
+TEST(CliContactSheet, SpreadsFramesOverTheMovie) {
+    EXPECT_EQ(SpreadFrames(0, 12), std::vector<int64_t>());
+    EXPECT_EQ(SpreadFrames(3, 12), (std::vector<int64_t>{0, 1, 2}));
+    EXPECT_EQ(SpreadFrames(100, 1), (std::vector<int64_t>{50}));
+    EXPECT_EQ(SpreadFrames(100, 4), (std::vector<int64_t>{12, 37, 62, 87}));
+    EXPECT_EQ(SpreadFrames(10, 4), (std::vector<int64_t>{1, 3, 6, 8}));
+    for (const int64_t number : SpreadFrames(std::numeric_limits<int64_t>::max(), 12)) {
+        EXPECT_GE(number, 0);
+    }
+}
+
+Picture Filled(int width, int height, uint8_t red, uint8_t green, uint8_t blue) {
+    Picture picture = {width, height, 8, {}};
+    for (int pixel = 0; pixel < width * height; ++pixel) {
+        picture.bytes.insert(picture.bytes.end(), {red, green, blue});
+    }
+    return picture;
+}
+
+int CountOf(const PngContents& png, uint8_t red, uint8_t green, uint8_t blue) {
+    int count = 0;
+    for (size_t sample = 0; sample + 2 < png.samples.size(); sample += 3) {
+        count += png.samples[sample] == red && png.samples[sample + 1] == green &&
+                 png.samples[sample + 2] == blue;
+    }
+    return count;
+}
+
+// Three frames on two rows, pixels twice as wide as high, and a sound that fills its lane.
+TEST(CliContactSheet, ShowsEveryFrameInItsShapeAndTheSound) {
+    const kvx_test::TempDirectory directory;
+    const SheetLayout layout = {496, 2};  // two of 208 beside each other
+    SheetContents contents;
+    contents.title = "title";
+    contents.facts = "facts";
+    contents.aspect = {2, 1};
+    contents.frames = {{Filled(20, 10, 255, 0, 0), "a"},
+                       {Filled(20, 10, 0, 255, 0), "b"},
+                       {Filled(20, 10, 0, 0, 255), "c"}};
+    ASSERT_EQ(DrawSheet(directory.File("silent.png"), contents, layout), "");
+    const PngContents silent = kvx_test::ReadPng(directory.File("silent.png"));
+    EXPECT_EQ(silent.width, 496);
+    for (const auto& colour : {std::array<uint8_t, 3>{255, 0, 0}, {0, 255, 0}, {0, 0, 255}}) {
+        EXPECT_EQ(CountOf(silent, colour[0], colour[1], colour[2]), 208 * 52);
+    }
+
+    contents.sounds.emplace_back(1, 1000, kvx_cli::SheetSoundColumns(layout));
+    std::vector<float> loud(1000);
+    for (size_t frame = 0; frame < loud.size(); ++frame) {
+        loud[frame] = frame % 2 == 0 ? 1.0F : -1.0F;
+    }
+    const float* const planes[] = {loud.data()};
+    contents.sounds[0].Add(planes, loud.size());
+    ASSERT_EQ(DrawSheet(directory.File("loud.png"), contents, layout), "");
+    const PngContents withSound = kvx_test::ReadPng(directory.File("loud.png"));
+    EXPECT_EQ(withSound.width, 496);
+    EXPECT_GT(withSound.height, silent.height);
+    // The lane's middle, from the left edge to the right.
+    const size_t row = static_cast<size_t>(withSound.height) - 16 - 4 - 32;
+    const uint8_t* const middle = withSound.samples.data() + row * 496 * 3;
+    for (size_t x = 33; x < 496 - 33; ++x) {
+        ASSERT_GT(middle[x * 3 + 1], 150) << x;
+    }
+    EXPECT_LT(middle[20 * 3 + 1], 50);
+}
+
+TEST(CliContactSheet, TellsWhyItCannotWrite) {
+    const kvx_test::TempDirectory directory;
+    SheetContents contents;
+    EXPECT_EQ(DrawSheet(directory.File("none/sheet.png"), contents, {}),
+              "cannot write " + directory.File("none/sheet.png") + ": No such file or directory");
+}
+
+}  // namespace
