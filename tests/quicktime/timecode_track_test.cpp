@@ -172,6 +172,24 @@ TEST(TimeCodeTrack, SampleCutShortHasNoTimeCode) {
     }
 }
 
+TEST(TimeCodeTrack, OnlyTheFirstSampleCounts) {
+    MovieRecipe recipe;
+    TrackRecipe track = TimeCodeTrackRecipe(Counting(0, 25, 1, 25), 10);
+    track.durations = {{2, 1}};
+    track.chunkOffsets.clear();
+    track.PlaceSamples(kMediaOffset, 1, 100);
+    recipe.tracks.push_back(track);
+    const TempDirectory directory;
+    const std::string path = directory.File("samples.mov");
+    WriteMovieFile(path, BuildMoov(recipe),
+                   {{kMediaOffset, big32(1)}, {kMediaOffset + 104, big32(77)}});
+    const std::unique_ptr<Movie> movie(Movie::Create(path));
+    ASSERT_NE(movie, nullptr);
+    CTimeCode timeCode(KVX::Util::tcfNone);
+    ASSERT_TRUE(movie->mTimeCodeTracks.at(0)->GetFirstTimeCode(timeCode));
+    EXPECT_EQ(timeCode.ToString(false), "00:00:00:01");
+}
+
 TEST(TimeCodeTrack, FirstSampleIsFoundThroughTheEditList) {
     MovieRecipe recipe;
     TrackRecipe track = TimeCodeTrackRecipe(Counting(0, 25, 1, 25), 10);

@@ -123,6 +123,15 @@ TEST(SerialTimeCode, CountsAroundDroppedLabels) {
     EXPECT_EQ(Count(At(k5994Drop, 0, 10, 0, 0)), 35964);
 }
 
+// Two labels up to 30 frames a second, four above. No device has the rate between.
+TEST(SerialTimeCode, LabelsLeftOutAboveThirtyFrames) {
+    const TimeCode thirtyOne = {0, 1, 0, 4, 31000, 1000, 31, 1};
+    EXPECT_EQ(Count(thirtyOne), 31 * 60 + 4 - 4);
+    EXPECT_EQ(TextOfCount(thirtyOne, 1802), "00:00:58;08");
+    const TimeCode thirty = {0, 1, 0, 4, 30000, 1000, 30, 1};
+    EXPECT_EQ(Count(thirty), 30 * 60 + 4 - 2);
+}
+
 // At 60 frames a second the labels are those of the cycle of 30: four labels are dropped at each of
 // its minutes, which are half as long.
 TEST(SerialTimeCode, HighDropRatesCountTheCycleOfThirty) {
@@ -177,6 +186,10 @@ TEST(SerialTimeCode, NumbersOfAnySizeBecomeDigits) {
     EXPECT_EQ(TextOfNumbers(k25, 0, 0, 0, 1000), "00:00:40:00");
     EXPECT_EQ(TextOfNumbers(k25, 23, 59, 59, 25), "00:00:00:00");
     EXPECT_EQ(TextOfNumbers(k25, 0, 0, 0, UINT_MAX), "23:59:59:24");
+    // 2^32 - 1 is 15 in a day's hours, 255 in its minutes and 23295 in its seconds.
+    EXPECT_EQ(TextOfNumbers(k25, UINT_MAX, 0, 0, 0), "15:00:00:00");
+    EXPECT_EQ(TextOfNumbers(k25, 0, UINT_MAX, 0, 0), "04:15:00:00");
+    EXPECT_EQ(TextOfNumbers(k25, 0, 0, UINT_MAX, 0), "06:28:15:00");
     EXPECT_EQ(TextOfNumbers(k2997Drop, 0, 10, 0, 0), "00:10:00;00");
     // A label that drop-frame leaves out is not moved to its minute's first one here, but counted
     // down to the end of the minute before.
@@ -227,6 +240,15 @@ TEST(SerialTimeCode, FramesBetweenTakeTheSecondToTheRateOfTheFirst) {
     // The drop mode of the first holds for both.
     const TimeCode drop = At(k2997Drop, 0, 1, 0, 2);
     EXPECT_EQ(CalculateFramesBetweenTimecodes(&drop, &a), 1800 - 30);
+    // A rate that counts as many frames stays as it is, drop mode included.
+    const TimeCode minuteOfThirty = {0, 1, 0, 0, 30000, 1000, 30, 0};
+    EXPECT_EQ(CalculateFramesBetweenTimecodes(&minuteOfThirty, &drop), 0);
+    EXPECT_EQ(CalculateFramesBetweenTimecodes(&drop, &minuteOfThirty), 0);
+    // What is counted decides, not the time scale: a device's half of a high rate.
+    const TimeCode half = {0, 0, 0, 5, 60000, 1000, 30, 0};
+    const TimeCode sixty = At(k60, 0, 0, 0, 10);
+    EXPECT_EQ(CalculateFramesBetweenTimecodes(&sixty, &half), 0);
+    EXPECT_EQ(CalculateFramesBetweenTimecodes(&half, &sixty), 0);
     const TimeCode minuteOfSixty = At(k60, 0, 1, 0, 4);
     EXPECT_EQ(CalculateFramesBetweenTimecodes(&drop, &minuteOfSixty), 0);
 }

@@ -140,9 +140,11 @@ TEST(PrinterUtf16, TextIsCutAt1021Characters) {
 }
 
 TEST(PrinterBundleName, LastPartUpToTheExtension) {
+    const kvx_test::LogCapture log;
     EXPECT_STREQ(Printer::BundleName("/Library/Plug-ins/Name.bundle"), "Name");
     EXPECT_STREQ(Printer::BundleName("Name.bundle"), "Name");
     EXPECT_STREQ(Printer::BundleName("/Name.bundle/Contents"), "Contents");
+    EXPECT_STREQ(Printer::BundleName("/Name.bundle/Other.bundle"), "Other");
     EXPECT_STREQ(Printer::BundleName("/a/Name"), "Name");
     EXPECT_STREQ(Printer::BundleName("Name"), "Name");
     EXPECT_STREQ(Printer::BundleName("/a/One.bundle.bundle"), "One");
@@ -150,6 +152,7 @@ TEST(PrinterBundleName, LastPartUpToTheExtension) {
     EXPECT_STREQ(Printer::BundleName("/a/.bundle"), "");
     EXPECT_STREQ(Printer::BundleName("/a/Name.bundle/"), "");
     EXPECT_STREQ(Printer::BundleName(""), "");
+    EXPECT_EQ(log.Raw(), "");
 }
 
 TEST(PrinterBundleName, NameBeyondTheRingIsLeftWhereItIs) {
