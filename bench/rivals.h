@@ -20,4 +20,10 @@ AddRival AddLibyuv;
 AddRival AddZimg;
 AddRival AddLibswscale;
 
+// Audio: `kind` is libavcodec's name of the samples' form, without "pcm_". The samples outlive the
+// contender.
+void AddLibav(std::vector<Contender>& contenders, const char* kind,
+              const std::vector<char>& samples, unsigned channels,
+              const std::vector<float*>& planes);
+
 }  // namespace kvx_bench
