@@ -24,7 +24,7 @@ KVX_ALWAYS_INLINE RGBWords ArrangeRGBWords(const __m128i (&pixels)[4]) {
 
 template <typename Memory, int kPrefetchDistance>
 struct BGRA8uSource {
-    using Mean = WholeMean;
+    using Arithmetic = WideArithmetic;
     static constexpr int kBytesPerPixel = 4;
 
     static KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {
@@ -47,7 +47,7 @@ struct BGRA8uSource {
 
 template <typename Memory, int kPrefetchDistance>
 struct BGRA16uSource {
-    using Mean = TruncatedMean;
+    using Arithmetic = WideArithmetic;
     static constexpr int kBytesPerPixel = 8;
 
     static KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {
@@ -65,7 +65,7 @@ struct BGRA16uSource {
 
 template <typename Memory, int kPrefetchDistance, int kSecondPrefetchDistance>
 struct BGRA32fSource {
-    using Mean = TruncatedMean;
+    using Arithmetic = WideArithmetic;
     static constexpr int kBytesPerPixel = 16;
 
     static KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {

@@ -178,9 +178,9 @@ void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
 
 // r210 as a source of ConvertGroupsToYUV. The components keep their black at 64: studio RGB makes
 // studio YUV.
-template <typename Memory>
+template <typename Memory, typename SourceArithmetic>
 struct YUVSource {
-    using Mean = WholeMean;
+    using Arithmetic = SourceArithmetic;
     static constexpr int kBytesPerPixel = kSourceBytes;
 
     static KVX_ALWAYS_INLINE void PrefetchGroup(const char*) {}
@@ -211,9 +211,17 @@ long ConvertToV210(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                    int height, const TransformMatrix& matrix) {
     const RGBToYUVCoefficients coefficients(matrix);
     const ptrdiff_t groups = WholeSteps(width, kYUVGroupPixels) / kYUVGroupPixels;
-    WalkRows(src, srcRowBytes, dst, dstRowBytes, height, [&](const char* from, char* to) {
-        ConvertGroupsToYUV<YUVSource<Memory>, StudioV210Layout>(from, to, groups, coefficients);
-    });
+    const auto convertFrame = [&](auto arithmetic) {
+        using Source = YUVSource<Memory, decltype(arithmetic)>;
+        WalkRows(src, srcRowBytes, dst, dstRowBytes, height, [&](const char* from, char* to) {
+            ConvertGroupsToYUV<Source, StudioV210Layout>(from, to, groups, coefficients);
+        });
+    };
+    if (NarrowArithmetic::Fits(coefficients)) {
+        convertFrame(NarrowArithmetic());
+    } else {
+        convertFrame(WideArithmetic());
+    }
     return 0;
 }
 

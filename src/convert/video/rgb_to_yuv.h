@@ -34,7 +34,9 @@ struct RGBToYUVCoefficients {
           mCbFromBG(Pair(matrix, 5, 4)),
           mCbFromR(Single(matrix, 3)),
           mCrFromBG(Pair(matrix, 8, 7)),
-          mCrFromR(Single(matrix, 6)) {}
+          mCrFromR(Single(matrix, 6)),
+          mYFromRWords(_mm_or_si128(mYFromR, _mm_slli_epi32(mYFromR, 16))),
+          mCbCrFromRWords(_mm_or_si128(mCbFromR, _mm_slli_epi32(mCrFromR, 16))) {}
 
     __m128i mYFromBG;
     __m128i mYFromR;
@@ -42,6 +44,10 @@ struct RGBToYUVCoefficients {
     __m128i mCbFromR;
     __m128i mCrFromBG;
     __m128i mCrFromR;
+
+    // The same of R in every word, and of Cb and Cr in turn.
+    __m128i mYFromRWords;
+    __m128i mCbCrFromRWords;
 
   private:
     static int Fixed(const TransformMatrix& matrix, int index) {
@@ -70,69 +76,107 @@ struct YUVLevels {
     }
 };
 
-// The mean of words of up to 15 bits, truncated.
-struct TruncatedMean {
-    static KVX_ALWAYS_INLINE __m128i Of(__m128i a, __m128i b) {
+// How the words of a source are averaged and weighed. In all forms B with G and R are truncated
+// apart before they are added.
+
+// Words of up to 15 bits, and any matrix.
+struct WideArithmetic {
+    static KVX_ALWAYS_INLINE __m128i Mean(__m128i a, __m128i b) {
         return _mm_srli_epi16(_mm_add_epi16(a, b), 1);
+    }
+    static KVX_ALWAYS_INLINE __m128i PrepareR(__m128i r) { return r; }
+
+    static KVX_ALWAYS_INLINE __m128i LumaOfR(__m128i r, const RGBToYUVCoefficients& coefficients) {
+        const __m128i zero = _mm_setzero_si128();
+        const auto weigh = [&](__m128i words) {
+            return _mm_srli_epi32(_mm_madd_epi16(words, coefficients.mYFromR), 15);
+        };
+        return _mm_packs_epi32(weigh(_mm_unpacklo_epi16(r, zero)),
+                               weigh(_mm_unpackhi_epi16(r, zero)));
+    }
+
+    // From means of each pixel with the one to its left.
+    static KVX_ALWAYS_INLINE __m128i ChromaOfR(__m128i means,
+                                               const RGBToYUVCoefficients& coefficients) {
+        // R stands in the even words; what is in the odd ones meets a coefficient of 0.
+        const __m128i r = Mean(means, _mm_srli_epi32(means, 16));
+        return TakeTurns(
+            _mm_packs_epi32(_mm_srai_epi32(_mm_madd_epi16(r, coefficients.mCbFromR), 15),
+                            _mm_srai_epi32(_mm_madd_epi16(r, coefficients.mCrFromR), 15)));
+    }
+
+    // Four words of Cb and four of Cr to Cb and Cr in turn.
+    static KVX_ALWAYS_INLINE __m128i TakeTurns(__m128i chroma) {
+        return _mm_shuffle_epi8(
+            chroma, _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
     }
 };
 
-// The same in one step for words whose two lowest bits are clear: both means that the filter takes
-// are then whole.
-struct WholeMean {
-    static KVX_ALWAYS_INLINE __m128i Of(__m128i a, __m128i b) { return _mm_avg_epu16(a, b); }
+// Words of 14 bits whose two lowest bits are clear: both means that the filter takes are whole. A
+// product of R doubled is had shifted by 15, if it is not negative where it makes luma.
+struct NarrowArithmetic {
+    static bool Fits(const RGBToYUVCoefficients& coefficients) {
+        return _mm_extract_epi16(coefficients.mYFromR, 0) < 0x8000;
+    }
+
+    static KVX_ALWAYS_INLINE __m128i Mean(__m128i a, __m128i b) { return _mm_avg_epu16(a, b); }
+    static KVX_ALWAYS_INLINE __m128i PrepareR(__m128i r) { return _mm_add_epi16(r, r); }
+
+    static KVX_ALWAYS_INLINE __m128i LumaOfR(__m128i r, const RGBToYUVCoefficients& coefficients) {
+        return _mm_mulhi_epi16(r, coefficients.mYFromRWords);
+    }
+
+    static KVX_ALWAYS_INLINE __m128i ChromaOfR(__m128i means,
+                                               const RGBToYUVCoefficients& coefficients) {
+        const __m128i swapped = _mm_shuffle_epi8(
+            means, _mm_setr_epi8(2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13));
+        return _mm_mulhi_epi16(Mean(means, swapped), coefficients.mCbCrFromRWords);
+    }
 };
 
 // Luma of eight pixels and chroma of the even ones among them. Keeps the pixel to the left of the
 // next eight.
-template <typename Mean, typename Levels>
+template <typename Arithmetic, typename Levels>
 class RGBToYUV {
   public:
     // `first` holds the pixel that a run begins with: it is its own left neighbour.
     RGBToYUV(const RGBToYUVCoefficients& coefficients, const RGBWords& first)
         : mCoefficients(coefficients),
           mLeftBG(_mm_shuffle_epi32(first.mBG[0], 0)),
-          mLeftR(_mm_shuffle_epi32(_mm_shufflelo_epi16(first.mR, 0), 0)) {}
+          mLeftR(_mm_shuffle_epi32(_mm_shufflelo_epi16(Arithmetic::PrepareR(first.mR), 0), 0)) {}
 
     KVX_ALWAYS_INLINE YUVWords Convert(const RGBWords& rgb) {
-        return {Levels::Luma(LumaSum(rgb)), Levels::Chroma(ChromaSum(rgb))};
+        const __m128i r = Arithmetic::PrepareR(rgb.mR);
+        return {Levels::Luma(_mm_add_epi16(LumaOfBG(rgb), Arithmetic::LumaOfR(r, mCoefficients))),
+                Levels::Chroma(_mm_add_epi16(ChromaOfBG(rgb), ChromaOfR(r)))};
     }
 
   private:
-    // B with G and R are truncated apart before they are added.
-    KVX_ALWAYS_INLINE __m128i LumaSum(const RGBWords& rgb) const {
-        const __m128i zero = _mm_setzero_si128();
-        const __m128i fromBG =
-            _mm_packs_epi32(_mm_srli_epi32(_mm_madd_epi16(rgb.mBG[0], mCoefficients.mYFromBG), 15),
-                            _mm_srli_epi32(_mm_madd_epi16(rgb.mBG[1], mCoefficients.mYFromBG), 15));
-        const __m128i fromR = _mm_packs_epi32(
-            _mm_srli_epi32(_mm_madd_epi16(_mm_unpacklo_epi16(rgb.mR, zero), mCoefficients.mYFromR),
-                           15),
-            _mm_srli_epi32(_mm_madd_epi16(_mm_unpackhi_epi16(rgb.mR, zero), mCoefficients.mYFromR),
-                           15));
-        return _mm_add_epi16(fromBG, fromR);
+    KVX_ALWAYS_INLINE __m128i LumaOfBG(const RGBWords& rgb) const {
+        const auto weigh = [this](__m128i bg) {
+            return _mm_srli_epi32(_mm_madd_epi16(bg, mCoefficients.mYFromBG), 15);
+        };
+        return _mm_packs_epi32(weigh(rgb.mBG[0]), weigh(rgb.mBG[1]));
     }
 
-    KVX_ALWAYS_INLINE __m128i ChromaSum(const RGBWords& rgb) {
-        // Means of each pixel with the one to its left, then of an even one with the next.
-        const __m128i means0 = Mean::Of(_mm_alignr_epi8(rgb.mBG[0], mLeftBG, 12), rgb.mBG[0]);
-        const __m128i means1 = Mean::Of(_mm_alignr_epi8(rgb.mBG[1], rgb.mBG[0], 12), rgb.mBG[1]);
-        const __m128i bg =
-            Mean::Of(TakeDwords<0, 2>(means0, means1), TakeDwords<1, 3>(means0, means1));
-        const __m128i meansR = Mean::Of(_mm_alignr_epi8(rgb.mR, mLeftR, 14), rgb.mR);
-        const __m128i r = Mean::Of(meansR, _mm_srli_epi32(meansR, 16));
+    // Means of each pixel with the one to its left, then of an even one with the next.
+    KVX_ALWAYS_INLINE __m128i ChromaOfBG(const RGBWords& rgb) {
+        const __m128i means0 =
+            Arithmetic::Mean(_mm_alignr_epi8(rgb.mBG[0], mLeftBG, 12), rgb.mBG[0]);
+        const __m128i means1 =
+            Arithmetic::Mean(_mm_alignr_epi8(rgb.mBG[1], rgb.mBG[0], 12), rgb.mBG[1]);
         mLeftBG = rgb.mBG[1];
-        mLeftR = rgb.mR;
-
-        // R stands in the even words; what is in the odd ones meets a coefficient of 0.
-        const __m128i fromBG =
+        const __m128i bg =
+            Arithmetic::Mean(TakeDwords<0, 2>(means0, means1), TakeDwords<1, 3>(means0, means1));
+        return WideArithmetic::TakeTurns(
             _mm_packs_epi32(_mm_srai_epi32(_mm_madd_epi16(bg, mCoefficients.mCbFromBG), 15),
-                            _mm_srai_epi32(_mm_madd_epi16(bg, mCoefficients.mCrFromBG), 15));
-        const __m128i fromR =
-            _mm_packs_epi32(_mm_srai_epi32(_mm_madd_epi16(r, mCoefficients.mCbFromR), 15),
-                            _mm_srai_epi32(_mm_madd_epi16(r, mCoefficients.mCrFromR), 15));
-        const __m128i planes = _mm_add_epi16(fromBG, fromR);
-        return _mm_unpacklo_epi16(planes, _mm_unpackhi_epi64(planes, planes));
+                            _mm_srai_epi32(_mm_madd_epi16(bg, mCoefficients.mCrFromBG), 15)));
+    }
+
+    KVX_ALWAYS_INLINE __m128i ChromaOfR(__m128i r) {
+        const __m128i means = Arithmetic::Mean(_mm_alignr_epi8(r, mLeftR, 14), r);
+        mLeftR = r;
+        return Arithmetic::ChromaOfR(means, mCoefficients);
     }
 
     template <int kFirst, int kSecond>
@@ -147,23 +191,24 @@ class RGBToYUV {
 };
 
 // Converts a run of whole groups. Source gives kBytesPerPixel, LoadEight, PrefetchGroup and its
-// Mean; Layout gives its Levels, kGroupBytes and StoreGroup.
+// Arithmetic; Layout gives its Levels, kGroupBytes and StoreGroup.
 template <typename Source, typename Layout>
 KVX_ALWAYS_INLINE void ConvertGroupsToYUV(const char* src, char* dst, ptrdiff_t groups,
                                           const RGBToYUVCoefficients& coefficients) {
     if (groups < 1) {
         return;
     }
-    RGBToYUV<typename Source::Mean, typename Layout::Levels> stage(coefficients,
-                                                                   Source::LoadEight(src));
+    constexpr ptrdiff_t kEightBytes = 8 * Source::kBytesPerPixel;
+    RGBToYUV<typename Source::Arithmetic, typename Layout::Levels> stage(coefficients,
+                                                                         Source::LoadEight(src));
     for (ptrdiff_t group = 0; group < groups; ++group) {
         Source::PrefetchGroup(src);
-        YUVWords yuv[kYUVGroupEights];
-        for (int eight = 0; eight < kYUVGroupEights; ++eight) {
-            yuv[eight] = stage.Convert(Source::LoadEight(src));
-            src += 8 * Source::kBytesPerPixel;
-        }
+        const YUVWords yuv[kYUVGroupEights] = {
+            stage.Convert(Source::LoadEight(src)),
+            stage.Convert(Source::LoadEight(src + kEightBytes)),
+            stage.Convert(Source::LoadEight(src + 2 * kEightBytes))};
         Layout::StoreGroup(dst, yuv);
+        src += kYUVGroupEights * kEightBytes;
         dst += Layout::kGroupBytes;
     }
 }
