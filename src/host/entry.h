@@ -32,10 +32,10 @@ KVX_EXPORT long xImportEntry(int selector, imStdParms* stdParms, long param1, lo
 KVX_EXPORT long AsyncImportEntry(int selector, void* record);
 
 // Decides whether a file is imported at all: one video track of a supported format, and audio
-// tracks, if any, of one sample type. Stores 1 or 0 in `*playable`. `movie` and `sampleType` may be
-// null; a playable movie goes to `*movie`, to be deleted by the caller, and the audio sample type
-// (-1 without audio) to `*sampleType`. Answers 0, 22 for a null `pathRef` or `playable`, or 12 if
-// the file cannot be read as a movie.
+// tracks, if any, of one sample type. Stores 1 or 0 in `*playable`. A playable movie goes to
+// `*movie`, to be deleted by the caller, and with it the audio sample type (-1 without audio) to
+// `*sampleType`. Both may be null: without a place for the movie there is no type either. Answers
+// 0, 22 for a null `pathRef` or `playable`, or 12 if the file cannot be read as a movie.
 KVX_EXPORT long xMoviePlayable(CFStringRef pathRef, int* playable, KVX::QT::Movie** movie,
                                int* sampleType);
 }
