@@ -61,12 +61,12 @@ INSTANTIATE_TEST_SUITE_P(
     All, EndToEndCommandGolden,
     testing::Values("info_v210", "info_2vuy_r210", "info_three_sounds", "info_no_sound",
                     "info_rates", "info_timecode", "info_json", "timecode", "timecode_none",
-                    "not_a_movie", "url_handler", "h264", "empty_file", "folder", "device",
-                    "missing_file", "no_video", "two_videos", "mixed_sounds", "bitmap_layout",
-                    "cut_off", "some_importable", "log", "audio_no_sound", "audio_not_importable",
-                    "audio_four_channels", "audio_stream_too_high", "audio_onto_the_movie",
-                    "audio_no_such_folder", "frames_not_importable", "frames_range_too_high",
-                    "frames_range_of_another_form"),
+                    "not_a_movie", "url_handler", "h264", "mp4", "unfinished", "empty_file",
+                    "folder", "device", "missing_file", "no_video", "two_videos", "mixed_sounds",
+                    "bitmap_layout", "cut_off", "some_importable", "log", "audio_no_sound",
+                    "audio_not_importable", "audio_four_channels", "audio_stream_too_high",
+                    "audio_onto_the_movie", "audio_no_such_folder", "frames_not_importable",
+                    "frames_range_too_high", "frames_range_of_another_form"),
     [](const auto& info) { return info.param; });
 
 uint32_t Number(const std::string& bytes, size_t offset) {

@@ -21,6 +21,7 @@ PICTURES = {
 }
 MPEG_5_1_TAGS = {"A": 0x00790006, "B": 0x007A0006, "C": 0x007B0006, "D": 0x007C0006}
 NO_MOVIE = "Lorem ipsum dolor sit amet, consectetur adipiscing elit.\n"
+UNFINISHED = "\0\0\0\x10mdatabcdefgh"  # as of a recording that was broken off
 HOLE = 9 << 29  # 4.5 GiB: what lies beyond needs 64-bit offsets
 
 
@@ -292,9 +293,13 @@ def refused():
     yield refuse("mixed-sounds", picture(), noise("stereo"), noise("stereo"), "-map", "0",
                  "-map", "1", "-map", "2", v210, "-c:a:0", "pcm_s16le", "-c:a:1",
                  "pcm_s24le")
-    yield Recipe("refused, no encoder's", [], {"refused/empty.mov": ("write", None, ""),
-                                               "refused/not-a-movie.mov": ("write", None, NO_MOVIE)},
-                 measured=False)
+    yield Recipe("refused mp4", [ffmpeg(picture(), noise("stereo"), "-c:v", "libx264",
+                                        "-c:a", "aac", "raw.mp4")],
+                 {"refused/h264.mp4": ("keep", "raw.mp4")}, measured=False)
+    yield Recipe("refused, no encoder's", [],
+                 {"refused/empty.mov": ("write", None, ""),
+                  "refused/not-a-movie.mov": ("write", None, NO_MOVIE),
+                  "refused/unfinished.mov": ("write", None, UNFINISHED)}, measured=False)
     yield refuse("cut-off", picture(), v210, edit=("cut", 10000))
     for kind in ("s24le", "s32be", "f32le", "f64be"):
         yield refuse(f"bitmap-layout-{kind}", picture(), noise("5.1 back"), v210,
