@@ -1,6 +1,7 @@
 #include "cli/contact_sheet.h"
 
 #include <cairo.h>
+#include <fontconfig/fontconfig.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -78,6 +79,20 @@ Surface SurfaceOf(const Picture& picture) {
     cairo_surface_mark_dirty(surface.get());
     return surface;
 }
+
+// Fonts are found once for a process and kept until it ends; a process that goes on gets the memory
+// back. Declare before everything of cairo's.
+class Fonts {
+  public:
+    Fonts() = default;
+    ~Fonts() {
+        cairo_debug_reset_static_data();
+        FcFini();
+    }
+
+    Fonts(const Fonts&) = delete;
+    Fonts& operator=(const Fonts&) = delete;
+};
 
 // Where everything is.
 class Plan {
@@ -181,6 +196,7 @@ std::vector<int64_t> SpreadFrames(int64_t count, int64_t room) {
 
 std::string DrawSheet(const std::string& path, const SheetContents& contents,
                       const SheetLayout& layout) {
+    const Fonts fonts;
     const Plan plan(contents, layout);
     int lanes = 0;
     for (const Waveform& sound : contents.sounds) {
