@@ -108,9 +108,9 @@ TEST_F(AsyncModule, AcquiresItsSuitesOnceEachAndReleasesNone) {
 
 TEST_F(AsyncModule, IsNotMadeWithoutAllSuites) {
     OpenMovie(MovieOfPicture(kPageUYVY, 3));
-    for (const char* name : {"Premiere PPix Cache Suite", "Premiere PPix Creator Suite",
-                             "Premiere PPix Creator 2 Suite", "Premiere PPix Suite",
-                             "Premiere Legacy Suite"}) {
+    for (const char* name :
+         {"Premiere PPix Cache Suite", "Premiere PPix Creator Suite",
+          "Premiere PPix Creator 2 Suite", "Premiere PPix Suite", "Premiere Legacy Suite"}) {
         host.FailAcquisition(name, 13);
         LogCapture log;
         EXPECT_EQ(AsyncImportModule::Create(1, Host::BasicSuite(), track), nullptr);
@@ -213,9 +213,9 @@ struct Row {
 
 // Every format by its characters, with the sources that it is accepted for.
 TEST_F(AsyncModule, AcceptsFormatsBySource) {
-    const std::vector<const char*> compressed = {
-        "dv1n", "dv1p", "dv5n", "dv5p", "dvc ", "dvcp", "dvh5", "dvh6", "dvhp",
-        "dvhq", "dvpp", "dvsd", "pvsd", "apch", "apcn", "apco", "apcs", "jpeg"};
+    const std::vector<const char*> compressed = {"dv1n", "dv1p", "dv5n", "dv5p", "dvc ", "dvcp",
+                                                 "dvh5", "dvh6", "dvhp", "dvhq", "dvpp", "dvsd",
+                                                 "pvsd", "apch", "apcn", "apco", "apcs", "jpeg"};
     const std::vector<const char*> others = {"ap4h", "avc1", "mjpa", "V210", "2vuY", "\0\0\0\0"};
     std::vector<const char*> yuv = compressed;
     yuv.insert(yuv.end(), {"2vuy", "2Vuy"});
@@ -224,11 +224,10 @@ TEST_F(AsyncModule, AcceptsFormatsBySource) {
     all.insert(all.end(), others.begin(), others.end());
 
     const std::vector<Row> rows = {
-        {"v210", {"v210"}}, {"v211", {"v210"}}, {"RGB1", {"r210"}}, {"uyv7", yuv},
-        {"uyvy", yuv},      {"_KCP", all},      {"BGra", all},      {"Bgra", all},
-        {"bgra", all},      {"BGrx", all},      {"bgrx", {}},       {"Bgrx", {}},
-        {"argb", {}},       {"ARGB", {}},       {"yuvy", {}},       {"vuya", {}},
-        {"_KCQ", {}},
+        {"v210", {"v210"}}, {"v211", {"v210"}}, {"RGB1", {"r210"}}, {"uyv7", yuv}, {"uyvy", yuv},
+        {"_KCP", all},      {"BGra", all},      {"Bgra", all},      {"bgra", all}, {"BGrx", all},
+        {"bgrx", {}},       {"Bgrx", {}},       {"argb", {}},       {"ARGB", {}},  {"yuvy", {}},
+        {"vuya", {}},       {"_KCQ", {}},
     };
     OpenMovie(MovieOfPicture(kPageUYVY, 1));
     const LogCapture log;
@@ -238,7 +237,8 @@ TEST_F(AsyncModule, AcceptsFormatsBySource) {
             track->mFormat = Source(source);
             const bool accepted =
                 std::find(row.sources.begin(), row.sources.end(), source) != row.sources.end();
-            EXPECT_EQ(Choice({format}, accepted ? 0 : 22), accepted ? format : 0)
+            EXPECT_EQ(Choice({format}, accepted ? 0 : 22),
+                      accepted ? format : PrPixelFormat_Invalid)
                 << row.host << " " << source;
         }
     }
@@ -265,13 +265,13 @@ TEST_F(AsyncModule, TellsThatNoFormatServes) {
             EXPECT_EQ(Choice(formats, 22), PrPixelFormat_Invalid);
             EXPECT_EQ(log.Text(),
                       "ChooseDestinationFormat: Failed to pick a destination pixel format for "
-                      "source format 'r210'\n");
+                      "source format kvxFormat10BitRGB\n");
         }
         LogCapture log;
         EXPECT_EQ(Initiate(0, formats), 22);
         EXPECT_EQ(log.Text(),
                   "ChooseDestinationFormat: Failed to pick a destination pixel format for source "
-                  "format 'r210'\n"
+                  "format kvxFormat10BitRGB\n"
                   "InitiateAsyncRead: ChooseDestinationFormat returned 22\n");
     }
     EXPECT_EQ(buffers.CreatedCount(), 0);
@@ -356,9 +356,8 @@ TEST_F(AsyncModule, AsksTheCacheAsItWantsToBeAsked) {
     module->mCacheSuite = &suite;
     module->mImporterID = 0x200000009;
     PPixHand ppix = nullptr;
-    imSourceVideoRec record =
-        Record(2 * module->mTicksPerFrame, {PrPixelFormat_RGB_444_10u, kKVXCustomPixelFormat},
-               &ppix);
+    imSourceVideoRec record = Record(2 * module->mTicksPerFrame,
+                                     {PrPixelFormat_RGB_444_10u, kKVXCustomPixelFormat}, &ppix);
     const LogCapture log;
     EXPECT_EQ(module->GetFrame(&record), 5);
     EXPECT_EQ(sLookUp, (std::vector<long>{9, 0, 2, 2, reinterpret_cast<long>(mFormats.data()),
@@ -368,8 +367,8 @@ TEST_F(AsyncModule, AsksTheCacheAsItWantsToBeAsked) {
     EXPECT_EQ(module->InitiateAsyncRead(&record), 22);
     EXPECT_NE(sLookUp[5], reinterpret_cast<long>(&ppix)) << "a request leaves the place alone";
     sLookUp[5] = 0;
-    EXPECT_EQ(sLookUp, (std::vector<long>{9, 0, 1, 1, reinterpret_cast<long>(mFormats.data()), 0,
-                                          0, 0}));
+    EXPECT_EQ(sLookUp,
+              (std::vector<long>{9, 0, 1, 1, reinterpret_cast<long>(mFormats.data()), 0, 0, 0}));
     module->mCacheSuite = real;
 }
 
@@ -396,8 +395,7 @@ TEST_F(AsyncModule, AnySingleCallOfTheHostMayFail) {
                         faults->FailAt(call, nth, -4, fromThenOn);
                     }
                     for (int frame = 0; frame < 4; ++frame) {
-                        const long status =
-                            Initiate(frame * module->mTicksPerFrame, {road.format});
+                        const long status = Initiate(frame * module->mTicksPerFrame, {road.format});
                         EXPECT_TRUE(status == 0 || status == -4) << status;
                     }
                     buffers.faults.Clear();
@@ -407,8 +405,7 @@ TEST_F(AsyncModule, AnySingleCallOfTheHostMayFail) {
                     })) << call;
                     cache.faults.Clear();
                     cache.Forget();
-                    EXPECT_TRUE(
-                        kvx_test::Eventually([this] { return buffers.LiveCount() == 0; }));
+                    EXPECT_TRUE(kvx_test::Eventually([this] { return buffers.LiveCount() == 0; }));
                 }
             }
         }

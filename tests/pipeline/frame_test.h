@@ -37,18 +37,20 @@ inline MovieRecipe MovieOfPicture(const Picture& picture, int frames,
                                      picture.frameSize, frames, 24000, 1000, offset)});
 }
 
-// A movie that is open, and frames made of it. At the end every buffer must have been given back,
-// with the bytes around its pixels untouched.
+// Movies that are open, and frames made of the one opened last. At the end every buffer must have
+// been given back, with the bytes around its pixels untouched.
 class FrameTest : public HostTest {
   protected:
     void OpenMovie(const MovieRecipe& recipe, const MovieFileLayout& layout = {}) {
         movies.push_back(WriteMovie(directory, recipe, layout,
                                     "movie" + std::to_string(movies.size()) + ".mov"));
-        clip = std::make_unique<kvx_hostkit::Clip>(importer, movies.back());
+        clips.push_back(std::make_unique<kvx_hostkit::Clip>(importer, movies.back()));
+        clip = clips.back().get();
         ASSERT_EQ(clip->Open(), 0);
         track = ModuleOf(*clip)->mMovie->mVideoTracks.at(0);
-        module.reset(KVX::AsyncImportModule::Create(clip->ImporterID(),
-                                                    kvx_hostkit::Host::BasicSuite(), track));
+        modules.emplace_back(KVX::AsyncImportModule::Create(
+            clip->ImporterID(), kvx_hostkit::Host::BasicSuite(), track));
+        module = modules.back().get();
         ASSERT_NE(module, nullptr);
     }
 
@@ -102,9 +104,11 @@ class FrameTest : public HostTest {
     kvx_hostkit::PixelBuffers buffers{host};
     kvx_hostkit::FrameCache cache{host};
     std::vector<std::string> movies;
-    std::unique_ptr<kvx_hostkit::Clip> clip;
+    std::vector<std::unique_ptr<kvx_hostkit::Clip>> clips;
+    std::vector<std::unique_ptr<KVX::AsyncImportModule>> modules;
+    kvx_hostkit::Clip* clip = nullptr;
     KVX::QT::VideoTrack* track = nullptr;
-    std::unique_ptr<KVX::AsyncImportModule> module;
+    KVX::AsyncImportModule* module = nullptr;
 };
 
 }  // namespace kvx_test

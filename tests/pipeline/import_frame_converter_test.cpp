@@ -92,10 +92,10 @@ class ImportFrameConverterTest : public testing::Test {
     // A frame whose bytes have been read: `kSize` of them, to be copied. Of its references one is
     // the maker's, which goes with the end of its road, and one the test's.
     Reference<ImportFrame> ReadFrame(long index, bool copies = true) {
-        auto* frame = new ImportFrame(1, &mTrack, nullptr,
-                                      copies ? PrPixelFormat_UYVY_422_8u_601
-                                             : PrPixelFormat_BGRX_4444_32f,
-                                      index, 0, &sCacheSuite, nullptr, nullptr, &sPPixSuite);
+        auto* frame =
+            new ImportFrame(1, &mTrack, nullptr,
+                            copies ? PrPixelFormat_UYVY_422_8u_601 : PrPixelFormat_BGRX_4444_32f,
+                            index, 0, &sCacheSuite, nullptr, nullptr, &sPPixSuite);
         EXPECT_EQ(frame->Init(), 0);
         EXPECT_EQ(ReadRequest::Create(1000, kSize, 0, kSize, nullptr, nullptr, nullptr, 0,
                                       frame->mReadRequest),
