@@ -32,6 +32,9 @@ class Lock {
     Lock(Lockable* lockable, long* result);
     virtual ~Lock();
 
+    // Leaves the Lockable as it is at the end: the lock has been lost meanwhile.
+    void Forget() { mHeld = false; }
+
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
 

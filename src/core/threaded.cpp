@@ -9,6 +9,12 @@
 
 namespace KVX::Core {
 
+namespace {
+
+thread_local bool sLeavesPool = false;
+
+}  // namespace
+
 Threaded::~Threaded() {
     if (mCondInitialised) {
         StopAll();
@@ -87,7 +93,16 @@ void Threaded::RunThread() {
             return;
         }
         RunThreadPass(work);
+        if (sLeavesPool) {
+            sLeavesPool = false;
+            lock.Forget();
+            return;
+        }
     }
+}
+
+void Threaded::LeavePool() {
+    sLeavesPool = true;
 }
 
 long Threaded::WakeOne() {

@@ -51,6 +51,11 @@ class Threaded : public Lockable {
 
     int mThreadCount = 0;  // started and neither joined nor detached
 
+  protected:
+    // For a pass that could not take the lock again, before it returns: its thread then ends
+    // without looking at the pool, as one does that cannot take the lock at its start.
+    static void LeavePool();
+
   private:
     bool IsReady(const char* function) const;
 

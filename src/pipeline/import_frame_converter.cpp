@@ -1,7 +1,6 @@
 #include "pipeline/import_frame_converter.h"
 
 #include <cstdint>
-#include <new>
 
 #include "core/log.h"
 #include "core/status.h"
@@ -12,41 +11,7 @@ namespace KVX {
 
 using Core::Failed;
 
-pthread_once_t ImportFrameConverter::sOnce = PTHREAD_ONCE_INIT;
-ImportFrameConverter* ImportFrameConverter::sInstance = nullptr;
-long ImportFrameConverter::sError = 0;
-
-long ImportFrameConverter::GetInstance(ImportFrameConverter*& out) {
-    out = nullptr;
-    const long status = pthread_once(&sOnce, &ImportFrameConverter::Once);
-    if (Failed(status, "pthread_once")) {
-        return status;
-    }
-    if (Failed(sError, "Once()")) {
-        return sError;
-    }
-    out = sInstance;
-    return 0;
-}
-
-void ImportFrameConverter::Once() {
-    // The queue takes memory of its own when it is made. Nothing may be thrown through the
-    // once-call.
-    try {
-        sInstance = new (std::nothrow) ImportFrameConverter;
-    } catch (const std::bad_alloc&) {
-        sInstance = nullptr;
-    }
-    if (sInstance == nullptr) {
-        sError = Core::kStatusNoMemory;
-        return;
-    }
-    sError = sInstance->Init();
-    if (sError != 0) {
-        delete sInstance;
-        sInstance = nullptr;
-    }
-}
+template class WorkerPool<ImportFrameConverter, ImportFrame>;
 
 long ImportFrameConverter::Init() {
     int32_t processors = 0;
@@ -60,20 +25,7 @@ long ImportFrameConverter::Init() {
 }
 
 ImportFrameConverter::~ImportFrameConverter() {
-    if (!mInitialised) {
-        return;
-    }
-    {
-        Core::Lock lock(this);
-        for (ImportFrame* frame : mQueue) {
-            frame->Release();
-        }
-        mQueue.clear();
-    }
-    // Threads may be running that still call this class's work functions.
-    if (mThreadCount > 0) {
-        StopAll();
-    }
+    End();
 }
 
 long ImportFrameConverter::AddFrame(ImportFrame* frame) {
@@ -83,12 +35,9 @@ long ImportFrameConverter::AddFrame(ImportFrame* frame) {
         if (Failed(status, "Lock")) {
             return status;
         }
-        frame->Retain();
-        try {
-            mQueue.push_back(frame);
-        } catch (const std::bad_alloc&) {
-            frame->Release();
-            return Core::kStatusNoMemory;
+        status = Push(frame);
+        if (status != 0) {
+            return status;
         }
         status = WakeOne();
         Failed(status, "WakeOne");
@@ -105,14 +54,34 @@ void* ImportFrameConverter::WorkToDo() {
     return frame;
 }
 
+namespace {
+
+// Nothing is thrown through a thread, whatever the conversion or the host does: the frame still
+// reaches the end of its road.
+long Convert(ImportFrame* frame) {
+    try {
+        return frame->Convert();
+    } catch (...) {
+        frame->ConvertCompleted(Core::kStatusNoMemory);
+        return Core::kStatusNoMemory;
+    }
+}
+
+}  // namespace
+
 void ImportFrameConverter::RunThreadPass(void* work) {
     auto* frame = static_cast<ImportFrame*>(work);
+    long lockStatus = 0;
+    bool unlocked = false;
     {
-        long unlocked = 0;
-        Core::Unlock unlock(this, &unlocked);
-        if (!Failed(unlocked, "Unlock")) {
-            Failed(frame->Convert(), "ImportFrame::Convert");
+        Core::Unlock unlock(this, &lockStatus);
+        unlocked = !Failed(lockStatus, "Unlock");
+        if (unlocked) {
+            Failed(Convert(frame), "ImportFrame::Convert");
         }
+    }
+    if (unlocked && lockStatus != 0) {
+        LeavePool();
     }
     frame->Release();
 }

@@ -1,10 +1,6 @@
 #pragma once
 
-#include <pthread.h>
-
-#include <deque>
-
-#include "core/threaded.h"
+#include "pipeline/worker_pool.h"
 
 namespace KVX {
 
@@ -16,12 +12,9 @@ class ImportFrame;
 // the first GetInstance; lives until the process ends.
 //
 // While the pool's lock is held nothing else is taken but what a frame's destructor does.
-class ImportFrameConverter : public Core::Threaded {
+class ImportFrameConverter : public WorkerPool<ImportFrameConverter, ImportFrame> {
   public:
     ~ImportFrameConverter() override;
-
-    // The one converter. A failed start is final: every call answers its status.
-    static long GetInstance(ImportFrameConverter*& out);
 
     using Core::Threaded::Init;
     long Init();
@@ -32,14 +25,8 @@ class ImportFrameConverter : public Core::Threaded {
 
     void* WorkToDo() override;
     void RunThreadPass(void* work) override;
-
-    static void Once();
-
-    static pthread_once_t sOnce;
-    static ImportFrameConverter* sInstance;
-    static long sError;
-
-    std::deque<ImportFrame*> mQueue;  // one reference each; guarded by the pool's lock
 };
+
+extern template class WorkerPool<ImportFrameConverter, ImportFrame>;
 
 }  // namespace KVX

@@ -1,7 +1,6 @@
 #include "pipeline/read_controller.h"
 
 #include <algorithm>
-#include <new>
 
 #include "core/log.h"
 #include "core/status.h"
@@ -17,61 +16,14 @@ constexpr int kReadThreadCount = 8;
 
 }  // namespace
 
-pthread_once_t ReadController::sOnce = PTHREAD_ONCE_INIT;
-ReadController* ReadController::sInstance = nullptr;
-long ReadController::sError = 0;
-
-long ReadController::GetInstance(ReadController*& out) {
-    out = nullptr;
-    const long status = pthread_once(&sOnce, &ReadController::Once);
-    if (Failed(status, "pthread_once")) {
-        return status;
-    }
-    if (Failed(sError, "Once()")) {
-        return sError;
-    }
-    out = sInstance;
-    return 0;
-}
-
-void ReadController::Once() {
-    // The queue takes memory of its own when it is made. Nothing may be thrown through the
-    // once-call.
-    try {
-        sInstance = new (std::nothrow) ReadController;
-    } catch (const std::bad_alloc&) {
-        sInstance = nullptr;
-    }
-    if (sInstance == nullptr) {
-        sError = Core::kStatusNoMemory;
-        return;
-    }
-    sError = sInstance->Init();
-    if (sError != 0) {
-        delete sInstance;
-        sInstance = nullptr;
-    }
-}
+template class WorkerPool<ReadController, ReadRequest>;
 
 long ReadController::Init() {
     return Core::Threaded::Init(kReadThreadCount);
 }
 
 ReadController::~ReadController() {
-    if (!mInitialised) {
-        return;
-    }
-    {
-        Core::Lock lock(this);
-        for (ReadRequest* request : mQueue) {
-            request->Release();
-        }
-        mQueue.clear();
-    }
-    // Threads may be running that still call this class's work functions.
-    if (mThreadCount > 0) {
-        StopAll();
-    }
+    End();
 }
 
 long ReadController::AddRequest(ReadRequest* request) {
@@ -81,12 +33,9 @@ long ReadController::AddRequest(ReadRequest* request) {
         if (Failed(status, "Lock")) {
             return status;
         }
-        request->Retain();
-        try {
-            mQueue.push_back(request);
-        } catch (const std::bad_alloc&) {
-            request->Release();
-            return Core::kStatusNoMemory;
+        status = Push(request);
+        if (status != 0) {
+            return status;
         }
         request->mQueued = true;
         // All threads, since one request can feed them all.
@@ -139,21 +88,42 @@ void* ReadController::WorkToDo() {
     return nullptr;
 }
 
+namespace {
+
+// The frame's road may end in here, and what the host does there is its own: nothing is thrown
+// through a thread.
+long Execute(ReadTicket* ticket) {
+    ReadRequest* request = ticket->mRequest;
+    try {
+        return request->ExecuteReadTicket(ticket);
+    } catch (...) {
+        Failed(request->MarkComplete(Core::kStatusNoMemory, nullptr), "MarkComplete");
+        return Core::kStatusNoMemory;
+    }
+}
+
+}  // namespace
+
 void ReadController::RunThreadPass(void* work) {
     auto* ticket = static_cast<ReadTicket*>(work);
     ReadRequest* request = ticket->mRequest;
+    long lockStatus = 0;
+    bool unlocked = false;
     {
-        long unlocked = 0;
-        Core::Unlock unlock(this, &unlocked);
-        if (Failed(unlocked, "Unlock")) {
+        Core::Unlock unlock(this, &lockStatus);
+        unlocked = !Failed(lockStatus, "Unlock");
+        if (!unlocked) {
             request->DropReadTicket();
         } else {
-            const long status = request->ExecuteReadTicket(ticket);
+            const long status = Execute(ticket);
             if (status != 0) {
                 KVX_LOG("ReadRequest::ExecuteReadTicket returned %ld for request %p\n", status,
                         static_cast<void*>(request));
             }
         }
+    }
+    if (unlocked && lockStatus != 0) {
+        LeavePool();
     }
     request->Release();
     delete ticket;

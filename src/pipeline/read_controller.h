@@ -1,10 +1,6 @@
 #pragma once
 
-#include <pthread.h>
-
-#include <deque>
-
-#include "core/threaded.h"
+#include "pipeline/worker_pool.h"
 
 namespace KVX {
 
@@ -15,12 +11,9 @@ class ReadRequest;
 // looked at. Made by the first GetInstance; lives until the process ends.
 //
 // Lock order: the pool's lock, then a request's, or the conversion pool's.
-class ReadController : public Core::Threaded {
+class ReadController : public WorkerPool<ReadController, ReadRequest> {
   public:
     ~ReadController() override;
-
-    // The one controller. A failed start is final: every call answers its status.
-    static long GetInstance(ReadController*& out);
 
     using Core::Threaded::Init;
     long Init();
@@ -35,14 +28,8 @@ class ReadController : public Core::Threaded {
 
     void* WorkToDo() override;
     void RunThreadPass(void* work) override;
-
-    static void Once();
-
-    static pthread_once_t sOnce;
-    static ReadController* sInstance;
-    static long sError;
-
-    std::deque<ReadRequest*> mQueue;  // one reference each; guarded by the pool's lock
 };
+
+extern template class WorkerPool<ReadController, ReadRequest>;
 
 }  // namespace KVX
