@@ -12,4 +12,10 @@ constexpr long kStatusNoSpace = 28;       // ENOSPC
 constexpr long kStatusNotSupported = 45;  // ENOTSUP
 constexpr long kStatusCancelled = 89;     // ECANCELED
 
+// The status of a call that is to hand something out: a host that reports success and hands out
+// nothing has failed.
+inline long StatusOfHandOut(long status, const void* handedOut) {
+    return status == 0 && handedOut == nullptr ? kStatusInvalid : status;
+}
+
 }  // namespace KVX::Core

@@ -40,8 +40,8 @@ long GetTicksPerFrame(const SPBasicSuite* basicSuite, const QT::VideoTrack& trac
         basicSuite == nullptr
             ? Core::kStatusInvalid
             : basicSuite->AcquireSuite(kPrSDKLegacySuite, kPrSDKLegacySuiteVersion, &suite);
-    if (status != 0) {
-        return status;
+    if (Core::StatusOfHandOut(status, suite) != 0) {
+        return Core::StatusOfHandOut(status, suite);
     }
     callee = "GetTicksPerTimebaseFrame";
     return static_cast<const PrSDKLegacySuite*>(suite)->GetTicksPerTimebaseFrame(

@@ -21,7 +21,8 @@ bool AppIsPremiere(imStdParms* stdParms) {
     const SPBasicSuite* basicSuite = GetBasicSuite(stdParms);
     const void* suite = nullptr;
     if (basicSuite == nullptr ||
-        basicSuite->AcquireSuite(kPrSDKAppInfoSuite, kPrSDKAppInfoSuiteVersion, &suite) != 0) {
+        basicSuite->AcquireSuite(kPrSDKAppInfoSuite, kPrSDKAppInfoSuiteVersion, &suite) != 0 ||
+        suite == nullptr) {
         KVX_LOG("AcquireSuite() failed\n");
         return true;
     }

@@ -51,8 +51,9 @@ template <typename Suite>
 long Acquire(SPBasicSuite* basicSuite, const char* name, int32_t version, Suite*& suite) {
     const void* found = nullptr;
     // A host that gave no table of suites when the file was opened.
-    const long status = basicSuite == nullptr ? Core::kStatusInvalid
-                                              : basicSuite->AcquireSuite(name, version, &found);
+    long status = basicSuite == nullptr ? Core::kStatusInvalid
+                                        : basicSuite->AcquireSuite(name, version, &found);
+    status = Core::StatusOfHandOut(status, found);
     if (!Failed(status, "AcquireSuite", "Init")) {
         suite = static_cast<Suite*>(const_cast<void*>(found));
     }

@@ -164,10 +164,12 @@ long ImportFrame::CreateCustomPPix(unsigned int sampleSize, long long sampleOffs
     long status =
         mCreator2Suite->CreateCustomPPix(&mPPix, kPPixBufferAccess_ReadWrite, mPixelFormat, mWidth,
                                          mHeight, 1, 1, static_cast<int32_t>(memorySize));
+    status = Core::StatusOfHandOut(status, mPPix);
     if (CreatePPixFailed(status)) {
         return status;
     }
     status = mPPixSuite->GetPixels(mPPix, kPPixBufferAccess_ReadWrite, &mPixels);
+    status = Core::StatusOfHandOut(status, mPixels);
     if (Failed(status, "GetPixels", kIssue)) {
         return status;
     }
@@ -192,10 +194,12 @@ long ImportFrame::CreatePixelPPix(unsigned int sampleSize, long long sampleOffse
     const prRect bounds = {0, 0, static_cast<int16_t>(mHeight), static_cast<int16_t>(mWidth)};
     long status =
         mCreatorSuite->CreatePPix(&mPPix, kPPixBufferAccess_ReadWrite, mPixelFormat, &bounds);
+    status = Core::StatusOfHandOut(status, mPPix);
     if (CreatePPixFailed(status)) {
         return status;
     }
     status = mPPixSuite->GetPixels(mPPix, kPPixBufferAccess_ReadWrite, &mPixels);
+    status = Core::StatusOfHandOut(status, mPixels);
     if (Failed(status, "GetPixels", kIssue)) {
         return status;
     }

@@ -77,6 +77,14 @@ TEST_F(HostIdentity, FailedAcquisitionAsksAgain) {
     EXPECT_EQ(gAppIsPremiere, 1);
 }
 
+TEST_F(HostIdentity, SuiteThatIsNotHandedOutAsksAgain) {
+    host.AddSuite(kAppInfo, 1, nullptr);
+    LogCapture log;
+    EXPECT_TRUE(AppIsPremiere(host.StdParms()));
+    EXPECT_EQ(gAppIsPremiere, -1);
+    EXPECT_EQ(log.Text(), "AppIsPremiere: AcquireSuite() failed\n");
+}
+
 TEST_F(HostIdentity, HostWithoutSuitesAsksAgain) {
     LogCapture log;
     host.settings.hasSuites = false;

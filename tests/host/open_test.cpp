@@ -418,6 +418,14 @@ TEST_F(Open, MissingLegacySuite) {
     EXPECT_EQ(clip.GetInfo(0, info.Get()), 0);
 }
 
+TEST_F(Open, LegacySuiteThatIsNotHandedOut) {
+    host.AddSuite(kLegacy, 1, nullptr);
+    Clip clip(importer, WriteVideo());
+    LogCapture log;
+    EXPECT_EQ(clip.Open(), 22);
+    EXPECT_EQ(log.Text(), "OpenFile8: AcquireSuite returned 22\n");
+}
+
 TEST_F(Open, FailingTickCount) {
     host.settings.ticksStatus = -7;
     Clip clip(importer, WriteVideo());

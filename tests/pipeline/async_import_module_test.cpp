@@ -122,6 +122,16 @@ TEST_F(AsyncModule, IsNotMadeWithoutAllSuites) {
     }
 }
 
+TEST_F(AsyncModule, IsNotMadeWithASuiteThatIsNotHandedOut) {
+    OpenMovie(MovieOfPicture(kPageUYVY, 3));
+    host.AddSuite("Premiere PPix Suite", 1, nullptr);
+    LogCapture log;
+    EXPECT_EQ(AsyncImportModule::Create(1, Host::BasicSuite(), track), nullptr);
+    EXPECT_EQ(log.Text(),
+              "Init: AcquireSuite returned 22\n"
+              "Create: AsyncModule::Init() returned 22\n");
+}
+
 TEST_F(AsyncModule, IsNotMadeWithoutTheTicksOfAFrame) {
     OpenMovie(MovieOfPicture(kPageUYVY, 3));
     host.settings.ticksStatus = -3;

@@ -164,6 +164,46 @@ TEST_F(FrameIssue, TellsOfEveryCallOfTheHostThatFails) {
     }
 }
 
+int32_t CreateNothing(PPixHand*, int32_t, PrPixelFormat, const prRect*) {
+    return 0;
+}
+
+int32_t CreateNothingCustom(PPixHand*, int32_t, PrPixelFormat, int32_t, int32_t, int32_t, int32_t,
+                            int32_t) {
+    return 0;
+}
+
+int32_t GetNoPixels(PPixHand, int32_t, char**) {
+    return 0;
+}
+
+TEST_F(FrameIssue, TellsOfAHostThatHandsOutNothing) {
+    OpenMovie(MovieOfPicture(kPageV210, 1));
+    PrSDKPPixSuite* const usualPPixSuite = module->mPPixSuite;
+    PrSDKPPixSuite noPixels = *usualPPixSuite;
+    noPixels.GetPixels = &GetNoPixels;
+    module->mPPixSuite = &noPixels;
+    for (const PrPixelFormat format : {PrPixelFormat_V210_422_10u_601, kKVXCustomPixelFormat}) {
+        EXPECT_EQ(LogOfRefusal(format, 22), "Issue: GetPixels returned 22\n");
+        EXPECT_EQ(buffers.LiveCount(), 0);
+    }
+    module->mPPixSuite = usualPPixSuite;
+
+    PrSDKPPixCreatorSuite* const usualCreatorSuite = module->mCreatorSuite;
+    PrSDKPPixCreatorSuite creatorSuite = {&CreateNothing};
+    module->mCreatorSuite = &creatorSuite;
+    EXPECT_EQ(LogOfRefusal(PrPixelFormat_BGRA_4444_8u, 22),
+              "Issue: CreatePPix returned 22 for format PrPixelFormat_BGRA_4444_8u at 96x16\n");
+    module->mCreatorSuite = usualCreatorSuite;
+
+    PrSDKPPixCreator2Suite* const usualCreator2Suite = module->mCreator2Suite;
+    PrSDKPPixCreator2Suite creator2Suite = {{}, &CreateNothingCustom};
+    module->mCreator2Suite = &creator2Suite;
+    EXPECT_EQ(LogOfRefusal(kKVXCustomPixelFormat, 22),
+              "Issue: CreatePPix returned 22 for format kKVXCustomPixelFormat at 96x16\n");
+    module->mCreator2Suite = usualCreator2Suite;
+}
+
 // The host's functions, to see what they are called with.
 struct Recorded {
     std::vector<long> create;
