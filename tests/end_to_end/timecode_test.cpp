@@ -9,6 +9,7 @@
 
 #include "end_to_end/module_under_test.h"
 #include "end_to_end/real_movie.h"
+#include "end_to_end/run_command.h"
 #include "hostkit/clip.h"
 #include "hostkit/record_block.h"
 #include "support/temp_directory.h"
@@ -30,6 +31,11 @@ TEST_P(EndToEndTimecode, IsTheOneAskedFor) {
     kvx_hostkit::RecordBlock<imTimeInfoRec8> info;
     ASSERT_EQ(clip.GetTimeInfo(info.Get()), imNoErr);
     EXPECT_STREQ(info->originalTime, GetParam().text);
+
+    const kvx_test::CommandRun run =
+        kvx_test::RunCommand(std::string("timecode timecodes/") + GetParam().movie + ".mov");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output, std::string(GetParam().text) + "\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(

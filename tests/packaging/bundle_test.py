@@ -168,6 +168,7 @@ class Folder(unittest.TestCase):
         self.assertIs(info["CSResourcesFileMapped"], True)
         self.assertEqual(info["CFBundleVersion"], VERSION)
         self.assertEqual(info["CFBundleShortVersionString"], VERSION)
+        self.assertEqual(info["LSMinimumSystemVersion"], "10.13")
 
     def test_one_resource(self):
         data = (CONTENTS / "Resources" / "KVXImporter.rsrc").read_bytes()
