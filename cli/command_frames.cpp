@@ -33,7 +33,7 @@ std::string WriteFrames(const kvx_hostkit::Clip& clip, FrameRange range, int pat
                         FrameOutput& output) {
     // Before the reader takes standard error away.
     ProgressBar progress("frames", range.end - range.first);
-    FrameReader reader(clip, range, output.Format(), std::chrono::seconds(patience));
+    FrameReader reader(clip, FramesOf(range), {output.Format()}, std::chrono::seconds(patience));
     if (!reader.Start()) {
         return reader.Problem();
     }
@@ -43,7 +43,7 @@ std::string WriteFrames(const kvx_hostkit::Clip& clip, FrameRange range, int pat
         if (!problem.empty()) {
             return problem;
         }
-        progress.Update(reader.FrameNumber() + 1 - range.first);
+        progress.Update(static_cast<int64_t>(reader.Delivered()));
     }
     return reader.Problem();
 }

@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -9,9 +10,9 @@
 #include "cli/complain.h"
 #include "cli/contact_sheet.h"
 #include "cli/frame_reader.h"
+#include "cli/frame_timecode.h"
 #include "cli/progress_bar.h"
 #include "cli/sound_reader.h"
-#include "cli/start_timecode.h"
 #include "cli/streams.h"
 #include "cli/text.h"
 #include "cli/with_movie.h"
@@ -28,37 +29,31 @@ struct SheetOptions {
     int patience = 30;  // seconds a frame may take
 };
 
-std::string Facts(const imFileInfoRec8& video, const kvx_hostkit::Clip& clip) {
+std::string Facts(const imFileInfoRec8& video, const std::vector<imFileInfoRec8>& streams,
+                  const TimecodeStart& start) {
     std::string facts = FourCharText(static_cast<uint32_t>(video.subType)) + "    " +
                         std::to_string(video.width) + " x " + std::to_string(video.height) +
                         "    " + RateText(video.videoScale, video.videoSampleSize) +
                         " frames a second    " +
                         DurationText(video.videoDuration, video.videoScale);
-    const std::string timecode = StartTimecode(clip);
-    if (!timecode.empty()) {
-        facts += "    from " + timecode;
+    if (!start.text.empty()) {
+        facts += "    from " + start.text;
+    }
+    for (size_t number = 0; number < SoundStreamCount(streams); ++number) {
+        const int32_t channels = streams[number].audioChannels;
+        facts += "    " + std::to_string(std::lround(streams[number].audioSampleRate)) + " Hz, " +
+                 std::to_string(channels) + (channels == 1 ? " channel" : " channels");
     }
     return facts;
 }
 
-std::string ReadFrames(const kvx_hostkit::Clip& clip, const imFileInfoRec8& video,
-                       const SheetOptions& options, std::vector<SheetFrame>& frames) {
-    const std::vector<int64_t> numbers =
-        SpreadFrames(FrameCount(video), int64_t{options.layout.columns} * options.rows);
-    ProgressBar progress("frames", static_cast<int64_t>(numbers.size()));
-    for (const int64_t number : numbers) {
-        FrameReader reader(clip, {number, number + 1}, PictureFormat(8),
-                           std::chrono::seconds(options.patience));
-        const PPixHand frame = reader.Start() ? reader.Next() : nullptr;
-        if (frame == nullptr) {
-            return reader.Problem();
-        }
-        frames.push_back({PictureOf(kvx_hostkit::PixelBuffers::View(frame)),
-                          DurationText(number * video.videoSampleSize, video.videoScale) +
-                              "    frame " + std::to_string(number)});
-        progress.Update(static_cast<int64_t>(frames.size()));
-    }
-    return {};
+// Timecode where the movie counts in one, else the time from its start.
+std::string Caption(const TimecodeStart& start, const imFileInfoRec8& video, int64_t frame) {
+    const std::string timecode =
+        FrameTimecode(start, frame, video.videoScale, video.videoSampleSize);
+    return (timecode.empty() ? DurationText(frame * video.videoSampleSize, video.videoScale)
+                             : timecode) +
+           "    frame " + std::to_string(frame);
 }
 
 // A sound that cannot be delivered leaves the sheet without it: the pictures are still of use.
@@ -84,22 +79,38 @@ void ReadSounds(const kvx_hostkit::Clip& clip, const std::vector<imFileInfoRec8>
     }
 }
 
-int WriteSheet(const kvx_hostkit::Clip& clip, const SheetOptions& options) {
+std::string WriteSheet(const kvx_hostkit::Clip& clip, const SheetOptions& options) {
     const std::vector<imFileInfoRec8> streams = clip.Streams();
     const imFileInfoRec8* const video = FindVideo(streams);
     if (video == nullptr) {
-        return Complain(kExitRefused, options.movie, "it has no video");
+        return "it has no video";
     }
+    const TimecodeStart start = ReadTimecodeStart(clip);
+    const std::vector<int64_t> numbers =
+        SpreadFrames(FrameCount(*video), int64_t{options.layout.columns} * options.rows);
     SheetContents contents;
     contents.title = std::filesystem::path(options.movie).filename().string();
-    contents.facts = Facts(*video, clip);
+    contents.facts = Facts(*video, streams, start);
     contents.aspect = PixelAspectOf(*video);
-    std::string problem = ReadFrames(clip, *video, options, contents.frames);
-    if (problem.empty()) {
-        ReadSounds(clip, streams, options.layout, contents.sounds);
-        problem = DrawSheet(options.output, contents, options.layout);
-    }
-    return problem.empty() ? kExitDone : Complain(kExitRefused, options.movie, problem);
+    contents.frameWidth = video->width;
+    contents.frameHeight = video->height;
+    contents.frameCount = static_cast<int>(numbers.size());
+    ReadSounds(clip, streams, options.layout, contents.sounds);
+
+    // Before the reader takes standard error away.
+    ProgressBar progress("frames", contents.frameCount);
+    FrameReader reader(clip, numbers, {PictureFormat(8)}, std::chrono::seconds(options.patience));
+    contents.nextFrame = [&](SheetFrame& frame) {
+        const PPixHand ppix = reader.Next();
+        if (ppix == nullptr) {
+            return reader.Problem();
+        }
+        frame.picture = PictureOf(kvx_hostkit::PixelBuffers::View(ppix));
+        frame.caption = Caption(start, *video, reader.FrameNumber());
+        progress.Update(static_cast<int64_t>(reader.Delivered()));
+        return std::string();
+    };
+    return reader.Start() ? DrawSheet(options.output, contents, options.layout) : reader.Problem();
 }
 
 int RunSheet(const SheetOptions& options, const CommonOptions& common) {
@@ -108,7 +119,8 @@ int RunSheet(const SheetOptions& options, const CommonOptions& common) {
         return Complain(kExitUsage, options.output, "this is the movie itself");
     }
     return WithMovie(common, options.movie, [&options](const kvx_hostkit::Clip& clip) {
-        return WriteSheet(clip, options);
+        const std::string problem = WriteSheet(clip, options);
+        return problem.empty() ? kExitDone : Complain(kExitRefused, options.movie, problem);
     });
 }
 

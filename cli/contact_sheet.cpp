@@ -4,12 +4,9 @@
 #include <fontconfig/fontconfig.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <memory>
-
-#include "cli/output_files.h"
 
 namespace kvx_cli {
 
@@ -94,20 +91,34 @@ class Fonts {
     Fonts& operator=(const Fonts&) = delete;
 };
 
+Picture PictureOf(cairo_surface_t* surface) {
+    cairo_surface_flush(surface);
+    Picture picture;
+    picture.width = cairo_image_surface_get_width(surface);
+    picture.height = cairo_image_surface_get_height(surface);
+    const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface));
+    const unsigned char* const pixels = cairo_image_surface_get_data(surface);
+    for (size_t y = 0; y < static_cast<size_t>(picture.height); ++y) {
+        for (size_t x = 0; x < static_cast<size_t>(picture.width); ++x) {
+            uint32_t word;
+            std::memcpy(&word, pixels + y * stride + x * sizeof(word), sizeof(word));
+            for (const int shift : {16, 8, 0}) {
+                picture.bytes.push_back(static_cast<uint8_t>(word >> shift));
+            }
+        }
+    }
+    return picture;
+}
+
 // Where everything is.
 class Plan {
   public:
     Plan(const SheetContents& contents, const SheetLayout& layout)
         : mColumns(layout.columns), mWidth(layout.width) {
         mCellWidth = (mWidth - 2 * kMargin - (mColumns - 1) * kGap) / mColumns;
-        if (!contents.frames.empty()) {
-            const Picture& picture = contents.frames[0].picture;
-            mCellHeight = mCellWidth * picture.height * contents.aspect.height /
-                          (double{1} * picture.width * contents.aspect.width);
-        }
-        mCellHeight = std::round(mCellHeight);
-        const auto frames = static_cast<int>(contents.frames.size());
-        mRows = (frames + mColumns - 1) / mColumns;
+        mCellHeight = std::round(mCellWidth * contents.frameHeight * contents.aspect.height /
+                                 (double{1} * contents.frameWidth * contents.aspect.width));
+        mRows = (contents.frameCount + mColumns - 1) / mColumns;
     }
 
     double CellWidth() const { return mCellWidth; }
@@ -204,15 +215,23 @@ std::string DrawSheet(const std::string& path, const SheetContents& contents,
     }
     const Surface sheet(
         cairo_image_surface_create(CAIRO_FORMAT_RGB24, layout.width, plan.Height(lanes)));
+    if (cairo_surface_status(sheet.get()) != CAIRO_STATUS_SUCCESS) {
+        return "cannot draw a sheet of " + std::to_string(layout.width) + " x " +
+               std::to_string(plan.Height(lanes)) + " pixels";
+    }
     const Context context(cairo_create(sheet.get()));
     SetColour(context.get(), kBackground);
     cairo_paint(context.get());
     DrawText(context.get(), kMargin, kMargin + kTitleSize, kTitleSize, kText, contents.title);
     DrawText(context.get(), kMargin, kMargin + kTitleSize + kFactsSize + 10, kFactsSize, kDimText,
              contents.facts);
-    int number = 0;
-    for (const SheetFrame& frame : contents.frames) {
-        DrawFrame(context.get(), plan, number++, frame);
+    for (int number = 0; number < contents.frameCount; ++number) {
+        SheetFrame frame;
+        const std::string problem = contents.nextFrame(frame);
+        if (!problem.empty()) {
+            return problem;
+        }
+        DrawFrame(context.get(), plan, number, frame);
     }
     int lane = 0;
     for (const Waveform& sound : contents.sounds) {
@@ -220,13 +239,7 @@ std::string DrawSheet(const std::string& path, const SheetContents& contents,
             DrawLane(context.get(), plan.SoundY(lane++), sound.Columns(channel));
         }
     }
-    errno = 0;
-    const cairo_status_t status = cairo_surface_write_to_png(sheet.get(), path.c_str());
-    if (status == CAIRO_STATUS_SUCCESS) {
-        return {};
-    }
-    return errno != 0 ? CannotWrite(path, errno)
-                      : "cannot draw " + path + ": " + cairo_status_to_string(status);
+    return WritePng(path, PictureOf(sheet.get()), {});
 }
 
 }  // namespace kvx_cli

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,12 @@ struct SheetContents {
     std::string title;
     std::string facts;
     PixelAspect aspect;
-    std::vector<SheetFrame> frames;
+    int frameWidth = 1;  // in pixels, of every frame
+    int frameHeight = 1;
+    int frameCount = 0;
+    // Gives the frames one after the other, each drawn before the next is asked for. Answers what
+    // went wrong, or nothing.
+    std::function<std::string(SheetFrame& frame)> nextFrame;
     std::vector<Waveform> sounds;  // as many columns as SheetSoundColumns() tells
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <numeric>
 #include <system_error>
 
 namespace kvx_cli {
@@ -41,6 +42,12 @@ bool ReadFrameRange(const std::string& text, int64_t count, FrameRange& range,
         return false;
     }
     return true;
+}
+
+std::vector<int64_t> FramesOf(FrameRange range) {
+    std::vector<int64_t> frames(static_cast<size_t>(range.end - range.first));
+    std::iota(frames.begin(), frames.end(), range.first);
+    return frames;
 }
 
 }  // namespace kvx_cli

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace kvx_cli {
 
@@ -16,5 +17,8 @@ struct FrameRange {
 // form and names at least one frame and none that the movie does not have.
 bool ReadFrameRange(const std::string& text, int64_t count, FrameRange& range,
                     std::string& problem);
+
+// The numbers of its frames.
+std::vector<int64_t> FramesOf(FrameRange range);
 
 }  // namespace kvx_cli

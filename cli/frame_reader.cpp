@@ -1,6 +1,7 @@
 #include "cli/frame_reader.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "cli/refusal.h"
 
@@ -18,23 +19,21 @@ std::string FrameText(int64_t frame) {
 
 }  // namespace
 
-FrameReader::FrameReader(const kvx_hostkit::Clip& clip, FrameRange range, PrPixelFormat format,
-                         std::chrono::milliseconds patience)
+FrameReader::FrameReader(const kvx_hostkit::Clip& clip, std::vector<int64_t> frames,
+                         std::vector<PrPixelFormat> formats, std::chrono::milliseconds patience)
     : mClip(&clip),
-      mRange(range),
-      mFormat(format),
+      mFrames(std::move(frames)),
+      mFormats(std::move(formats)),
       mPatience(patience),
       mBuffers(std::make_unique<PixelBuffers>(clip.GetImporter().GetHost())),
       mCache(std::make_unique<FrameCache>(clip.GetImporter().GetHost())),
-      mSource(std::make_unique<FrameSource>(clip)),
-      mAsked(range.first),
-      mNext(range.first) {}
+      mSource(std::make_unique<FrameSource>(clip)) {}
 
 FrameReader::~FrameReader() {
     LetGo();
     // Frames may still be under way, and must find the host's side of their road when they end.
-    const auto asked = static_cast<int>(mAsked - mRange.first);
-    if (!mCache->WaitForAdditions(asked, mProblem.empty() ? mPatience : mPatience / 10)) {
+    if (!mCache->WaitForAdditions(static_cast<int>(mAsked),
+                                  mProblem.empty() ? mPatience : mPatience / 10)) {
         // The rest may come at any time, or never: then the process ends with it.
         static_cast<void>(mCache.release());
         static_cast<void>(mBuffers.release());
@@ -52,10 +51,10 @@ bool FrameReader::Start() {
 
 PPixHand FrameReader::Next() {
     LetGo();
-    if (!mProblem.empty() || mNext >= mRange.end || !AskAhead()) {
+    if (!mProblem.empty() || mNext == mFrames.size() || !AskAhead()) {
         return nullptr;
     }
-    mFrame = Fetch(mNext);
+    mFrame = Fetch(mFrames[mNext]);
     if (mFrame != nullptr) {
         ++mNext;
     }
@@ -63,11 +62,12 @@ PPixHand FrameReader::Next() {
 }
 
 bool FrameReader::AskAhead() {
-    const int64_t end = std::min(mRange.end, mNext + kFramesAhead);
+    const size_t end = std::min(mFrames.size(), mNext + kFramesAhead);
     for (; mAsked < end; ++mAsked) {
-        const long result = mSource->Request(mAsked * mTicksPerFrame, {mFormat});
+        const int64_t frame = mFrames[mAsked];
+        const long result = mSource->Request(frame * mTicksPerFrame, mFormats);
         if (result != aiNoError) {
-            mProblem = FrameText(mAsked) + " is refused: " + RefusalInWords(result, mLog.Text());
+            mProblem = FrameText(frame) + " is refused: " + RefusalInWords(result, mLog.Text());
             return false;
         }
     }
@@ -87,7 +87,7 @@ PPixHand FrameReader::Fetch(int64_t frame) {
         return nullptr;
     }
     PPixHand ppix = nullptr;
-    const long result = mSource->Get(frame * mTicksPerFrame, {mFormat}, &ppix);
+    const long result = mSource->Get(frame * mTicksPerFrame, mFormats, &ppix);
     if (result != aiNoError) {
         mProblem = FrameText(frame) + " is not in the cache: status " + std::to_string(result);
         return nullptr;

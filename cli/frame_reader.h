@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
-#include "cli/frame_range.h"
 #include "cli/module_log.h"
 #include "hostkit/clip.h"
 #include "hostkit/frame_cache.h"
@@ -20,12 +20,12 @@ namespace kvx_cli {
 class FrameReader {
   public:
     // More would only take memory: the module reads with eight threads.
-    static constexpr int64_t kFramesAhead = 8;
+    static constexpr size_t kFramesAhead = 8;
 
-    // `clip` must outlive the reader. Frames come in `format`. `patience` is how long a frame may
-    // take.
-    FrameReader(const kvx_hostkit::Clip& clip, FrameRange range, PrPixelFormat format,
-                std::chrono::milliseconds patience);
+    // `clip` must outlive the reader. Delivers `frames`, no number twice, in the first of `formats`
+    // that the module can give. `patience` is how long a frame may take.
+    FrameReader(const kvx_hostkit::Clip& clip, std::vector<int64_t> frames,
+                std::vector<PrPixelFormat> formats, std::chrono::milliseconds patience);
     ~FrameReader();
 
     FrameReader(const FrameReader&) = delete;
@@ -34,12 +34,13 @@ class FrameReader {
     // False if the module has no frames to give. Problem() tells why. Call it first.
     bool Start();
 
-    // The next frame of the range, valid until the next call; null at the end or after a failure,
+    // The next frame, valid until the next call; null at the end or after a failure,
     // which Problem() tells apart.
     PPixHand Next();
 
-    // The number of the frame that Next answered last.
-    int64_t FrameNumber() const { return mNext - 1; }
+    // The number of the frame that Next answered last, and how many it has answered.
+    int64_t FrameNumber() const { return mFrames[mNext - 1]; }
+    size_t Delivered() const { return mNext; }
 
     // Empty as long as all went well.
     const std::string& Problem() const { return mProblem; }
@@ -51,16 +52,16 @@ class FrameReader {
     void LetGo();
 
     const kvx_hostkit::Clip* mClip;
-    FrameRange mRange;
-    PrPixelFormat mFormat;
+    std::vector<int64_t> mFrames;
+    std::vector<PrPixelFormat> mFormats;
     std::chrono::milliseconds mPatience;
     ModuleLog mLog;
     std::unique_ptr<kvx_hostkit::PixelBuffers> mBuffers;
     std::unique_ptr<kvx_hostkit::FrameCache> mCache;
     std::unique_ptr<kvx_hostkit::FrameSource> mSource;
     int64_t mTicksPerFrame = 0;
-    int64_t mAsked;  // the next frame to ask for
-    int64_t mNext;   // the next frame to deliver
+    size_t mAsked = 0;  // how many of mFrames were asked for
+    size_t mNext = 0;   // and how many delivered
     PPixHand mFrame = nullptr;
     std::string mProblem;
 };

@@ -1,17 +1,11 @@
 #include "cli/start_timecode.h"
 
-#include <cstring>
-
-#include "hostkit/record_block.h"
+#include "cli/frame_timecode.h"
 
 namespace kvx_cli {
 
 std::string StartTimecode(const kvx_hostkit::Clip& clip) {
-    kvx_hostkit::RecordBlock<imTimeInfoRec8> info;
-    if (clip.GetTimeInfo(info.Get()) != imNoErr) {
-        return {};
-    }
-    return {info->originalTime, strnlen(info->originalTime, sizeof(info->originalTime))};
+    return ReadTimecodeStart(clip).text;
 }
 
 }  // namespace kvx_cli

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <filesystem>
 #include <limits>
 
 #include "support/png_reader.h"
@@ -12,6 +14,7 @@ namespace {
 using kvx_cli::DrawSheet;
 using kvx_cli::Picture;
 using kvx_cli::SheetContents;
+using kvx_cli::SheetFrame;
 using kvx_cli::SheetLayout;
 using kvx_cli::SpreadFrames;
 using kvx_test::PngContents;
@@ -52,9 +55,17 @@ TEST(CliContactSheet, ShowsEveryFrameInItsShapeAndTheSound) {
     contents.title = "title";
     contents.facts = "facts";
     contents.aspect = {2, 1};
-    contents.frames = {{Filled(20, 10, 255, 0, 0), "a"},
-                       {Filled(20, 10, 0, 255, 0), "b"},
-                       {Filled(20, 10, 0, 0, 255), "c"}};
+    contents.frameWidth = 20;
+    contents.frameHeight = 10;
+    contents.frameCount = 3;
+    const std::vector<SheetFrame> frames = {{Filled(20, 10, 255, 0, 0), "a"},
+                                            {Filled(20, 10, 0, 255, 0), "b"},
+                                            {Filled(20, 10, 0, 0, 255), "c"}};
+    size_t next = 0;
+    contents.nextFrame = [&](SheetFrame& frame) {
+        frame = frames.at(next++ % frames.size());
+        return std::string();
+    };
     ASSERT_EQ(DrawSheet(directory.File("silent.png"), contents, layout), "");
     const PngContents silent = kvx_test::ReadPng(directory.File("silent.png"));
     EXPECT_EQ(silent.width, 496);
@@ -87,6 +98,27 @@ TEST(CliContactSheet, TellsWhyItCannotWrite) {
     SheetContents contents;
     EXPECT_EQ(DrawSheet(directory.File("none/sheet.png"), contents, {}),
               "cannot write " + directory.File("none/sheet.png") + ": No such file or directory");
+    if (std::filesystem::exists("/dev/full")) {
+        EXPECT_EQ(DrawSheet("/dev/full", contents, {}),
+                  "cannot write /dev/full: No space left on device");
+    }
+    contents.frameCount = 100000;
+    EXPECT_EQ(DrawSheet(directory.File("high.png"), contents, {16000, 1})
+                  .rfind("cannot draw a sheet of 16000 x ", 0),
+              0u);
+}
+
+TEST(CliContactSheet, IsNotMadeWithoutItsFrames) {
+    const kvx_test::TempDirectory directory;
+    SheetContents contents;
+    contents.frameCount = 2;
+    int asked = 0;
+    contents.nextFrame = [&asked](SheetFrame& frame) {
+        frame.picture = Filled(1, 1, 1, 2, 3);
+        return std::string(++asked == 2 ? "the second is missing" : "");
+    };
+    EXPECT_EQ(DrawSheet(directory.File("sheet.png"), contents, {}), "the second is missing");
+    EXPECT_FALSE(std::filesystem::exists(directory.File("sheet.png")));
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "cli/frame_range.h"
 #include "cli/raw_frame.h"
 #include "host/host_test.h"
 #include "quicktime/movie.h"
@@ -16,8 +17,8 @@
 
 namespace {
 
-using kvx_cli::FrameRange;
 using kvx_cli::FrameReader;
+using kvx_cli::FramesOf;
 using kvx_hostkit::Clip;
 using kvx_hostkit::PixelBuffers;
 using std::chrono::milliseconds;
@@ -41,7 +42,8 @@ class CliFrameReader : public kvx_test::HostTest {
 };
 
 TEST_F(CliFrameReader, DeliversTheRangeInOrder) {
-    FrameReader reader(*mClip, FrameRange{3, kFrames}, PrPixelFormat_UYVY_422_8u_601, seconds(30));
+    FrameReader reader(*mClip, FramesOf({3, kFrames}), {PrPixelFormat_UYVY_422_8u_601},
+                       seconds(30));
     ASSERT_TRUE(reader.Start());
     for (int frame = 3; frame < kFrames; ++frame) {
         const PPixHand ppix = reader.Next();
@@ -59,12 +61,26 @@ TEST_F(CliFrameReader, DeliversTheRangeInOrder) {
 
 // In flight, waiting in the cache, and in the caller's hands.
 TEST_F(CliFrameReader, HoldsABoundedNumberOfFrames) {
-    FrameReader reader(*mClip, FrameRange{0, kFrames}, kKVXCustomPixelFormat, seconds(30));
+    FrameReader reader(*mClip, FramesOf({0, kFrames}), {kKVXCustomPixelFormat}, seconds(30));
     ASSERT_TRUE(reader.Start());
     while (reader.Next() != nullptr) {
         ASSERT_LE(PixelBuffers::Current()->LiveCount(), FrameReader::kFramesAhead);
     }
     EXPECT_EQ(PixelBuffers::Current()->CreatedCount(), kFrames);
+}
+
+TEST_F(CliFrameReader, DeliversAnyFramesInTheOrderAsked) {
+    FrameReader reader(*mClip, {30, 7, 12}, {PrPixelFormat_UYVY_422_8u_601}, seconds(30));
+    ASSERT_TRUE(reader.Start());
+    for (const int frame : {30, 7, 12}) {
+        const PPixHand ppix = reader.Next();
+        ASSERT_NE(ppix, nullptr) << reader.Problem();
+        EXPECT_EQ(reader.FrameNumber(), frame);
+        EXPECT_EQ(std::string(PixelBuffers::View(ppix).pixels, 32),
+                  kvx_test::PatternSample(0, frame, kFrameSize).substr(0, 32));
+    }
+    EXPECT_EQ(reader.Delivered(), 3u);
+    EXPECT_EQ(reader.Next(), nullptr);
 }
 
 // In a process of its own: the reader leaves its side of the road there for frames that are late.
@@ -74,7 +90,7 @@ TEST_F(CliFrameReader, TellsThatAFileHasBecomeShorter) {
         std::filesystem::resize_file(mPath, kvx_test::kMediaOffset);
         std::string problem;
         {
-            FrameReader reader(*mClip, FrameRange{20, kFrames}, kKVXCustomPixelFormat,
+            FrameReader reader(*mClip, FramesOf({20, kFrames}), {kKVXCustomPixelFormat},
                                milliseconds(1000));
             reader.Start();
             EXPECT_EQ(reader.Next(), nullptr);
@@ -94,7 +110,7 @@ TEST_F(CliFrameReader, TellsThatAFrameCouldNotBeRead) {
     track->mFileDescriptor = 100000;
     std::string problem;
     {
-        FrameReader reader(*mClip, FrameRange{5, 6}, kKVXCustomPixelFormat, seconds(30));
+        FrameReader reader(*mClip, FramesOf({5, 6}), {kKVXCustomPixelFormat}, seconds(30));
         ASSERT_TRUE(reader.Start());
         EXPECT_EQ(reader.Next(), nullptr);
         problem = reader.Problem();
@@ -105,7 +121,7 @@ TEST_F(CliFrameReader, TellsThatAFrameCouldNotBeRead) {
 }
 
 TEST_F(CliFrameReader, TellsThatAFrameIsRefused) {
-    FrameReader reader(*mClip, FrameRange{5, 6}, PrPixelFormat_RGB_444_10u, seconds(30));
+    FrameReader reader(*mClip, FramesOf({5, 6}), {PrPixelFormat_RGB_444_10u}, seconds(30));
     ASSERT_TRUE(reader.Start());
     EXPECT_EQ(reader.Next(), nullptr);
     EXPECT_THAT(reader.Problem(), StartsWith("frame 5 is refused: "));

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -184,12 +185,52 @@ TEST(EndToEndPicturesSheet, HasRoomForThePicturesAndTheSound) {
         EXPECT_EQ(ReadPng(sheet).width, 800) << movie;
         std::filesystem::remove(sheet);
     }
+    // A disk without room leaves no half of a sheet, nor takes the device away.
+    if (std::filesystem::exists("/dev/full")) {
+        const CommandRun full = RunCommand("sheet tracks/no-sound.mov -o /dev/full");
+        EXPECT_EQ(full.exitCode, 1);
+        EXPECT_EQ(full.output,
+                  "kvx: tracks/no-sound.mov: cannot write /dev/full: No space left on device\n");
+        EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+    }
     const CommandRun onto =
         RunCommand("sheet tracks/no-sound.mov -o ./tracks/../tracks/no-sound.mov");
     EXPECT_EQ(onto.exitCode, 2);
     EXPECT_EQ(RunCommand("sheet refused/no-video.mov -o " + sheet).exitCode, 1);
     EXPECT_EQ(RunCommand("sheet tracks/no-sound.mov -o " + folder.File("none/sheet.png")).exitCode,
               1);
+}
+
+// Every frame of the sheet shows what is in the movie: stripes of full colours, side by side.
+TEST(EndToEndPicturesSheet, ShowsAPictureInEveryCell) {
+    const kvx_test::TempDirectory folder;
+    const std::string sheet = folder.File("sheet.png");
+    ASSERT_EQ(RunCommand("sheet tracks/no-sound.mov --columns 2 --rows 2 --width 800 -o " + sheet)
+                  .exitCode,
+              0);
+    const PngContents png = ReadPng(sheet);
+    ASSERT_EQ(png.width, 800);
+    const auto saturated = [&png](int left, int right, int top, int bottom) {
+        std::set<int> colours;
+        for (int y = top; y < bottom; ++y) {
+            for (int x = left; x < right; ++x) {
+                const uint8_t* const pixel =
+                    &png.samples[(static_cast<size_t>(y) * 800 + static_cast<size_t>(x)) * 3];
+                int colour = 0;
+                for (int component = 0; component < 3; ++component) {
+                    colour |= (pixel[component] > 200 ? 1 : 0) << component;
+                }
+                colours.insert(colour);
+            }
+        }
+        return colours.size();
+    };
+    const int middle = (96 + png.height) / 2;  // below the title the cells take equal parts
+    for (const int left : {32, 408}) {
+        EXPECT_GE(saturated(left, left + 360, 104, middle - 24), 6u);
+        EXPECT_GE(saturated(left, left + 360, middle + 24, png.height - 48), 6u);
+    }
+    EXPECT_EQ(saturated(0, 32, 0, png.height), 1u);
 }
 
 std::vector<std::string> Movies() {
