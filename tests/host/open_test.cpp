@@ -112,6 +112,23 @@ TEST_F(Open, OnlyThePrivateDataWordIsWritten) {
     EXPECT_EQ(importer.Call(imCloseFile, &fileRef, record->privatedata), 0);
 }
 
+// A new stream and one that comes back. The path leads nowhere: it is not looked at.
+TEST_F(Open, EveryOpenGivesOutTheModule) {
+    Clip clip(importer, WriteVideo());
+    ASSERT_EQ(clip.Open(), 0);
+    for (const long reference : {-1L, 0L}) {
+        RecordBlock<imFileOpenRec8> record(kvx_test::kFill);
+        record->importerID = clip.ImporterID();
+        RecordBlock<imFileOpenRec8> expected = record;
+        expected->privatedata = clip.PrivateData();
+        void* fileRef = Ref(reference);
+        ASSERT_EQ(importer.Call(imOpenFile8, &fileRef, record.Get()), 0);
+        EXPECT_EQ(record.Bytes(), expected.Bytes());
+    }
+    EXPECT_EQ(ReferenceCount(ModuleOf(clip)), 2);
+    ModuleOf(clip)->Release();
+}
+
 TEST_F(Open, EveryNewStreamAddsAReference) {
     Clip clip(importer, WriteVideo());
     for (long stream = 0; stream < 4; ++stream) {
