@@ -74,7 +74,7 @@ bool RegisterAll() {
                 benchmark::RegisterBenchmark(name.c_str(), kind.mMeasure, conversion, size)
                     ->UseManualTime()
                     ->Unit(benchmark::kMillisecond)
-                    ->Iterations(100);
+                    ->Iterations(size.mTurns);
             }
         }
     }

@@ -23,9 +23,10 @@ enum class Layout {
 struct Size {
     int mWidth;
     int mHeight;
+    int mTurns;  // that a measurement takes
 };
 
-constexpr Size kSizes[] = {{1920, 1080}, {3840, 2160}};
+constexpr Size kSizes[] = {{1920, 1080, 41}, {3840, 2160, 11}};
 
 int RowBytes(Layout layout, int width);
 size_t FrameBytes(Layout layout, const Size& size);

@@ -1,11 +1,10 @@
 #include "frame_ring.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <random>
 
 namespace kvx_bench {
@@ -16,14 +15,11 @@ constexpr size_t kPage = 4096;
 constexpr size_t kSlack = 1 << 16;
 constexpr size_t kAssumedCache = 32 << 20;
 
+// What the first processor reaches; the C library tells of all the caches of the machine together.
 size_t LastLevelCacheBytes() {
-#if defined(_SC_LEVEL3_CACHE_SIZE)
-    const long bytes = sysconf(_SC_LEVEL3_CACHE_SIZE);
-    if (bytes > 0) {
-        return static_cast<size_t>(bytes);
-    }
-#endif
-    return kAssumedCache;
+    std::ifstream file("/sys/devices/system/cpu/cpu0/cache/index3/size");
+    size_t kibibytes = 0;
+    return file >> kibibytes ? kibibytes << 10 : kAssumedCache;
 }
 
 char* Allocate(size_t bytes) {
@@ -34,6 +30,18 @@ char* Allocate(size_t bytes) {
     return static_cast<char*>(memory);
 }
 
+// Less than a frame, so that making it takes no time; more than any predictor remembers.
+std::vector<uint64_t> Noise(unsigned wordMask) {
+    constexpr size_t kWords = 1 << 16;
+    const uint64_t mask = uint64_t{wordMask} * 0x0001000100010001U;
+    std::mt19937_64 random(1);
+    std::vector<uint64_t> noise(kWords);
+    for (uint64_t& word : noise) {
+        word = random() & mask;
+    }
+    return noise;
+}
+
 }  // namespace
 
 void FrameRing::Freer::operator()(char* memory) const {
@@ -42,14 +50,13 @@ void FrameRing::Freer::operator()(char* memory) const {
 
 FrameRing::FrameRing(size_t frameBytes, unsigned wordMask) {
     const size_t count = std::max<size_t>(2, 2 * LastLevelCacheBytes() / frameBytes + 1);
-    const uint64_t mask = uint64_t{wordMask} * 0x0001000100010001U;
-    std::mt19937_64 noise(1);
+    const std::vector<uint64_t> noise = Noise(wordMask);
+    const size_t noiseBytes = noise.size() * sizeof(noise[0]);
     for (size_t i = 0; i < count; ++i) {
         const size_t bytes = frameBytes + kSlack;
         mFrames.emplace_back(Allocate(bytes));
-        for (size_t at = 0; at + 8 <= bytes; at += 8) {
-            const uint64_t word = noise() & mask;
-            std::memcpy(mFrames.back().get() + at, &word, sizeof(word));
+        for (size_t at = 0; at < bytes; at += noiseBytes) {
+            std::memcpy(mFrames.back().get() + at, noise.data(), std::min(noiseBytes, bytes - at));
         }
     }
 }
