@@ -48,8 +48,9 @@ float FromHost(unsigned short component) {
     return level > 255 ? 255.0f : static_cast<float>(level);
 }
 
+// What is no number is black.
 float FromHost(float component) {
-    return component < 0.0f ? 0.0f : component > 1.0f ? 255.0f : component * 255.0f;
+    return component > 1.0f ? 255.0f : component >= 0.0f ? component * 255.0f : 0.0f;
 }
 
 template <typename T>

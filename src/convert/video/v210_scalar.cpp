@@ -71,10 +71,11 @@ double FromHost(unsigned short component) {
     return level > 1023 ? 1023.0 : level;
 }
 
+// What is no number is black.
 double FromHost(float component) {
-    return component < 0.0f   ? 0.0
-           : component > 1.0f ? 1023.0
-                              : static_cast<double>(component * 1023.0f);
+    return component > 1.0f    ? 1023.0
+           : component >= 0.0f ? static_cast<double>(component * 1023.0f)
+                               : 0.0;
 }
 
 template <typename T>
