@@ -36,6 +36,7 @@ long Track::SetEditList(Atom* trakAtom) {
         const int32_t count = editList.Signed32(kCountOffset);
         if (count > 0) {
             // The count only tells that there are entries; the atom's length tells how many.
+            mEditRates.Reserve(static_cast<size_t>(editList.Length() / kEntrySize));
             long long elapsed = 0;
             uint64_t offset = kEntriesOffset;
             do {

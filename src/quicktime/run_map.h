@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -56,8 +55,8 @@ struct TableAllocator {
 
 // An ordered map from the first sample or time of a run to what is known about the run. A file
 // states its runs in order, and nothing changes after the movie is read, so the entries stand in
-// one sorted array: a movie of 400,000 runs is appended in a millisecond or two and takes 16 bytes
-// a run. Reads like std::map.
+// one sorted array: a movie of 400,000 runs is appended in a millisecond or two and takes 16 or 24
+// bytes a run. Reads like std::map.
 template <typename Value>
 class RunMap {
   public:
@@ -172,70 +171,40 @@ bool operator==(const std::map<Others...>& a, const RunMap<Value>& b) {
     return b == a;
 }
 
-// A RunMap of pointers to records that it owns. Records that it makes itself stand side by side in
-// blocks; one put in by pointer must come from `new`.
+// A record inside a map's own memory. It reads like a pointer to the record, which a map's
+// constness does not reach.
 template <typename Record>
-class RecordMap : public RunMap<Record*> {
+class HeldRecord {
+  public:
+    HeldRecord() = default;
+    HeldRecord(const Record& record) : mRecord(record) {}
+
+    // Takes over a record that comes from `new`.
+    HeldRecord& operator=(Record* record) {
+        mRecord = *std::unique_ptr<Record>(record);
+        return *this;
+    }
+
+    Record* operator->() const { return &mRecord; }
+    Record& operator*() const { return mRecord; }
+    operator Record*() const { return &mRecord; }
+
+  private:
+    mutable Record mRecord = {};
+};
+
+// A RunMap of records. They stand in the entries: with a pointer for each, the largest table of
+// sizes that a movie atom holds would take a third more memory. Building moves them.
+template <typename Record>
+class RecordMap : public RunMap<HeldRecord<Record>> {
   public:
     RecordMap() = default;
-    ~RecordMap() { clear(); }
-
     RecordMap(const RecordMap&) = delete;
     RecordMap& operator=(const RecordMap&) = delete;
 
-    void clear() {
-        if (mHasOthers) {
-            for (const auto& entry : *this) {
-                if (!IsOwn(entry.second)) {
-                    delete entry.second;
-                }
-            }
-        }
-        RunMap<Record*>::clear();
-        mBlocks.clear();
-        mHasOthers = false;
-    }
-
-    Record*& operator[](long long key) {
-        mHasOthers = true;
-        return RunMap<Record*>::operator[](key);
-    }
-
-    // As RunMap::Append, with a copy of the record.
+    // As RunMap::Append.
     void Append(long long key, Record record) {
-        Record* const place = Make();
-        *place = record;
-        RunMap<Record*>::Append(key, place);
-    }
-
-  private:
-    // Blocks do not grow, so that records stay where they are.
-    using Block = std::vector<Record, TableAllocator<Record>>;
-    static constexpr size_t kFirstBlock = 4;
-    static constexpr size_t kLargestBlock = Platform::kLargeMemory / sizeof(Record);
-
-    std::vector<Block> mBlocks;
-    bool mHasOthers = false;
-
-    Record* Make() {
-        if (mBlocks.empty() || mBlocks.back().size() == mBlocks.back().capacity()) {
-            const size_t count = mBlocks.empty()
-                                     ? kFirstBlock
-                                     : std::min(mBlocks.back().capacity() * 2, kLargestBlock);
-            Block block;
-            block.reserve(count);
-            mBlocks.push_back(std::move(block));
-        }
-        mBlocks.back().emplace_back();
-        return &mBlocks.back().back();
-    }
-
-    bool IsOwn(const Record* record) const {
-        const std::less<const Record*> isBefore;
-        return std::any_of(mBlocks.begin(), mBlocks.end(), [&](const Block& block) {
-            const Record* const first = block.data();
-            return !isBefore(record, first) && isBefore(record, first + block.size());
-        });
+        RunMap<HeldRecord<Record>>::Append(key, HeldRecord<Record>(record));
     }
 };
 

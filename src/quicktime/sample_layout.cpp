@@ -1,6 +1,7 @@
 // Turns the sample tables of a track (QuickTime File Format, "Sample Table Atoms") into runs. The
 // tables have one entry for each sample or chunk; what stays has one for each change.
 #include <algorithm>
+#include <cstring>
 
 #include "core/big_endian.h"
 #include "core/four_char_code.h"
@@ -219,6 +220,16 @@ long SetConstantSize(Track& track, AtomFields sizes) {
     return sizes.Status();
 }
 
+// How many samples of a table differ in size from the one before them. The first one counts.
+size_t CountSizeRuns(const char* table, long long count) {
+    size_t runs = 1;
+    for (long long sample = 1; sample < count; ++sample) {
+        const char* const size = table + sample * kSizeEntry;
+        runs += std::memcmp(size, size - kSizeEntry, kSizeEntry) != 0;
+    }
+    return runs;
+}
+
 long SetSizes(Track& track, AtomFields sizes) {
     const long long count = sizes.Signed32(kSizeCountOffset);
     if (sizes.Status() != 0 || count <= 0) {
@@ -228,7 +239,8 @@ long SetSizes(Track& track, AtomFields sizes) {
     if (table == nullptr) {
         return sizes.Status();
     }
-    track.mSizeOffsets.Reserve(static_cast<size_t>(count));
+    // No table can have more runs than this one, so none is given room for more than it has.
+    track.mSizeOffsets.Reserve(CountSizeRuns(table, count));
     auto chunks = track.mChunkOffsets.lower_bound(0);
     long long position = 0;
     unsigned int previous = 0;

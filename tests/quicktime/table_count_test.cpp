@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 
+#include "quicktime/full_table.h"
 #include "support/loaded_track.h"
 #include "support/log_capture.h"
 
@@ -12,7 +13,6 @@ using namespace kvx_test;
 
 namespace {
 
-constexpr uint64_t kLargestMovieAtom = 0x800000;
 constexpr int64_t kHighestCount = 0x7FFFFFFF;
 
 // Ten samples in ten chunks, each of its own size.
@@ -84,13 +84,8 @@ class TableCount : public testing::TestWithParam<TableCase> {
         table.prepare(recipe.tracks[0]);
         recipe.change = [&table, countFor](AtomNode& moov) {
             AtomNode& atom = moov.At(table.path);
-            atom.payload.resize(table.firstEntry - 8);
-            const uint64_t room = kLargestMovieAtom - moov.Length();
-            const int64_t held = static_cast<int64_t>(room / table.entrySize);
-            atom.payload.reserve(atom.payload.size() + room);
-            for (int64_t index = 0; index < held; ++index) {
-                atom.payload += table.entry(index);
-            }
+            const int64_t held =
+                FillTable(moov, atom, table.firstEntry, table.entrySize, table.entry);
             atom.Poke(table.countOffset, big32(countFor(held)));
         };
         return recipe;
