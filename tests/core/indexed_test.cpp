@@ -6,15 +6,15 @@
 #include <cstdlib>
 #include <memory>
 
-#include "support/failing_calls.h"
+#include "support/fault_injection.h"
 #include "support/log_capture.h"
 
 namespace {
 
 using KVX::Core::Indexed;
-using kvx_test::Call;
-using kvx_test::FailingCall;
+using kvx_test::Fault;
 using kvx_test::LogCapture;
+using kvx_test::SystemCall;
 
 // Out of the way of the importer IDs of other tests.
 constexpr long kIndex = 0x7000000012345678;
@@ -74,7 +74,7 @@ TEST(Indexed, FailedLockRegistersAndFindsNothing) {
     long status = 0;
     LogCapture log;
     {
-        const FailingCall failing(Call::MutexLock, EDEADLK);
+        const Fault failing(SystemCall::kMutexLock, EDEADLK, 1, Fault::kForever);
         status = object.Init();
     }
     EXPECT_EQ(status, EDEADLK);
@@ -86,7 +86,7 @@ TEST(Indexed, FailedLockRegistersAndFindsNothing) {
     ASSERT_EQ(object.Init(), 0);
     const Indexed<long>* found;
     {
-        const FailingCall failing(Call::MutexLock, EDEADLK);
+        const Fault failing(SystemCall::kMutexLock, EDEADLK, 1, Fault::kForever);
         found = Indexed<long>::GetInstanceForIndex(kIndex);
     }
     EXPECT_EQ(found, nullptr);
@@ -103,7 +103,7 @@ TEST(Indexed, FailedSetUpRegistersAndFindsNothing) {
     const Indexed<long>* found;
     LogCapture log;
     {
-        const FailingCall failing(Call::Once, EINVAL);
+        const Fault failing(SystemCall::kOnce, EINVAL, 1, Fault::kForever);
         status = object.Init();
         found = Indexed<long>::GetInstanceForIndex(kIndex);
     }
@@ -141,7 +141,7 @@ TEST_F(IndexedDeathTest, FailedLockSetUpIsOnlyLogged) {
             long status = -1;
             Registered* object = new Registered(kIndex);
             {
-                const FailingCall failing(Call::MutexInit, ENOMEM);
+                const Fault failing(SystemCall::kMutexInit, ENOMEM, 1, Fault::kForever);
                 status = object->Init();
             }
             // The lock was never made. Where a zeroed mutex works all the same, so does the table.

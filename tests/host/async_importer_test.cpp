@@ -8,7 +8,7 @@
 #include "pipeline/async_import_module.h"
 #include "quicktime/movie.h"
 #include "quicktime/video_track.h"
-#include "support/failing_calls.h"
+#include "support/fault_injection.h"
 
 namespace {
 
@@ -99,7 +99,8 @@ TEST_F(AsyncImporter, LackOfMemory) {
     LogCapture log;
     long result = 0;
     {
-        const kvx_test::FailingCall failing(kvx_test::Call::NewNothrow);
+        const kvx_test::Fault failing(kvx_test::SystemCall::kNewNothrow, ENOMEM, 1,
+                                      kvx_test::Fault::kForever);
         result = clip.CreateAsyncImporter(record.Get());
     }
     EXPECT_EQ(result, 5);

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <memory>
 #include <numeric>
 
@@ -9,21 +10,21 @@
 #include "hostkit/record_block.h"
 #include "quicktime/audio_track.h"
 #include "quicktime/movie.h"
-#include "support/failing_calls.h"
+#include "support/fault_injection.h"
 
 namespace {
 
 using kvx_hostkit::Clip;
 using kvx_hostkit::RecordBlock;
 using kvx_test::Bytes;
-using kvx_test::Call;
-using kvx_test::FailingCall;
+using kvx_test::Fault;
 using kvx_test::LogCapture;
 using kvx_test::MovieOf;
 using kvx_test::MovieRecipe;
 using kvx_test::PatternSample;
 using kvx_test::Sound;
 using kvx_test::SoundDescriptionV0;
+using kvx_test::SystemCall;
 using kvx_test::TrackRecipe;
 using kvx_test::Video;
 
@@ -152,7 +153,7 @@ TEST_F(AudioImport, OneReadForEachRun) {
         sound.PlaceSamples(2 * kvx_test::kMediaOffset, 10, gap);
         Clip& clip = OpenOn(MovieOf({Video(), sound}));
         Planes planes(2, 100);
-        const FailingCall counted(Call::Pread, EIO, FailingCall::kNever);
+        const Fault counted(SystemCall::kPread, EIO, INT_MAX);
         EXPECT_EQ(clip.ReadAudio(0, 0, 100, planes.Pointers()), 0);
         EXPECT_EQ(counted.Calls(), gap == 0 ? 1 : 10);
     }
@@ -324,7 +325,7 @@ TEST_F(AudioImport, FailedReadAnswersItsErrno) {
     LogCapture log;
     {
         // The fourth of ten runs.
-        const FailingCall failing(Call::Pread, EIO, 3);
+        const Fault failing(SystemCall::kPread, EIO, 4, Fault::kForever);
         EXPECT_EQ(clip.ReadAudio(0, 0, 100, planes.Pointers()), EIO);
         EXPECT_EQ(failing.Calls(), 4);
     }
@@ -389,7 +390,7 @@ TEST_F(AudioImport, LackOfMemory) {
     LogCapture log;
     long result = 0;
     {
-        const FailingCall failing(Call::Calloc);
+        const Fault failing(SystemCall::kCalloc, ENOMEM, 1, Fault::kForever);
         result = clip.ReadAudio(0, 7, 5, planes.Pointers());
     }
     EXPECT_EQ(result, 4);

@@ -9,16 +9,16 @@
 #include "hostkit/record_block.h"
 #include "hostkit/utf16.h"
 #include "support/cf_owner.h"
-#include "support/failing_calls.h"
+#include "support/fault_injection.h"
 #include "util/text.h"
 
 namespace {
 
 using KVX::PointerFromWord;
 using kvx_hostkit::RecordBlock;
-using kvx_test::Call;
-using kvx_test::FailingCall;
+using kvx_test::Fault;
 using kvx_test::LogCapture;
+using kvx_test::SystemCall;
 
 // What must answer without a look at its arguments gets these.
 constexpr long kNowhere = 1;
@@ -121,7 +121,7 @@ TEST_F(Entry, LackOfMemoryIsAnAnswer) {
     const long recordParameter = reinterpret_cast<long>(record.Get());
     long result = 0;
     {
-        const FailingCall failing(Call::New);
+        const Fault failing(SystemCall::kNew, ENOMEM, 1, Fault::kForever);
         result = xImportEntry(imOpenFile8, stdParms, fileRefParameter, recordParameter);
     }
     EXPECT_EQ(result, 4);
@@ -163,7 +163,7 @@ TEST_F(Entry, MoviePlayableThrowsNothing) {
     int sampleType = 77;
     long status = 0;
     {
-        const FailingCall failing(Call::New);
+        const Fault failing(SystemCall::kNew, ENOMEM, 1, Fault::kForever);
         status = xMoviePlayable(pathRef.Get(), &playable, &movie, &sampleType);
     }
     EXPECT_EQ(status, 12);

@@ -10,7 +10,7 @@
 #include "hostkit/utf16.h"
 #include "quicktime/movie.h"
 #include "quicktime/video_track.h"
-#include "support/failing_calls.h"
+#include "support/fault_injection.h"
 
 namespace {
 
@@ -255,7 +255,8 @@ TEST_F(FileOperations, LackOfMemoryAtEachString) {
         LogCapture log;
         long result = 0;
         {
-            const kvx_test::FailingCall failing(kvx_test::Call::NewNothrow, 0, string);
+            const kvx_test::Fault failing(kvx_test::SystemCall::kNewNothrow, ENOMEM, string + 1,
+                                          kvx_test::Fault::kForever);
             result = importer.Call(imSaveFile8, save.Get(), nullptr);
         }
         EXPECT_EQ(result, string == 2 ? 2 : 4) << string;
@@ -267,7 +268,8 @@ TEST_F(FileOperations, LackOfMemoryAtEachString) {
     LogCapture log;
     long result = 0;
     {
-        const kvx_test::FailingCall failing(kvx_test::Call::NewNothrow);
+        const kvx_test::Fault failing(kvx_test::SystemCall::kNewNothrow, ENOMEM, 1,
+                                      kvx_test::Fault::kForever);
         result = importer.Call(imDeleteFile8, erase.Get(), nullptr);
     }
     EXPECT_EQ(result, 4);

@@ -11,7 +11,7 @@
 #include "quicktime/audio_track.h"
 #include "quicktime/movie.h"
 #include "quicktime/video_track.h"
-#include "support/failing_calls.h"
+#include "support/fault_injection.h"
 
 namespace {
 
@@ -19,13 +19,13 @@ using KVX::FileImportModule;
 using KVX::Core::Indexed;
 using kvx_hostkit::Clip;
 using kvx_hostkit::RecordBlock;
-using kvx_test::Call;
-using kvx_test::FailingCall;
+using kvx_test::Fault;
 using kvx_test::Field;
 using kvx_test::LogCapture;
 using kvx_test::MovieOf;
 using kvx_test::Sound;
 using kvx_test::SoundDescriptionV0;
+using kvx_test::SystemCall;
 using kvx_test::Video;
 
 constexpr char kLegacy[] = "Premiere Legacy Suite";
@@ -361,7 +361,7 @@ TEST_F(Open, PathStringFailure) {
     imStdParms* stdParms = host.StdParms();
     long result = 0;
     {
-        const FailingCall failing(Call::NewNothrow);
+        const Fault failing(SystemCall::kNewNothrow, ENOMEM, 1, Fault::kForever);
         result = FileImportModule::OpenFile8(stdParms, &fileRef, record.Get());
     }
     EXPECT_EQ(result, 2);
@@ -376,7 +376,7 @@ TEST_F(Open, ModuleAllocationFailure) {
     long result = 0;
     {
         // The path's string is made, the module is not.
-        const FailingCall failing(Call::NewNothrow, 0, 1);
+        const Fault failing(SystemCall::kNewNothrow, ENOMEM, 2, Fault::kForever);
         result = clip.Open();
     }
     EXPECT_EQ(result, 2);
@@ -392,7 +392,7 @@ TEST_F(Open, RegistryFailure) {
     long result = 0;
     {
         // The look-up finds the registry in order, the registration does not.
-        const FailingCall failing(Call::Once, 11, 1);
+        const Fault failing(SystemCall::kOnce, 11, 2, Fault::kForever);
         result = clip.Open();
     }
     EXPECT_EQ(result, 11);

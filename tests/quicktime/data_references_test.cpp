@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <functional>
 #include <memory>
 #include <string>
@@ -12,7 +13,7 @@
 #include "quicktime/track.h"
 #include "quicktime/video_track.h"
 #include "support/alias_records.h"
-#include "support/failing_calls.h"
+#include "support/fault_injection.h"
 #include "support/log_capture.h"
 #include "support/movie_in_memory.h"
 
@@ -236,7 +237,7 @@ TEST(DataReferences, NoMemoryForTheAlias) {
     const LogCapture log;
     long status = 0;
     {
-        const FailingCall fail(Call::NewNothrow);
+        const Fault fail(SystemCall::kNewNothrow, ENOMEM, 1, Fault::kForever);
         status = track.SetFilePath(kMoviePath, mdia);
     }
     EXPECT_EQ(status, 12);

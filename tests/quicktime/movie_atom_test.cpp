@@ -10,7 +10,7 @@
 #include <string>
 
 #include "support/atom_node.h"
-#include "support/failing_calls.h"
+#include "support/fault_injection.h"
 #include "support/log_capture.h"
 #include "support/movie_file.h"
 #include "support/temp_directory.h"
@@ -121,7 +121,7 @@ TEST_F(FindMovieAtom, NoMemory) {
     WriteFile(mPath, big32(kLargest) + "moov");
     long status = 0;
     {
-        const FailingCall failing(Call::Malloc);
+        const Fault failing(SystemCall::kMalloc, ENOMEM, 1, Fault::kForever);
         status = mMovie.Init(mPath);
     }
     EXPECT_EQ(status, 12);

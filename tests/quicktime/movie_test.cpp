@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -12,7 +13,7 @@
 #include "quicktime/timecode_track.h"
 #include "quicktime/video_track.h"
 #include "support/atom_buffer.h"
-#include "support/failing_calls.h"
+#include "support/fault_injection.h"
 #include "support/log_capture.h"
 #include "support/movie_file.h"
 #include "support/temp_directory.h"
@@ -112,7 +113,7 @@ TEST_F(MovieTest, FileThatFailsLeavesATrail) {
 TEST_F(MovieTest, NoMemory) {
     const Movie* movie = nullptr;
     {
-        const FailingCall failing(Call::NewNothrow);
+        const Fault failing(SystemCall::kNewNothrow, ENOMEM, 1, Fault::kForever);
         movie = Movie::Create(mPath);
     }
     EXPECT_EQ(movie, nullptr);

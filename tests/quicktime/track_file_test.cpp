@@ -9,7 +9,7 @@
 #include <string>
 
 #include "quicktime/track.h"
-#include "support/failing_calls.h"
+#include "support/fault_injection.h"
 #include "support/log_capture.h"
 #include "support/movie_file.h"
 #include "support/temp_directory.h"
@@ -98,7 +98,7 @@ TEST_F(TrackFile, FileThatHasGoneAway) {
 TEST_F(TrackFile, FileThatTellsNoSize) {
     long status = 0;
     {
-        const FailingCall failing(Call::Fstat, EIO);
+        const Fault failing(SystemCall::kFstat, EIO, 1, Fault::kForever);
         status = mTrack->OpenFile();
     }
     EXPECT_EQ(status, -1);
@@ -107,7 +107,7 @@ TEST_F(TrackFile, FileThatTellsNoSize) {
 }
 
 TEST_F(TrackFile, FileThatStaysInTheCache) {
-    const FailingCall failing(Call::FileAdvice, EINVAL);
+    const Fault failing(SystemCall::kFileAdvice, EINVAL, 1, Fault::kForever);
     EXPECT_EQ(mTrack->OpenFile(), EINVAL);
     EXPECT_EQ(mTrack->mFileDescriptor, -2);
     EXPECT_EQ(mLog.Text(), "OpenFile: fcntl returned " + std::to_string(EINVAL) + "\n");

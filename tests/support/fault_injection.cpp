@@ -2,10 +2,12 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
@@ -92,7 +94,8 @@ auto MinusOneOr(SystemCall call, Function function, Arguments... arguments)
 
 }  // namespace
 
-Fault::Fault(SystemCall call, int error, int nth, int times) : mCall(call) {
+Fault::Fault(SystemCall call, int error, int nth, int times)
+    : mCall(call), mCallsBefore(CallCount(call)) {
     Plan& plan = PlanOf(call);
     plan.error = error;
     plan.countdown = nth;
@@ -107,6 +110,10 @@ Fault::~Fault() {
 
 int Fault::Hits() const {
     return PlanOf(mCall).hits;
+}
+
+long Fault::Calls() const {
+    return CallCount(mCall) - mCallsBefore;
 }
 
 long CallCount(SystemCall call) {
@@ -172,7 +179,13 @@ int kvx_fault_open(const char* path, int flags, ...) {
 }
 
 int kvx_fault_close(int descriptor) {
-    return MinusOneOr(SystemCall::kClose, close, descriptor);
+    const int status = close(descriptor);
+    int error = 0;
+    if (kvx_test::Strikes(SystemCall::kClose, error)) {
+        errno = error;
+        return -1;
+    }
+    return status;
 }
 
 int kvx_fault_fstat(int descriptor, struct stat* status) {
@@ -184,7 +197,26 @@ off_t kvx_fault_lseek(int descriptor, off_t offset, int whence) {
 }
 
 ssize_t kvx_fault_pread(int descriptor, void* buffer, size_t size, off_t offset) {
+    int length = 0;
+    if (kvx_test::Strikes(SystemCall::kReadShort, length)) {
+        const auto shortened = static_cast<size_t>(std::abs(length));
+        size = length < 0 ? size - std::min(size, shortened) : std::min(size, shortened);
+    }
     return MinusOneOr(SystemCall::kPread, pread, descriptor, buffer, size, offset);
+}
+
+int kvx_fault_posix_fadvise(int descriptor, off_t offset, off_t length, int advice) {
+    return ErrorOr(SystemCall::kFileAdvice, posix_fadvise, descriptor, offset, length, advice);
+}
+
+void* kvx_fault_mmap(void* address, size_t length, int protection, int flags, int descriptor,
+                     off_t offset) {
+    int error = 0;
+    if (kvx_test::Strikes(SystemCall::kMmap, error)) {
+        errno = error;
+        return MAP_FAILED;
+    }
+    return mmap(address, length, protection, flags, descriptor, offset);
 }
 
 int kvx_fault_gettimeofday(struct timeval* now, void* zone) {

@@ -1,7 +1,9 @@
-// System calls that fail on order. Only the importer's own code meets them: kvx_fault_tests links a
-// copy of its library in which each call below goes to fault_injection.cpp (see
-// fault_injection.syms), while the tests, GoogleTest and the C++ library call the system itself.
+// System calls that fail on order. Only the importer's own code meets them: the tests link a copy
+// of its library in which each call below goes to fault_injection.cpp (see fault_injection.syms),
+// while the tests, GoogleTest and the C++ library call the system itself.
 #pragma once
+
+#include <climits>
 
 namespace kvx_test {
 
@@ -9,6 +11,7 @@ enum class SystemCall {
     kMalloc,
     kCalloc,
     kValloc,
+    kMmap,
     kNew,
     kNewNothrow,
     kOpen,
@@ -16,6 +19,8 @@ enum class SystemCall {
     kFstat,
     kLseek,
     kPread,
+    kReadShort,   // pread; see Fault
+    kFileAdvice,  // posix_fadvise
     kGettimeofday,
     kMutexInit,
     kMutexDestroy,
@@ -39,9 +44,13 @@ enum class SystemCall {
 // While it lives, the `nth` call from now on, and the `times` - 1 that follow, do nothing and fail
 // with `error`, on whichever thread they come. A pthread call answers `error`, so that 0 makes it
 // a call that claims success; memory calls answer null (kNew throws instead), and the others answer
-// -1 and set errno. One Fault for a call at a time.
+// -1 and set errno. Where a failure would keep the system from getting back what it gave (close,
+// join, detach), the work is done and only the answer is a failure. A kReadShort reads `error`
+// bytes, or so many less than asked for when it is negative. One Fault for a call at a time.
 class Fault {
   public:
+    static constexpr int kForever = INT_MAX;
+
     Fault(SystemCall call, int error, int nth = 1, int times = 1);
     ~Fault();
 
@@ -51,8 +60,12 @@ class Fault {
     // How often it has struck.
     int Hits() const;
 
+    // Calls of its kind since it was made, good and failed ones.
+    long Calls() const;
+
   private:
     SystemCall mCall;
+    long mCallsBefore;
 };
 
 // Calls of its kind that the importer's code has made since the start of the process.
