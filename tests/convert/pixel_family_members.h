@@ -2,6 +2,7 @@
 // functions' own.
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,11 @@ struct FamilyMember {
     const char* name;
     FamilyFunction* convert;
 };
+
+// What a test's parameter is called.
+inline void PrintTo(const FamilyMember& member, std::ostream* out) {
+    *out << member.name;
+}
 
 const std::vector<FamilyMember>& FamilyMembers();
 FamilyFunction* FindFamilyMember(const std::string& name);

@@ -106,6 +106,21 @@ TEST(AtomWalk, ExtendedSizesThatLieEndTheWalk) {
     }
 }
 
+// An extended size may be large enough to step by and still too small for its own header.
+TEST(AtomWalk, ExtendedSizesBelowTheirHeaderHoldNothing) {
+    for (uint64_t size = 8; size < 16; ++size) {
+        SCOPED_TRACE(size);
+        AtomNode liar{"aaaa", {}, {{"bbbb", zeros(100)}}};
+        liar.form = AtomNode::SizeForm::Extended;
+        liar.writtenSize = size;
+        const AtomBuffer buffer(AtomNode{"root", {}, {liar}});
+        Atom* const child = buffer.Get()->FindNextChildOfType(kAaaa, nullptr);
+        ASSERT_NE(child, nullptr);
+        EXPECT_EQ(child->Length(), size);
+        EXPECT_EQ(child->FindNextChildOfType(kBbbb, nullptr), nullptr);
+    }
+}
+
 TEST(AtomWalk, ChildMayReachExactlyToItsParentsEnd) {
     const AtomBuffer buffer(AtomNode{"root", {}, {{"aaaa", zeros(100)}}});
     EXPECT_NE(buffer.Get()->FindNextChildOfType(kAaaa, nullptr), nullptr);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -235,6 +236,10 @@ struct HostileCase {
     const char* what;
     void (*bend)(MovieRecipe& movie, TrackRecipe& track);
 };
+
+void PrintTo(const HostileCase& test, std::ostream* out) {
+    *out << test.what;
+}
 
 class MappingEdgeHostile : public testing::TestWithParam<HostileCase> {};
 

@@ -128,6 +128,18 @@ TEST_F(FindMovieAtom, NoMemory) {
     EXPECT_EQ(mLog.Text(), "Init: Failed to allocated 8388608 byte buffer for 'moov' atom\n");
 }
 
+// The probe reads, and the movie atom does not.
+TEST_F(FindMovieAtom, MovieAtomThatDoesNotRead) {
+    WriteFile(mPath, Movie("aaaa"));
+    long status = 0;
+    {
+        const Fault fault(SystemCall::kPread, EIO, 2);
+        status = mMovie.Init(mPath);
+    }
+    EXPECT_EQ(status, EIO);
+    EXPECT_EQ(mLog.Text(), "Init: read of 16 bytes failed with " + std::to_string(EIO) + "\n");
+}
+
 TEST_F(FindMovieAtom, EmptyFile) {
     EXPECT_EQ(Init(""), 22);
     EXPECT_EQ(mLog.Text(), "Init: read of 0 bytes failed with 22\n");
@@ -192,7 +204,7 @@ TEST_F(FindMovieAtom, LengthOfZero) {
 TEST_F(FindMovieAtom, LongestAllowed) {
     WriteSparseFile(mPath, {{0, big32(kLargest) + "moov" + AtomNode{"aaaa"}.Serialize()},
                             {kLargest - 1, zeros(1)}});
-    EXPECT_EQ(mMovie.Init(mPath), 0);
+    ASSERT_EQ(mMovie.Init(mPath), 0);
     EXPECT_EQ(mMovie.Get()->Length(), kLargest);
     EXPECT_EQ(Child(0), "aaaa");
 }

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include "quicktime/audio_track.h"
@@ -273,9 +274,14 @@ TEST(GetMediaType, FailsWithoutATrack) {
 }
 
 struct BadHandler {
+    const char* name;
     std::function<void(AtomNode&)> change;
     const char* text;
 };
+
+void PrintTo(const BadHandler& test, std::ostream* out) {
+    *out << test.name;
+}
 
 class GetMediaTypeFails : public testing::TestWithParam<BadHandler> {};
 
@@ -292,12 +298,14 @@ TEST_P(GetMediaTypeFails, WithOneLine) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, GetMediaTypeFails,
-    testing::Values(BadHandler{[](AtomNode& trak) { trak.Remove("mdia"); },
+    testing::Values(BadHandler{"NoMedia", [](AtomNode& trak) { trak.Remove("mdia"); },
                                "GetMediaType: Failed to find media atom in track\n"},
-                    BadHandler{[](AtomNode& trak) { trak.Remove("mdia/hdlr"); },
+                    BadHandler{"NoHandler", [](AtomNode& trak) { trak.Remove("mdia/hdlr"); },
                                "GetMediaType: Failed to find handler atom in track\n"},
-                    BadHandler{[](AtomNode& trak) { trak.At("mdia/hdlr").payload.resize(11); },
+                    BadHandler{"ShortHandler",
+                               [](AtomNode& trak) { trak.At("mdia/hdlr").payload.resize(11); },
                                "GetMediaType: 'hdlr' atom of 19 bytes does not hold 4 bytes at "
-                               "16\n"}));
+                               "16\n"}),
+    [](const auto& test) { return test.param.name; });
 
 }  // namespace

@@ -57,6 +57,10 @@ struct LayoutFailure {
     const char* text;
 };
 
+void PrintTo(const LayoutFailure& test, std::ostream* out) {
+    *out << test.name;
+}
+
 class SampleLayoutFails : public SampleLayout, public testing::WithParamInterface<LayoutFailure> {};
 
 TEST_P(SampleLayoutFails, WithItsStatusAndLine) {

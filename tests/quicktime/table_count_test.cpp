@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <ostream>
 #include <string>
 
 #include "quicktime/full_table.h"
@@ -64,6 +65,10 @@ const TableCase kTables[] = {
     {"stss", "trak/mdia/minf/stbl/stss", 12, 16, 4, [](int64_t index) { return big32(index + 1); },
      Leave},
 };
+
+void PrintTo(const TableCase& test, std::ostream* out) {
+    *out << test.what;
+}
 
 class TableCount : public testing::TestWithParam<TableCase> {
   protected:

@@ -103,6 +103,10 @@ struct InitFailure {
     const char* text;
 };
 
+void PrintTo(const InitFailure& test, std::ostream* out) {
+    *out << test.name;
+}
+
 class TrackInitFails : public TrackInit, public testing::WithParamInterface<InitFailure> {};
 
 TEST_P(TrackInitFails, WithItsStatusAndLines) {

@@ -1,10 +1,8 @@
 #include "support/loaded_track.h"
 
-#include <algorithm>
-#include <memory>
 #include <string>
 
-#include "quicktime/atom.h"
+#include "support/atom_buffer.h"
 #include "support/movie_file.h"
 
 namespace kvx_test {
@@ -25,12 +23,9 @@ const std::string& MediaPath() {
 
 LoadedTrack::LoadedTrack(const MovieRecipe& recipe) {
     AtomNode moov = BuildMoov(recipe);
-    const Bytes bytes = moov.Serialize();
-    const auto buffer = std::make_unique<char[]>(bytes.size());
-    std::copy(bytes.begin(), bytes.end(), buffer.get());
+    const AtomBuffer buffer(moov);
     mTrack.mFixedSampleSize = recipe.tracks.at(0).frameSize.value_or(0);
-    mStatus = mTrack.Init(MediaPath(), reinterpret_cast<KVX::QT::Atom*>(buffer.get()),
-                          reinterpret_cast<KVX::QT::Atom*>(buffer.get() + OffsetOf(moov, "trak")));
+    mStatus = mTrack.Init(MediaPath(), buffer.Get(), buffer.At(OffsetOf(moov, "trak")));
 }
 
 }  // namespace kvx_test
