@@ -34,6 +34,12 @@ Buffer AllocateFrames(long long count, unsigned long long frameSize) {
     return Buffer(static_cast<char*>(std::calloc(1, static_cast<size_t>(size))));
 }
 
+// Below 0 from a start behind the end; also where a table's negative counts leave 64 bits too few.
+long long FramesLeft(const QT::Track& track, long long start) {
+    long long left = 0;
+    return __builtin_sub_overflow(track.mSampleCount, start, &left) ? -1 : left;
+}
+
 // The bytes that the conversion takes for one frame. They are those of the sample table in a sound
 // file, where either number can lie.
 unsigned long long GetConvertedFrameSize(const AudioStreamBasicDescription& stream) {
@@ -54,7 +60,7 @@ long FileImportModule::ImportAudio7(void* streamRef, imImportAudioRec7* record) 
     // the same span again.
     const long long start = record->position < 0 ? mAudioPosition : record->position;
     mAudioPosition = start;
-    const long long count = std::min<long long>(record->size, track->mSampleCount - start);
+    const long long count = std::min<long long>(record->size, FramesLeft(*track, start));
 
     const unsigned int frameSize = track->GetSampleSize(0);
     const Buffer buffer = AllocateFrames(

@@ -399,6 +399,16 @@ TEST_F(AudioImport, LackOfMemory) {
     planes.ExpectUntouchedFrom(0);
 }
 
+TEST_F(AudioImport, FarthestStartInATrackOfLessThanNothing) {
+    Clip& clip = OpenStereo();
+    TrackOf(clip).mSampleCount = -2;
+    Planes planes(2, 5);
+    LogCapture log;
+    EXPECT_EQ(clip.ReadAudio(0, INT64_MAX, 5, planes.Pointers()), 4);
+    EXPECT_EQ(log.Text(), "ImportAudio7: calloc failed\n");
+    planes.ExpectUntouchedFrom(0);
+}
+
 TEST_F(AudioImport, SizesBeyondTheAddressSpace) {
     for (const unsigned int frameSize : {0x80000000u, 0xFFFFFFFFu}) {
         Clip& clip = OpenStereo();
