@@ -15,12 +15,15 @@
 #include "fuzz/support/recipe_feed.h"
 #include "fuzz/support/require.h"
 #include "host/entry.h"
+#include "host/file_import_module.h"
 #include "hostkit/clip.h"
 #include "hostkit/frame_cache.h"
 #include "hostkit/frame_source.h"
 #include "hostkit/importer.h"
 #include "hostkit/pixel_buffers.h"
 #include "hostkit/record_block.h"
+#include "quicktime/movie.h"
+#include "quicktime/video_track.h"
 
 using namespace kvx_fuzz;
 using namespace kvx_hostkit;
@@ -155,8 +158,15 @@ class HostCalls {
         return true;
     }
 
+    // A read of nothing is never answered, so that such a movie is asked for no frames.
+    bool HasFrames() const {
+        const auto* module = static_cast<const KVX::FileImportModule*>(mClip.PrivateData());
+        return module != nullptr && !module->mMovie->mVideoTracks.empty() &&
+               module->mMovie->mVideoTracks[0]->GetSampleSize(0) != 0;
+    }
+
     void RequestFrame() {
-        if (!OpenSource()) {
+        if (!HasFrames() || !OpenSource()) {
             return;
         }
         const int created = mSetting.buffers.CreatedCount();

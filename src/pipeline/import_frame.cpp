@@ -235,9 +235,6 @@ bool ImportFrame::CreatePPixFailed(long status) const {
 // and the one that this function adds last; two more stand in for them until then, so that the
 // frame is never freed under it.
 long ImportFrame::SubmitRequest() {
-    if (mReadRequest->mBufferSize == 0) {
-        return CompleteEmptyRequest();
-    }
     Retain();
     Retain();
     const long status = mReadController->AddRequest(mReadRequest);
@@ -253,19 +250,6 @@ long ImportFrame::SubmitRequest() {
     Release();
     Release();
     return 0;
-}
-
-// A sample without bytes has nothing to wait for: no ticket comes from its request, so that none
-// would complete it. The completion drops the maker's reference and one of these.
-long ImportFrame::CompleteEmptyRequest() {
-    Retain();
-    Retain();
-    const long status = mReadRequest->MarkComplete(0, nullptr);
-    if (Failed(status, "ReadRequest::MarkComplete", kIssue)) {
-        Release();
-    }
-    Release();
-    return status;
 }
 
 void ImportFrame::StaticReadCompleted(void* userData, long status, void* arg) {

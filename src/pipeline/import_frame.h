@@ -129,7 +129,6 @@ class ImportFrame : public Core::Lockable, public Core::Refcounted {
                          ReadDestination& destination);
     bool CreatePPixFailed(long status) const;
     long SubmitRequest();
-    long CompleteEmptyRequest();
     static void ReleaseFrame(void* frame);
     void CopyRows(const char* source, long long available);
     void CopyWhole(const char* source, long long available);

@@ -28,6 +28,7 @@
 #include <vector>
 
 #include "host/entry.h"
+#include "host/file_import_module.h"
 #include "hostkit/clip.h"
 #include "hostkit/frame_cache.h"
 #include "hostkit/frame_source.h"
@@ -35,6 +36,8 @@
 #include "hostkit/importer.h"
 #include "hostkit/pixel_buffers.h"
 #include "hostkit/record_block.h"
+#include "quicktime/movie.h"
+#include "quicktime/video_track.h"
 #include "soak/mutate.h"
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
@@ -239,9 +242,16 @@ class Soak {
         clip.ReadAudio(0, random.Pick(-1, 2000), kAudioFrames, planes);
     }
 
+    // A read of nothing is never answered, so that such a movie is asked for no frames.
+    static bool HasFrames(const Clip& clip) {
+        const auto* module = static_cast<const KVX::FileImportModule*>(clip.PrivateData());
+        return module != nullptr && !module->mMovie->mVideoTracks.empty() &&
+               module->mMovie->mVideoTracks[0]->GetSampleSize(0) != 0;
+    }
+
     void RequestFrames(const Clip& clip, Random& random) {
         FrameSource source(clip);
-        if (source.Open() != imNoErr) {
+        if (!HasFrames(clip) || source.Open() != imNoErr) {
             return;
         }
         const int64_t ticks = FrameSource::TicksPerFrame(clip);
