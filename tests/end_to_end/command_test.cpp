@@ -66,7 +66,8 @@ INSTANTIATE_TEST_SUITE_P(
                     "bitmap_layout", "cut_off", "some_importable", "log", "audio_no_sound",
                     "audio_not_importable", "audio_four_channels", "audio_stream_too_high",
                     "audio_onto_the_movie", "audio_no_such_folder", "frames_not_importable",
-                    "frames_range_too_high", "frames_range_of_another_form"),
+                    "frames_range_too_high", "frames_range_of_another_form",
+                    "frames_folder_is_a_file"),
     [](const auto& info) { return info.param; });
 
 uint32_t Number(const std::string& bytes, size_t offset) {

@@ -3,6 +3,7 @@
 // same, saturated colours included.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -170,6 +171,47 @@ TEST(EndToEndPicturesShape, IsNotedInTheFile) {
     EXPECT_EQ(png.height, 576);
     ASSERT_TRUE(png.hasAspect);
     EXPECT_EQ(png.pixelsAcross * 16, png.pixelsDown * 15);
+}
+
+TEST(EndToEndPicturesFiles, AreThoseOfTheRangeInOrder) {
+    const kvx_test::TempDirectory folder;
+    const CommandRun run =
+        RunCommand("frames tracks/long-sound.mov --range 20:23 -o " + folder.Path());
+    EXPECT_EQ(run.exitCode, 0) << run.output;
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+        names.insert(entry.path().filename().string());
+    }
+    EXPECT_EQ(names, (std::set<std::string>{"000020.png", "000021.png", "000022.png"}));
+}
+
+// The name of the second picture leads to a device without room: the first one stays.
+TEST(EndToEndPicturesFiles, TellThatThereIsNoRoom) {
+    if (!std::filesystem::exists("/dev/full")) {
+        GTEST_SKIP() << "this system has no /dev/full";
+    }
+    const kvx_test::TempDirectory folder;
+    std::filesystem::create_symlink("/dev/full", folder.File("000001.png"));
+    const CommandRun run = RunCommand("frames tracks/no-sound.mov -o " + folder.Path());
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.output, "kvx: tracks/no-sound.mov: cannot write " + folder.File("000001.png") +
+                              ": No space left on device\n");
+    EXPECT_EQ(ReadPng(folder.File("000000.png")).width, 96);
+    EXPECT_FALSE(std::filesystem::exists(folder.File("000002.png")));
+}
+
+TEST(EndToEndPicturesFiles, CannotGoWhereNobodyMayWrite) {
+    if (geteuid() == 0) {
+        GTEST_SKIP() << "the superuser may write everywhere";
+    }
+    const kvx_test::TempDirectory folder;
+    std::filesystem::permissions(
+        folder.Path(), std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    const CommandRun run = RunCommand("frames tracks/no-sound.mov -o " + folder.Path());
+    std::filesystem::permissions(folder.Path(), std::filesystem::perms::owner_all);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.output, "kvx: tracks/no-sound.mov: cannot write " + folder.File("000000.png") +
+                              ": Permission denied\n");
 }
 
 TEST(EndToEndPicturesSheet, HasRoomForThePicturesAndTheSound) {
