@@ -1,8 +1,8 @@
 #include "faults/module_stage.h"
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
-#include <regex>
 #include <thread>
 
 #include "host/entry.h"
@@ -232,17 +232,39 @@ std::string ModuleStage::Remains(int lost) {
     return "";
 }
 
+namespace {
+
+bool BeginsWith(const std::string& text, const std::string& beginning) {
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+// "*** function[line]: text"
+bool HasPrefix(const std::string& line) {
+    const size_t bracket = line.find('[');
+    const size_t end = line.find("]: ");
+    return BeginsWith(line, "*** ") && bracket > 4 && bracket != std::string::npos &&
+           end != std::string::npos && end > bracket + 1 &&
+           line.find_first_not_of("0123456789", bracket + 1) == end;
+}
+
+}  // namespace
+
 bool IsLog(const std::string& text) {
-    static const std::regex line(
-        R"((\*\*\* [A-Za-z_0-9~]+\[[0-9]+\]: .*|Failed to allocate .*|pthread_.* returned -?[0-9]+|Unsupported pixel format|skipping track type .*)\n)");
+    const std::vector<std::string> others = {"Failed to allocate ", "pthread_",
+                                             "Unsupported pixel format", "skipping track type "};
     size_t start = 0;
     while (start < text.size()) {
-        size_t end = text.find('\n', start);
-        end = end == std::string::npos ? text.size() : end + 1;
-        if (!std::regex_match(text.substr(start, end - start), line)) {
+        const size_t end = text.find('\n', start);
+        if (end == std::string::npos) {
             return false;
         }
-        start = end;
+        const std::string line = text.substr(start, end - start);
+        if (!HasPrefix(line) && std::none_of(others.begin(), others.end(), [&](const auto& other) {
+                return BeginsWith(line, other);
+            })) {
+            return false;
+        }
+        start = end + 1;
     }
     return true;
 }
