@@ -1,11 +1,11 @@
 // The two ends of a process that has the importer loaded.
 //
-//     kvx_process_life start [N]    N processes (1000 by default) in which 64 threads at once ask
-//     for
-//                                   the first frames, the first printed name and the first table
-//     kvx_process_life exit [N]     N processes (200 by default) that read frames and exit while
-//     the
-//                                   pools live, every other one with frames on their way
+//     kvx_process_life start [N]
+//         N processes (1000 by default) in which 64 threads at once ask for the first frames, the
+//         first printed name and the first table
+//     kvx_process_life exit [N]
+//         N processes (200 by default) that read frames and exit while the pools live, every other
+//         one with frames on their way
 //
 // Answers 0 if each of them came to its end and, at the start, made one pool of each kind.
 #include <sys/wait.h>
