@@ -75,6 +75,14 @@ PrSDKPPixSuite sPPixSuite = {[](PPixHand) { return int32_t{0}; }, nullptr, {}, n
 class Pool : public ImportFrameConverter {
   public:
     explicit Pool(int threads) { EXPECT_EQ(Threaded::Init(threads), threads == 0 ? 22 : 0); }
+
+    // The threads end while they still find the functions of this class.
+    ~Pool() override {
+        if (mThreadCount > 0) {
+            StopAll();
+        }
+    }
+
     using Core = KVX::Core::Threaded;
 };
 
