@@ -43,6 +43,7 @@ int Pass(int64_t offset) {
     gate.changed.notify_all();
     gate.changed.wait(lock, [&] { return !gate.closed || gate.statuses.count(offset) != 0; });
     gate.waiting.erase(std::find(gate.waiting.begin(), gate.waiting.end(), offset));
+    gate.changed.notify_all();
     const auto found = gate.statuses.find(offset);
     return found == gate.statuses.end() ? 0 : found->second;
 }
