@@ -74,6 +74,9 @@ class Descriptors : public kvx_test::HostTest, public testing::WithParamInterfac
 };
 
 TEST_P(Descriptors, FewerThanTheMovieNeeds) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the checks of casts that come with this sanitizer take descriptors too";
+#endif
     const std::string path = WriteTracks();
     for (int free = 0; free <= Tracks(); ++free) {
         SCOPED_TRACE(free);

@@ -171,11 +171,18 @@ const Placement kOtherRows[] = {
 
 class LoadedDispatch : public kvx_test::HostTest, public testing::WithParamInterface<const char*> {
   protected:
-    void SetUp() override {
+    // Stays loaded to the end of the process, as it does with a host: its threads live that long.
+    static const LoadedModule* Module() {
         std::string error;
-        mModule = LoadedModule::Load(LoadedModule::BuiltPath(), error);
-        ASSERT_NE(mModule, nullptr) << error;
-        mLoaded = std::make_unique<Importer>(host, mModule->Entries());
+        static const LoadedModule* const module =
+            LoadedModule::Load(LoadedModule::BuiltPath(), error).release();
+        EXPECT_NE(module, nullptr) << error;
+        return module;
+    }
+
+    void SetUp() override {
+        ASSERT_NE(Module(), nullptr);
+        mLoaded = std::make_unique<Importer>(host, Module()->Entries());
     }
 
     void ExpectAllFormats(int width, const Placement& placement) {
@@ -286,7 +293,6 @@ class LoadedDispatch : public kvx_test::HostTest, public testing::WithParamInter
 
     PixelBuffers buffers{host};
     kvx_hostkit::FrameCache cache{host};
-    std::unique_ptr<LoadedModule> mModule;
     std::unique_ptr<Importer> mLoaded;
     int mWidth = 0;
     int mRowBytes = 0;

@@ -98,7 +98,7 @@ TEST_F(Misuse, OneImporterIDForTwoFiles) {
     EXPECT_EQ(importer.Call(imOpenFile8, &reference, record.Get()), 0);
     EXPECT_EQ(Field(record->privatedata), clip.PrivateData());
     EXPECT_EQ(reference, KVX::PointerFromWord<void>(1L));
-    EXPECT_EQ(clip.Streams().at(0).width, 16);
+    EXPECT_EQ(Field(clip.Streams().at(0).width), 16);
     EXPECT_EQ(importer.Call(imCloseFile, &reference, record->privatedata), 0);
 }
 
