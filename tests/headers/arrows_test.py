@@ -26,10 +26,12 @@ ARROWS = {
     "pipeline": CONVERT,
     "host": PIPELINE,
 }
-# The stand-in host and the command know the importer by its interface; codes are the exception.
+# The stand-in host and the command know the importer by its interface. The command borrows codes and
+# the counting of timecodes, which have nothing to do with a movie.
 OUTSIDE = {
     "hostkit": {"premiere"},
-    "cli": {"premiere", "hostkit", "core/four_char_code.h"},
+    "cli": {"premiere", "hostkit", "core/four_char_code.h", "timecode/ctimecode.h",
+            "timecode/timecode_format.h"},
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
