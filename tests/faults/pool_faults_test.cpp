@@ -113,7 +113,10 @@ std::string Play(const StageMovies& movies, const Failure& failure, int nth, int
     } else if (!play.empty()) {
         return play + "; " + text;
     }
-    const std::string remains = stage.Remains(stage.framesLost);
+    // A frame is refused when its pool cannot be woken, and may be read all the same by a thread
+    // that is awake; with a latch that wakes nobody, its end is then told to no one.
+    const bool mayKeepMore = failure.call == SystemCall::kCondBroadcast && refused;
+    const std::string remains = stage.Remains(mayKeepMore ? mayBeLost : stage.framesLost);
     return remains.empty() ? "" : remains + "; " + text;
 }
 
