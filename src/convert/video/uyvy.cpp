@@ -1,7 +1,6 @@
 // Which of uyvy's routines a frame takes.
 #include "convert/video/uyvy.h"
 
-#include "convert/video/choice.h"
 #include "convert/video/yuv_choice.h"
 #include "premiere/pixel_formats.h"
 
@@ -9,22 +8,28 @@ namespace KVX::Converter::Video {
 
 namespace {
 
-constexpr FormatRoutines<YUVRoutine> kConvertTo[] = {
-    {PrPixelFormat_BGRA_4444_8u, uyvy::ScalarConvertTo<unsigned char>, uyvy::VectorConvertTo8u,
-     uyvy::VectorConvertTo8uMisSrc},
-    {PrPixelFormat_BGRA_4444_16u, uyvy::ScalarConvertTo<unsigned short>, uyvy::VectorConvertTo16u,
-     uyvy::VectorConvertTo16u},
-    {PrPixelFormat_BGRA_4444_32f, uyvy::ScalarConvertTo<float>, uyvy::VectorConvertTo32f,
-     uyvy::VectorConvertTo32f},
+constexpr YUVConversion kConvertTo = {
+    YUVDirection::kToHost,
+    "'uyvy'",
+    false,
+    {{PrPixelFormat_BGRA_4444_8u, uyvy::ScalarConvertTo<unsigned char>, uyvy::VectorConvertTo8u,
+      uyvy::VectorConvertTo8uMisSrc},
+     {PrPixelFormat_BGRA_4444_16u, uyvy::ScalarConvertTo<unsigned short>, uyvy::VectorConvertTo16u,
+      uyvy::VectorConvertTo16u},
+     {PrPixelFormat_BGRA_4444_32f, uyvy::ScalarConvertTo<float>, uyvy::VectorConvertTo32f,
+      uyvy::VectorConvertTo32f}},
 };
 
-constexpr FormatRoutines<YUVRoutine> kCreateFrom[] = {
-    {PrPixelFormat_BGRA_4444_8u, uyvy::ScalarCreateFrom<unsigned char>, uyvy::VectorCreateFrom8u,
-     uyvy::VectorCreateFrom8uMisSrc},
-    {PrPixelFormat_BGRA_4444_16u, uyvy::ScalarCreateFrom<unsigned short>, uyvy::VectorCreateFrom16u,
-     uyvy::VectorCreateFrom16u},
-    {PrPixelFormat_BGRA_4444_32f, uyvy::ScalarCreateFrom<float>, uyvy::VectorCreateFrom32f,
-     uyvy::VectorCreateFrom32f},
+constexpr YUVConversion kCreateFrom = {
+    YUVDirection::kFromHost,
+    "'uyvy'",
+    false,
+    {{PrPixelFormat_BGRA_4444_8u, uyvy::ScalarCreateFrom<unsigned char>, uyvy::VectorCreateFrom8u,
+      uyvy::VectorCreateFrom8uMisSrc},
+     {PrPixelFormat_BGRA_4444_16u, uyvy::ScalarCreateFrom<unsigned short>,
+      uyvy::VectorCreateFrom16u, uyvy::VectorCreateFrom16u},
+     {PrPixelFormat_BGRA_4444_32f, uyvy::ScalarCreateFrom<float>, uyvy::VectorCreateFrom32f,
+      uyvy::VectorCreateFrom32f}},
 };
 
 }  // namespace
@@ -32,29 +37,15 @@ constexpr FormatRoutines<YUVRoutine> kCreateFrom[] = {
 long uyvy::ConvertTo(const char* src, int srcRowBytes, int dstPixelFormat, char* dst,
                      int dstRowBytes, int width, int height, ColourSpace colourSpace,
                      ConversionMode mode) {
-    const Alignment alignment = FindAlignment(src, srcRowBytes, dst, dstRowBytes);
-    if (mode == kConversionModeAuto && MustRevertYUV(alignment, dstPixelFormat)) {
-        LogRevert("ConvertTo", "'uyvy'", HostFormatName(dstPixelFormat), src, srcRowBytes, dst,
-                  dstRowBytes);
-        mode = kConversionModeScalar;
-    }
-    return RunYUV(PickRoutine(kConvertTo, dstPixelFormat, mode, alignment), src, srcRowBytes, dst,
-                  dstRowBytes, width, height,
-                  SelectMatrix(colourSpace, width, kYUVToRGB601, kYUVToRGB709));
+    return ConvertYUV(kConvertTo, {src, srcRowBytes, dst, dstRowBytes, width, height},
+                      dstPixelFormat, colourSpace, mode);
 }
 
 long uyvy::CreateFrom(const char* src, int srcRowBytes, int srcPixelFormat, char* dst,
                       int dstRowBytes, int width, int height, ColourSpace colourSpace,
                       ConversionMode mode) {
-    const Alignment alignment = FindAlignment(src, srcRowBytes, dst, dstRowBytes);
-    if (mode == kConversionModeAuto && MustRevertYUV(alignment, srcPixelFormat)) {
-        LogRevert("CreateFrom", HostFormatName(srcPixelFormat), "'uyvy'", src, srcRowBytes, dst,
-                  dstRowBytes);
-        mode = kConversionModeScalar;
-    }
-    return RunYUV(PickRoutine(kCreateFrom, srcPixelFormat, mode, alignment), src, srcRowBytes, dst,
-                  dstRowBytes, width, height,
-                  SelectMatrix(colourSpace, width, kRGBToYUV601, kRGBToYUV709));
+    return ConvertYUV(kCreateFrom, {src, srcRowBytes, dst, dstRowBytes, width, height},
+                      srcPixelFormat, colourSpace, mode);
 }
 
 }  // namespace KVX::Converter::Video

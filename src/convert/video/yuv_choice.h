@@ -9,11 +9,29 @@ namespace KVX::Converter::Video {
 using YUVRoutine = void(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                         int height, TransformMatrix* matrix);
 
-// Only the 8-bit routines have a form for a misaligned source.
-bool MustRevertYUV(Alignment alignment, int hostFormat);
+enum class YUVDirection { kToHost, kFromHost };
 
-// Runs what was picked and answers 0, or refuses with 22 when there was nothing to pick.
-long RunYUV(YUVRoutine* routine, const char* src, int srcRowBytes, char* dst, int dstRowBytes,
-            int width, int height, TransformMatrix matrix);
+// One direction of one of the two converters.
+struct YUVConversion {
+    YUVDirection mDirection;
+    const char* mFileLayout;  // in quotes, as revert lines have it
+    // Whether destination rows that fall in memory are turned into the same rows rising.
+    bool mNeedsRisingRows;
+    FormatRoutines<YUVRoutine> mRoutines[3];  // for each of the BGRA formats
+};
+
+struct YUVFrame {
+    const char* mSrc;
+    int mSrcRowBytes;
+    char* mDst;
+    int mDstRowBytes;
+    int mWidth;
+    int mHeight;
+};
+
+// Converts with what fits the host's format, the mode and the alignment, reverting to scalar code
+// with a line where that must be. Answers 0, or refuses an unknown format with 22.
+long ConvertYUV(const YUVConversion& conversion, const YUVFrame& frame, int hostFormat,
+                ColourSpace colourSpace, ConversionMode mode);
 
 }  // namespace KVX::Converter::Video
