@@ -1,10 +1,8 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "cli/commands.h"
@@ -78,13 +76,9 @@ int WriteSound(const kvx_hostkit::Clip& clip, const AudioOptions& options) {
 }
 
 int RunAudio(const AudioOptions& options, const CommonOptions& common) {
-    std::error_code ignored;
-    if (std::filesystem::equivalent(options.movie, options.output, ignored)) {
-        return Complain(kExitUsage, options.output, "this is the movie itself");
-    }
-    return WithMovie(common, options.movie, [&options](const kvx_hostkit::Clip& clip) {
-        return WriteSound(clip, options);
-    });
+    return WithMovieInto(
+        common, options.movie, options.output,
+        [&options](const kvx_hostkit::Clip& clip) { return WriteSound(clip, options); });
 }
 
 }  // namespace

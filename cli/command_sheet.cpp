@@ -114,14 +114,11 @@ std::string WriteSheet(const kvx_hostkit::Clip& clip, const SheetOptions& option
 }
 
 int RunSheet(const SheetOptions& options, const CommonOptions& common) {
-    std::error_code ignored;
-    if (std::filesystem::equivalent(options.movie, options.output, ignored)) {
-        return Complain(kExitUsage, options.output, "this is the movie itself");
-    }
-    return WithMovie(common, options.movie, [&options](const kvx_hostkit::Clip& clip) {
-        const std::string problem = WriteSheet(clip, options);
-        return problem.empty() ? kExitDone : Complain(kExitRefused, options.movie, problem);
-    });
+    return WithMovieInto(
+        common, options.movie, options.output, [&options](const kvx_hostkit::Clip& clip) {
+            const std::string problem = WriteSheet(clip, options);
+            return problem.empty() ? kExitDone : Complain(kExitRefused, options.movie, problem);
+        });
 }
 
 }  // namespace

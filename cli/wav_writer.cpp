@@ -1,9 +1,8 @@
 #include "cli/wav_writer.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
-#include <cstring>
+
+#include "cli/output_files.h"
 
 namespace kvx_cli {
 
@@ -101,21 +100,12 @@ void Interleave(const float* const* planes, int channels, size_t frames, float* 
 
 WavWriter::~WavWriter() {
     if (mFile != nullptr) {
-        std::fclose(mFile);
-        RemoveFile();
+        CloseOutputFile(mFile, mPath, false);
     }
 }
 
-void WavWriter::RemoveFile() {
-    // Not when it is a device, or a pipe.
-    struct stat status = {};
-    if (stat(mPath.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
-        std::remove(mPath.c_str());
-    }
-}
-
-bool WavWriter::Fail(const char* what) {
-    mProblem = std::string(what) + " " + mPath + ": " + std::strerror(errno);
+bool WavWriter::Fail() {
+    mProblem = CannotWrite(mPath, errno);
     return false;
 }
 
@@ -124,22 +114,21 @@ bool WavWriter::Open(const std::string& path, const WavFormat& format) {
     mFormat = format;
     mFile = std::fopen(path.c_str(), "wb");
     if (mFile == nullptr) {
-        return Fail("cannot write");
+        return Fail();
     }
     return WriteHeader(0);
 }
 
 bool WavWriter::WriteHeader(uint64_t frames) {
     const std::vector<uint8_t> header = WavHeader(mFormat, frames);
-    return std::fwrite(header.data(), 1, header.size(), mFile) == header.size() ||
-           Fail("cannot write");
+    return std::fwrite(header.data(), 1, header.size(), mFile) == header.size() || Fail();
 }
 
 bool WavWriter::Write(const float* interleaved, size_t frames) {
     // The file is little-endian, as is every processor that this is built for.
     const size_t samples = frames * static_cast<size_t>(mFormat.channels);
     if (std::fwrite(interleaved, kBytesPerSample, samples, mFile) != samples) {
-        return Fail("cannot write");
+        return Fail();
     }
     mFrames += frames;
     return true;
@@ -147,19 +136,15 @@ bool WavWriter::Write(const float* interleaved, size_t frames) {
 
 bool WavWriter::Finish() {
     if (std::fseek(mFile, 0, SEEK_SET) != 0) {
-        return Fail("cannot go back in");
+        return Fail();
     }
     if (!WriteHeader(mFrames)) {
         return false;
     }
     std::FILE* const file = mFile;
     mFile = nullptr;
-    if (std::fclose(file) != 0) {
-        Fail("cannot write");
-        RemoveFile();
-        return false;
-    }
-    return true;
+    mProblem = CloseOutputFile(file, mPath, true);
+    return mProblem.empty();
 }
 
 }  // namespace kvx_cli

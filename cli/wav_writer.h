@@ -42,9 +42,8 @@ class WavWriter {
     const std::string& Problem() const { return mProblem; }
 
   private:
-    bool Fail(const char* what);
+    bool Fail();  // for the reason in errno
     bool WriteHeader(uint64_t frames);
-    void RemoveFile();
 
     std::FILE* mFile = nullptr;
     std::string mPath;

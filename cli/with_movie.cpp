@@ -1,6 +1,8 @@
 #include "cli/with_movie.h"
 
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
 #include "cli/complain.h"
 #include "cli/session.h"
@@ -19,6 +21,15 @@ int WithMovie(const CommonOptions& common, const std::string& path,
         return Complain(kExitRefused, path, "not importable: " + movie.refusal);
     }
     return work(*movie.clip);
+}
+
+int WithMovieInto(const CommonOptions& common, const std::string& path, const std::string& output,
+                  const std::function<int(const kvx_hostkit::Clip&)>& work) {
+    std::error_code ignored;
+    if (std::filesystem::equivalent(path, output, ignored)) {
+        return Complain(kExitUsage, output, "this is the movie itself");
+    }
+    return WithMovie(common, path, work);
 }
 
 }  // namespace kvx_cli

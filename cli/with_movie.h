@@ -13,4 +13,8 @@ namespace kvx_cli {
 int WithMovie(const CommonOptions& common, const std::string& path,
               const std::function<int(const kvx_hostkit::Clip&)>& work);
 
+// The same for a subcommand that makes the file `output` from the movie: refuses to write over it.
+int WithMovieInto(const CommonOptions& common, const std::string& path, const std::string& output,
+                  const std::function<int(const kvx_hostkit::Clip&)>& work);
+
 }  // namespace kvx_cli
