@@ -1,5 +1,6 @@
 // What sets a frame going, and what stops it before it goes.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -87,6 +88,19 @@ TEST_F(FrameIssue, OpensATrackThatWasNeverOpened) {
     EXPECT_EQ(Bytes(frame->mPixels, 4096), Media(0, 4096));
 }
 
+// The length that the read is held against is the one from before.
+TEST_F(FrameIssue, OpeningATrackDoesNotChangeTheLengthOfTheRead) {
+    OpenMovie(MovieOfPicture(kPageUYVY, 1));
+    const long long length = track->mFileSize;
+    track->CloseFile();
+    track->mFileDescriptor = 0;
+    track->mFileSize = 0x10000 + 4096;
+    const Frame frame = RunFrame(PrPixelFormat_UYVY_422_8u_601);
+    EXPECT_EQ(frame->mReadRequest->mFileLength, 0x10000 + 4096);
+    EXPECT_EQ(frame->mReadRequest->mFileDescriptor, track->mFileDescriptor);
+    EXPECT_EQ(track->mFileSize, length);
+}
+
 TEST_F(FrameIssue, TellsOfATrackThatDoesNotOpen) {
     OpenMovie(MovieOfPicture(kPageUYVY, 1));
     track->CloseFile();
@@ -102,6 +116,34 @@ TEST_F(FrameIssue, LeavesAClosedTrackClosed) {
     ASSERT_EQ(track->mFileDescriptor, -2);
     EXPECT_EQ(LogOfRefusal(PrPixelFormat_UYVY_422_8u_601, 22),
               "Issue: Track " + PointerText(track) + " has invalid file descriptor -2\n");
+    EXPECT_EQ(buffers.CreatedCount(), 0);
+}
+
+TEST_F(FrameIssue, TakesNoDescriptorBelowOne) {
+    OpenMovie(MovieOfPicture(kPageUYVY, 1));
+    const int descriptor = track->mFileDescriptor;
+    track->mFileDescriptor = -1;
+    EXPECT_EQ(LogOfRefusal(PrPixelFormat_UYVY_422_8u_601, 22),
+              "Issue: Track " + PointerText(track) + " has invalid file descriptor -1\n");
+    track->mFileDescriptor = descriptor;
+}
+
+// In a process without standard input the system opens a file as 0, which here means none.
+TEST_F(FrameIssue, TakesNoFileThatIsOpenedInThePlaceOfStandardInput) {
+    OpenMovie(MovieOfPicture(kPageUYVY, 1));
+    track->CloseFile();
+    track->mFileDescriptor = 0;
+    const Frame frame(NewFrame(PrPixelFormat_UYVY_422_8u_601));
+    LogCapture log;
+    const int standardInput = dup(0);
+    ASSERT_GT(standardInput, 0);
+    close(0);
+    const long status = frame->Issue();
+    dup2(standardInput, 0);
+    close(standardInput);
+    EXPECT_EQ(status, 22);
+    EXPECT_EQ(log.Text(),
+              "Issue: Track " + PointerText(track) + " has invalid file descriptor 0\n");
     EXPECT_EQ(buffers.CreatedCount(), 0);
 }
 
