@@ -32,6 +32,7 @@ long xImportEntry(int selector, imStdParms* stdParms, long param1, long param2) 
         return HostResult(
             fileImportFunctions[static_cast<size_t>(selector)](stdParms, param1, param2));
     } catch (...) {
+        KVX_LOG("Selector %d ended with an exception\n", selector);
         return imMemErr;
     }
 }
@@ -44,6 +45,7 @@ long AsyncImportEntry(int selector, void* record) {
     try {
         return HostResult(asyncImportFunctions[static_cast<size_t>(selector)](record));
     } catch (...) {
+        KVX_LOG("Selector %d ended with an exception\n", selector);
         return KVX::Core::kStatusNoMemory;
     }
 }

@@ -90,7 +90,14 @@ Movie* Movie::Create(const std::string& path) {
         KVX_LOG("Failed to create a new Movie object\n");
         return nullptr;
     }
-    if (const long status = movie->Init(path)) {
+    long status = 0;
+    try {
+        status = movie->Init(path);
+    } catch (const std::bad_alloc&) {
+        // From the lists and the tables of the tracks.
+        status = Core::kStatusNoMemory;
+    }
+    if (status != 0) {
         KVX_LOG("Init() failed with %ld\n", status);
         return nullptr;
     }

@@ -5,8 +5,10 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <exception>
 #include <new>
 #include <string>
+#include <system_error>
 
 #include "platform/portable/cf_url.h"
 #include "platform/portable/file_name.h"
@@ -74,7 +76,7 @@ Boolean CFURLGetFSRef(CFURLRef url, struct FSRef* ref) {
     KVX::Platform::Require(url != nullptr && ref != nullptr);
     try {
         return KVX::Platform::MakeFSRef(url->mPath, *ref);
-    } catch (const std::bad_alloc&) {
+    } catch (const std::exception&) {
         return false;
     }
 }
@@ -88,6 +90,8 @@ OSStatus FSMoveObjectSync(const FSRef* source, const FSRef* destination, CFStrin
         return Move(*source, *destination, name, moved, options);
     } catch (const std::bad_alloc&) {
         return memFullErr;
+    } catch (const std::system_error& error) {
+        return KVX::Platform::ResultCode(error.code().value());
     }
 }
 
@@ -106,5 +110,7 @@ OSErr FSDeleteObject(const FSRef* ref) {
         return static_cast<OSErr>(result);
     } catch (const std::bad_alloc&) {
         return memFullErr;
+    } catch (const std::system_error& error) {
+        return static_cast<OSErr>(KVX::Platform::ResultCode(error.code().value()));
     }
 }
