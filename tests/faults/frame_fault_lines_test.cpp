@@ -10,11 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "faults/module_stage.h"
+#include "faults/frame_player.h"
 #include "faults/spelled_log.h"
 #include "faults/threads_at_rest.h"
-#include "host/entry.h"
-#include "hostkit/frame_source.h"
 #include "pipeline/read_controller.h"
 #include "support/child_process.h"
 #include "support/fault_injection.h"
@@ -22,12 +20,9 @@
 
 namespace {
 
-using kvx_hostkit::Clip;
-using kvx_hostkit::FrameSource;
-using kvx_hostkit::Importer;
 using kvx_test::Fault;
+using kvx_test::FramePlayer;
 using kvx_test::LogCapture;
-using kvx_test::ModuleStage;
 using kvx_test::StageMovies;
 using kvx_test::SystemCall;
 
@@ -217,42 +212,17 @@ std::string Expected(const Row& row) {
     return text;
 }
 
-// A clip with its pools up and at rest, in a process of its own.
-class Player {
-  public:
-    Player(const StageMovies& movies, Road road)
-        : mStage(movies),
-          mFormats{road == kInPlace ? PrPixelFormat_UYVY_422_8u_601 : PrPixelFormat_BGRA_4444_8u} {
-        mClip.Open();
-        mSource.Open();
-        Request(7);
-        kvx_test::AwaitRest();
-    }
-
-    long Request(int frame) {
-        const int64_t ticks = mStage.host.settings.ticksPerSecond / 24;
-        return mSource.Request(frame * ticks, mFormats);
-    }
-
-    bool Has(int frame) const { return mStage.cache.AdditionsOf(mClip.ImporterID(), frame) == 1; }
-
-    void Forget() { mStage.cache.Forget(); }
-
-    LogCapture log;
-
-  private:
-    ModuleStage mStage;
-    Importer mImporter{mStage.host, {&xImportEntry, &AsyncImportEntry}};
-    Clip mClip{mImporter, mStage.PicturePath()};
-    FrameSource mSource{mClip};
-    std::vector<PrPixelFormat> mFormats;
-};
+PrPixelFormat FormatOf(Road road) {
+    return road == kInPlace ? PrPixelFormat_UYVY_422_8u_601 : PrPixelFormat_BGRA_4444_8u;
+}
 
 // The process ends by itself at the end of a play: with a thread that waits for ever nothing can
 // be taken down.
 std::string Play(const StageMovies& movies, Road road, const Row& row) {
-    auto& player = *new Player(movies, road);
-    std::string said = player.log.Text();
+    const LogCapture log;
+    auto& player = *new FramePlayer(movies, FormatOf(road));
+    player.StartPools();
+    std::string said = log.Text();
     int hits = 0;
     {
         const Fault fault(row.call, row.error, row.nth);
@@ -260,14 +230,14 @@ std::string Play(const StageMovies& movies, Road road, const Row& row) {
         kvx_test::AwaitRest();
         hits = fault.Hits();
     }
-    said += kvx_test::Spelled(player.log.Text());
+    said += kvx_test::Spelled(log.Text());
     said += player.Has(0) ? "delivered\n" : "not delivered\n";
     if (!IsStuck(row.fate)) {
-        const size_t before = player.log.Text().size();
+        const size_t before = log.Text().size();
         said += "then status " + std::to_string(player.Request(1));
         kvx_test::AwaitRest();
         said += player.Has(1) ? ", delivered\n" : ", not delivered\n";
-        said += player.log.Text().substr(before);
+        said += log.Text().substr(before);
         said += player.Has(0) ? "and both\n" : "and still not\n";
     }
     return hits == 1 ? said : "no call failed; " + said;
@@ -286,7 +256,8 @@ std::vector<long> Counts() {
 std::map<SystemCall, std::set<int>> CallsOfAFrame(const StageMovies& movies, Road road) {
     const std::string said = kvx_test::InChild(
         [&] {
-            auto& player = *new Player(movies, road);
+            auto& player = *new FramePlayer(movies, FormatOf(road));
+            player.StartPools();
             const std::vector<long> before = Counts();
             player.Request(0);
             kvx_test::AwaitRest();

@@ -40,8 +40,6 @@ class ModuleStage {
     bool Save();
     bool Delete();
 
-    const std::string& PicturePath() const { return mMovies.picture; }
-
     // Opens the good movie and reads a frame and a stretch of sound of it; answers what is wrong,
     // nothing if all is well.
     std::string PlayGoodMovie();

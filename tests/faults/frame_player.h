@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "faults/module_stage.h"
+#include "hostkit/clip.h"
+#include "hostkit/frame_source.h"
+#include "hostkit/importer.h"
+
+namespace kvx_test {
+
+// A host that asks for single frames of the stage's movie.
+class FramePlayer {
+  public:
+    // Opens the clip; nothing is asked for yet.
+    FramePlayer(const StageMovies& movies, PrPixelFormat format);
+
+    // Asks for a frame that no test looks at, so that the pools are up and at rest.
+    void StartPools();
+
+    // What the importer answers. AwaitRest tells when the frame has come as far as it will.
+    long Request(int frame);
+
+    // The same for the look into the cache. A frame that is there is let go of.
+    long Get(int frame);
+
+    // Whether the frame has reached the cache, once.
+    bool Has(int frame) const;
+
+    kvx_hostkit::Clip& GetClip() { return mClip; }
+
+    ModuleStage stage;
+
+  private:
+    int64_t TimeOf(int frame) const;
+
+    kvx_hostkit::Importer mImporter;
+    kvx_hostkit::Clip mClip;
+    kvx_hostkit::FrameSource mSource;
+    std::vector<PrPixelFormat> mFormats;
+};
+
+}  // namespace kvx_test
