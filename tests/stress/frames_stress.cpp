@@ -1,5 +1,6 @@
 // Plays a nervous host: several threads that ask for frames of several movies in every format, ask
-// again, find them in a small cache, and put files to sleep or close them with frames in flight.
+// again, find them in a small cache, put files to sleep or close them with frames in flight, and
+// between frames ask for anything else that a movie can tell.
 // Every frame that was started must reach the cache once, whole frames with the file's own bytes,
 // and at the end no pixel buffer may be left.
 //
@@ -28,6 +29,7 @@
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
 #include "support/random.h"
+#include "support/sample_descriptions.h"
 #include "support/temp_directory.h"
 
 namespace {
@@ -43,8 +45,10 @@ using kvx_test::Random;
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kHostThreads = 3;
+constexpr int kHostThreads = 4;
+constexpr int kMoviesOfAPicture = 2;
 constexpr int kFramesInMovie = 200;
+constexpr int64_t kSoundFrames = 48000;
 constexpr int kPrefetch = 12;
 constexpr size_t kCachedFrames = 64;
 constexpr std::chrono::seconds kPatience(60);
@@ -99,10 +103,14 @@ void Require(bool holds, const char* what) {
 
 std::string WritePicture(const kvx_test::TempDirectory& directory, const Picture& picture,
                          const std::string& name) {
+    const auto frameBytes = static_cast<uint32_t>(picture.rowBytes * picture.height);
+    const uint64_t behindThePictures =
+        kvx_test::kMediaOffset + uint64_t{frameBytes} * kFramesInMovie;
     kvx_test::MovieRecipe recipe;
-    recipe.tracks.push_back(kvx_test::VideoTrackRecipe(
-        {picture.format, picture.width, picture.height, 24},
-        static_cast<uint32_t>(picture.rowBytes * picture.height), kFramesInMovie));
+    recipe.tracks = {kvx_test::VideoTrackRecipe({picture.format, picture.width, picture.height, 24},
+                                                frameBytes, kFramesInMovie),
+                     kvx_test::SoundTrackRecipe(kvx_test::Describe(kvx_test::SoundDescriptionV0{}),
+                                                4, kSoundFrames, 48000, behindThePictures)};
     return kvx_test::WriteMovie(directory, recipe, {}, name);
 }
 
@@ -129,6 +137,19 @@ void CheckFrame(const Picture& picture, PPixHand ppix, int frame) {
     }
 }
 
+// Two channels of 16 big-endian bits.
+void CheckSound(const float* const* planes, int64_t position, uint32_t count) {
+    for (uint32_t index = 0; index < count; ++index) {
+        const kvx_test::Bytes bytes = kvx_test::PatternSample(1, position + index, 4);
+        for (size_t channel = 0; channel < 2; ++channel) {
+            const int level = static_cast<signed char>(bytes[2 * channel]) * 256 +
+                              static_cast<unsigned char>(bytes[2 * channel + 1]);
+            Require(planes[channel][index] == static_cast<float>(level) / 32767.0f,
+                    "sound with other samples than the file's");
+        }
+    }
+}
+
 class HostThread {
   public:
     HostThread(const Importer& importer, FrameCache& cache, const std::vector<std::string>& movies,
@@ -144,7 +165,11 @@ class HostThread {
             Require(mSources.back()->Open() == imNoErr, "no asynchronous importer");
         }
         while (mAsked < frames && Clock::now() < end) {
-            const auto movie = static_cast<size_t>(mRandom.Pick(0, 3));
+            const auto movie =
+                static_cast<size_t>(mRandom.Pick(0, static_cast<int64_t>(mMovies.size()) - 1));
+            if (mRandom.OneIn(4)) {
+                AskForOtherThings(*mClips[movie]);
+            }
             if (mRandom.OneIn(8)) {
                 LeaveInFlight(movie);
             } else {
@@ -160,9 +185,36 @@ class HostThread {
         return ticks;
     }
 
+    static const Picture& PictureOf(size_t movie) { return Pictures()[movie / kMoviesOfAPicture]; }
+
+    void AskForOtherThings(const Clip& clip) {
+        switch (mRandom.Pick(0, 3)) {
+            case 0:
+                Require(clip.Streams().size() == 1, "not one stream");
+                return;
+            case 1:
+                Require(!clip.PixelFormats().empty(), "no pixel formats");
+                return;
+            case 2: {
+                imTimeInfoRec8 time = {};
+                Require(clip.GetTimeInfo(&time) == imNoTimecode, "a timecode");
+                return;
+            }
+            default: {
+                constexpr uint32_t kCount = 40;
+                float left[kCount];
+                float right[kCount];
+                float* planes[] = {left, right};
+                const int64_t position = mRandom.Pick(0, kSoundFrames - kCount);
+                Require(clip.ReadAudio(0, position, kCount, planes) == imNoErr, "no sound");
+                CheckSound(planes, position, kCount);
+            }
+        }
+    }
+
     // Asks for a stretch of frames, for some of them twice, and waits for all.
     void Prefetch(size_t movie, const Clip& clip, const FrameSource& source) {
-        const Picture& picture = Pictures()[movie];
+        const Picture& picture = PictureOf(movie);
         const std::vector<PrPixelFormat> formats = {mRandom.AnyOf(picture.destinations)};
         const int64_t ticks = TicksPerFrame(clip);
         const auto first = static_cast<int>(mRandom.Pick(0, kFramesInMovie - kPrefetch));
@@ -197,7 +249,7 @@ class HostThread {
     // Opens the movie for itself, asks for frames and turns away without waiting: quiet, quiet and
     // back, the async importer closed, or all closed.
     void LeaveInFlight(size_t movie) {
-        const Picture& picture = Pictures()[movie];
+        const Picture& picture = PictureOf(movie);
         Clip clip(mImporter, mMovies[movie]);
         Require(clip.Open() == imNoErr, "a movie does not open again");
         FrameSource source(clip);
@@ -274,8 +326,10 @@ int main(int argc, char** argv) {
     const kvx_test::TempDirectory directory;
     std::vector<std::string> movies;
     for (const Picture& picture : Pictures()) {
-        movies.push_back(
-            WritePicture(directory, picture, "movie" + std::to_string(movies.size()) + ".mov"));
+        for (int copy = 0; copy < kMoviesOfAPicture; ++copy) {
+            movies.push_back(
+                WritePicture(directory, picture, "movie" + std::to_string(movies.size()) + ".mov"));
+        }
     }
     // Frames in flight call the host until they have ended, so that it goes last.
     Host host;
