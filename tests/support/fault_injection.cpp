@@ -299,4 +299,9 @@ int kvx_fault_pthread_detach(pthread_t thread) {
     return kvx_test::Strikes(SystemCall::kThreadDetach, error) ? error : status;
 }
 
+long kvx_fault_sysconf(int name) {
+    int answer = 0;
+    return kvx_test::Strikes(SystemCall::kProcessorCount, answer) ? answer : sysconf(name);
+}
+
 }  // extern "C"

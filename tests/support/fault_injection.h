@@ -38,6 +38,7 @@ enum class SystemCall {
     kThreadCreate,
     kThreadJoin,
     kThreadDetach,
+    kProcessorCount,  // sysconf; answers `error`
     kCount,
 };
 
