@@ -80,10 +80,9 @@ PPixHand FrameReader::Fetch(int64_t frame) {
         mProblem = WhyLate(frame);
         return nullptr;
     }
-    const std::string log = mLog.Text();
-    if (log.find(" returned ") != std::string::npos) {
-        mProblem =
-            FrameText(frame) + " or one close behind it could not be read: " + FirstLine(log);
+    const std::string failure = LineWith(" returned ", mLog.NewLines());
+    if (!failure.empty()) {
+        mProblem = FrameText(frame) + " or one close behind it could not be read: " + failure;
         return nullptr;
     }
     PPixHand ppix = nullptr;

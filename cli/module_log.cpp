@@ -23,13 +23,25 @@ ModuleLog::~ModuleLog() {
 }
 
 std::string ModuleLog::Text() const {
+    return TextFrom(0);
+}
+
+std::string ModuleLog::NewLines() {
+    std::string text = TextFrom(mTold);
+    const size_t lastEnd = text.rfind('\n');
+    text.resize(lastEnd == std::string::npos ? 0 : lastEnd + 1);
+    mTold += text.size();
+    return text;
+}
+
+std::string ModuleLog::TextFrom(size_t position) const {
     std::string text;
     if (mFile != nullptr) {
         std::fflush(stderr);
         char block[4096];
         ssize_t got;
-        while ((got = pread(fileno(mFile), block, sizeof block, static_cast<off_t>(text.size()))) >
-               0) {
+        while ((got = pread(fileno(mFile), block, sizeof block,
+                            static_cast<off_t>(position + text.size()))) > 0) {
             text.append(block, static_cast<size_t>(got));
         }
     }

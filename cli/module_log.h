@@ -17,8 +17,14 @@ class ModuleLog {
     // What was logged so far.
     std::string Text() const;
 
+    // The lines that have been finished since the last call.
+    std::string NewLines();
+
   private:
+    std::string TextFrom(size_t position) const;
+
     std::FILE* mFile;
+    size_t mTold = 0;  // bytes that NewLines has answered
     int mStandardError = -1;
 };
 

@@ -86,8 +86,13 @@ const char kNotPlayable[] =
 
 }  // namespace
 
-std::string FirstLine(const std::string& log) {
-    return log.substr(0, log.find('\n'));
+std::string LineWith(const std::string& words, const std::string& log) {
+    const size_t found = log.find(words);
+    if (found == std::string::npos) {
+        return {};
+    }
+    const size_t start = log.rfind('\n', found) + 1;  // 0 when there is none before
+    return log.substr(start, log.find('\n', found) - start);
 }
 
 std::string FileProblem(const std::string& path) {
@@ -124,7 +129,7 @@ std::string RefusalInWords(long status, const std::string& log) {
     }
     std::string words = "the importer refused it with status " + std::to_string(status);
     if (!log.empty()) {
-        words += ": " + FirstLine(log);
+        words += ": " + log.substr(0, log.find('\n'));
     }
     return words;
 }

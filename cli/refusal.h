@@ -12,6 +12,7 @@ std::string FileProblem(const std::string& path);
 // The reason behind a failed call of the module, from its status and from what it logged meanwhile.
 std::string RefusalInWords(long status, const std::string& log);
 
-std::string FirstLine(const std::string& log);
+// The first line of a log that has `words` in it, without its end; nothing if none has.
+std::string LineWith(const std::string& words, const std::string& log);
 
 }  // namespace kvx_cli

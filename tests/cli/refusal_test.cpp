@@ -12,6 +12,7 @@
 namespace {
 
 using kvx_cli::FileProblem;
+using kvx_cli::LineWith;
 using kvx_cli::RefusalInWords;
 using testing::HasSubstr;
 
@@ -112,6 +113,14 @@ TEST_F(CliFileProblem, IsEmptyForAFileWithBytes) {
     const std::string path = mFolder + "/some.mov";
     std::ofstream(path) << "x";
     EXPECT_EQ(FileProblem(path), "");
+}
+
+TEST(CliRefusal, FindsTheLineThatTells) {
+    const std::string log = "a frame reverts\n*** Read[7]: pread returned 5\nRead returned 5";
+    EXPECT_EQ(LineWith(" returned ", log), "*** Read[7]: pread returned 5");
+    EXPECT_EQ(LineWith("reverts", log), "a frame reverts");
+    EXPECT_EQ(LineWith("Read returned", log), "Read returned 5");
+    EXPECT_EQ(LineWith("hit EOF", log), "");
 }
 
 }  // namespace
