@@ -7,11 +7,12 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -72,9 +73,12 @@ PageMemory AllocatePages(size_t size) {
     return memory;
 }
 
-// The same bytes by eight threads: slices in file order, each read by one `pread` into one of
-// `depth` frames of memory, and with `copies` on into another such frame, whole, by the thread that
-// reads its last slice.
+// The same work by eight threads and nothing else: no request, no queue, no host. A thread takes
+// the next slice of the file in order, reads it with one `pread`, and on the copy road the thread
+// that reads the last slice of a frame copies the frame, whole. At most `depth` frames are in
+// flight, as in the pipeline: each has memory of its own to read into, and to copy into, that no
+// other frame uses until it is done. The memory is there from the start and every page of it has
+// been touched.
 class PlainReader {
   public:
     PlainReader(const std::string& path, int depth, bool copies)
@@ -91,9 +95,7 @@ class PlainReader {
 
     double Seconds() {
         mNextSlice = 0;
-        for (auto& left : mLeft) {
-            left = kSlicesInFrame;
-        }
+        mSlicesLeft.fill(kSlicesInFrame);
         const auto start = Clock::now();
         std::vector<std::thread> threads;
         for (int thread = 0; thread < kPlainThreads; ++thread) {
@@ -109,31 +111,56 @@ class PlainReader {
     static constexpr int kSlicesInFrame = (kFrameSize + kSlice - 1) / kSlice;
 
     void Work() {
-        for (int slice = mNextSlice++; slice < kFrames * kSlicesInFrame; slice = mNextSlice++) {
+        std::unique_lock<std::mutex> lock(mLock);
+        while (mNextSlice < kFrames * kSlicesInFrame) {
+            const int slice = mNextSlice++;
             const int frame = slice / kSlicesInFrame;
-            const size_t offset = static_cast<size_t>(slice % kSlicesInFrame) * kSlice;
-            const auto place = static_cast<size_t>(frame % mDepth);
-            char* const to = mFrames[place].get();
-            const size_t size = std::min(kSlice, kFrameSize - offset);
-            const size_t fileOffset =
-                kvx_test::kMediaOffset + static_cast<size_t>(frame) * kFrameSize + offset;
-            if (pread(mFile, to + offset, size, static_cast<off_t>(fileOffset)) !=
-                static_cast<ssize_t>(size)) {
-                std::abort();
+            const int before = frame - mDepth;
+            mFrameDone.wait(lock, [&] { return before < 0 || SlicesLeft(before) == kDone; });
+            lock.unlock();
+            Read(frame, slice % kSlicesInFrame);
+            lock.lock();
+            if (--SlicesLeft(frame) > 0) {
+                continue;
             }
-            if (--mLeft[static_cast<size_t>(frame)] == 0 && mCopies) {
-                std::memcpy(mCopied[place].get(), to, kFrameSize);
+            if (mCopies) {
+                lock.unlock();
+                std::memcpy(Place(mCopied, frame), Place(mFrames, frame), kFrameSize);
+                lock.lock();
             }
+            SlicesLeft(frame) = kDone;
+            mFrameDone.notify_all();
         }
     }
+
+    void Read(int frame, int slice) {
+        const size_t offset = static_cast<size_t>(slice) * kSlice;
+        const size_t size = std::min(kSlice, kFrameSize - offset);
+        const size_t fileOffset =
+            kvx_test::kMediaOffset + static_cast<size_t>(frame) * kFrameSize + offset;
+        if (pread(mFile, Place(mFrames, frame) + offset, size, static_cast<off_t>(fileOffset)) !=
+            static_cast<ssize_t>(size)) {
+            std::abort();
+        }
+    }
+
+    int& SlicesLeft(int frame) { return mSlicesLeft[static_cast<size_t>(frame)]; }
+
+    char* Place(const std::vector<PageMemory>& frames, int frame) const {
+        return frames[static_cast<size_t>(frame % mDepth)].get();
+    }
+
+    static constexpr int kDone = -1;
 
     int mFile;
     int mDepth;
     bool mCopies;
     std::vector<PageMemory> mFrames;
     std::vector<PageMemory> mCopied;
-    std::atomic<int> mNextSlice{0};
-    std::array<std::atomic<int>, kFrames> mLeft;
+    std::mutex mLock;  // of all that follows
+    std::condition_variable mFrameDone;
+    int mNextSlice = 0;
+    std::array<int, kFrames> mSlicesLeft{};  // to read, or kDone
 };
 
 enum class Road { kDirect, kCopy, kCustom };
@@ -202,7 +229,7 @@ double Median(std::vector<double> values) {
 
 void BM_Frames(benchmark::State& state, Road road) {
     const int depth = static_cast<int>(state.range(0));
-    PlainReader plain(MoviePath(), std::max(depth, 2), road == Road::kCopy);
+    PlainReader plain(MoviePath(), depth, road == Road::kCopy);
     Player player(road, depth);
     plain.Seconds();
     player.Seconds();

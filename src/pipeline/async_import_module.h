@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "pipeline/read_buffers.h"
 #include "premiere/import_records.h"
 #include "premiere/suites.h"
 
@@ -65,7 +66,8 @@ class AsyncImportModule {
     long GetFrameIndex(const imSourceVideoRec* sourceVideo, long& frameIndex) const;
     void DropHold();
 
-    std::atomic<int> mHolds{1};  // the host's until Close, and one for each call in progress
+    ReadBuffers::Keeper mKeeper;  // of buffers for the frames to come
+    std::atomic<int> mHolds{1};   // the host's until Close, and one for each call in progress
 };
 
 }  // namespace KVX

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <new>
 
 #include "core/log.h"
@@ -39,7 +38,7 @@ ReadRequest::ReadRequest(int fd, long long fileLength, long long offset, long lo
 
 ReadRequest::~ReadRequest() {
     if (mOwnsBuffer) {
-        std::free(mBuffer);
+        ReadBuffers::Free(mOwned);
     }
 }
 
@@ -111,7 +110,8 @@ long ReadRequest::Init() {
     mBufferSize = requiredBufferSize;
     mNextOffset = mAlignedOffset;
     if (mBuffer == nullptr) {
-        mBuffer = static_cast<char*>(valloc(static_cast<size_t>(requiredBufferSize + kPageSize)));
+        mOwned = ReadBuffers::Allocate(static_cast<size_t>(requiredBufferSize + kPageSize));
+        mBuffer = mOwned.memory;
         if (mBuffer == nullptr) {
             KVX_LOG("valloc failed\n");
             return Core::kStatusNoMemory;

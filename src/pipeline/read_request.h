@@ -5,6 +5,7 @@
 #include "core/event.h"
 #include "core/lockable.h"
 #include "core/refcounted.h"
+#include "pipeline/read_buffers.h"
 
 namespace KVX {
 
@@ -97,6 +98,7 @@ class ReadRequest : public Core::Lockable, public Core::Refcounted {
     long long GetRequiredSize() const;
     void RunIdleFunction();
 
+    ReadBuffers::Buffer mOwned;  // what mBuffer is in, if it is owned
     std::atomic<int> mTicketsOut{0};
     std::atomic<void (*)(void*)> mIdleFunction{nullptr};
     void* mIdleData = nullptr;

@@ -1,0 +1,241 @@
+// Which buffers of read requests are used again. What the system was asked for tells: a buffer that
+// was kept costs no call.
+#include "pipeline/read_buffers.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+#include "pipeline/frame_test.h"
+#include "pipeline/read_request.h"
+#include "pipeline/reference.h"
+#include "support/fault_injection.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using KVX::ReadBuffers;
+using KVX::ReadRequest;
+using kvx_test::CallCount;
+using kvx_test::Eventually;
+using kvx_test::Fault;
+using kvx_test::FrameTest;
+using kvx_test::LogCapture;
+using kvx_test::Reference;
+using kvx_test::SystemCall;
+
+constexpr size_t kMiB = size_t{1} << 20;
+
+void Turn(size_t size) {
+    ReadBuffers::Free(ReadBuffers::Allocate(size));
+}
+
+// Asks for buffers of one size, gives all of them back, and counts how many of as many again are
+// fresh.
+long FreshOfSecondTurn(size_t size, int count) {
+    std::vector<ReadBuffers::Buffer> buffers;
+    for (int i = 0; i < count; ++i) {
+        buffers.push_back(ReadBuffers::Allocate(size));
+    }
+    for (ReadBuffers::Buffer& buffer : buffers) {
+        ReadBuffers::Free(buffer);
+    }
+    const long before = CallCount(SystemCall::kValloc);
+    for (ReadBuffers::Buffer& buffer : buffers) {
+        buffer = ReadBuffers::Allocate(size);
+    }
+    const long fresh = CallCount(SystemCall::kValloc) - before;
+    for (const ReadBuffers::Buffer& buffer : buffers) {
+        ReadBuffers::Free(buffer);
+    }
+    return fresh;
+}
+
+TEST(ReadBuffers, NothingIsKeptForNobody) {
+    EXPECT_EQ(FreshOfSecondTurn(kMiB, 3), 3);
+}
+
+TEST(ReadBuffers, TheOneThatCameBackLastIsUsedFirst) {
+    const ReadBuffers::Keeper keeper;
+    const ReadBuffers::Buffer first = ReadBuffers::Allocate(kMiB);
+    const ReadBuffers::Buffer second = ReadBuffers::Allocate(kMiB);
+    ASSERT_NE(first.memory, second.memory);
+    ReadBuffers::Free(second);
+    ReadBuffers::Free(first);
+    EXPECT_EQ(ReadBuffers::Allocate(kMiB).memory, first.memory);
+    EXPECT_EQ(ReadBuffers::Allocate(kMiB).memory, second.memory);
+    ReadBuffers::Free(first);
+    ReadBuffers::Free(second);
+}
+
+TEST(ReadBuffers, AKeptBufferBeginsAtAPageAndIsWholeMemory) {
+    const ReadBuffers::Keeper keeper;
+    constexpr size_t kSize = kMiB + 4004;  // of a read that ends with its file
+    for (int turn = 0; turn < 3; ++turn) {
+        const ReadBuffers::Buffer buffer = ReadBuffers::Allocate(kSize);
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(buffer.memory) % 4096, 0u);
+        // The address sanitizer looks at this.
+        std::memset(buffer.memory, turn, kSize);
+        ReadBuffers::Free(buffer);
+    }
+}
+
+struct Fit {
+    size_t kept;
+    size_t asked;
+    bool fits;
+};
+
+TEST(ReadBuffers, ABufferUpToTwoPagesTooLargeWillDo) {
+    const Fit fits[] = {
+        {kMiB, kMiB, true},         {kMiB, kMiB - 1, true},     {kMiB, kMiB - 4096, true},
+        {kMiB, kMiB - 8192, true},  {kMiB, kMiB - 8193, false}, {kMiB, kMiB + 1, false},
+        {kMiB, kMiB + 4096, false}, {2 * kMiB, kMiB, false},
+    };
+    for (const Fit& fit : fits) {
+        const ReadBuffers::Keeper keeper;
+        Turn(fit.kept);
+        const long before = CallCount(SystemCall::kValloc);
+        const ReadBuffers::Buffer buffer = ReadBuffers::Allocate(fit.asked);
+        EXPECT_EQ(CallCount(SystemCall::kValloc) - before, fit.fits ? 0 : 1) << fit.asked;
+        // It comes back as what it is, and serves as that again.
+        EXPECT_EQ(buffer.size, fit.fits ? fit.kept : fit.asked);
+        ReadBuffers::Free(buffer);
+        const long between = CallCount(SystemCall::kValloc);
+        Turn(fit.kept);
+        EXPECT_EQ(CallCount(SystemCall::kValloc), between) << fit.asked;
+    }
+}
+
+struct Bound {
+    size_t size;
+    int count;
+    long fresh;
+};
+
+TEST(ReadBuffers, NoMoreThanSixteenAndSixtyFourMegabytesAreKept) {
+    const Bound bounds[] = {
+        {kMiB, 16, 0},
+        {kMiB, 17, 1},
+        {kMiB, 40, 24},
+        {4 * kMiB, 17, 1},
+        {16 * kMiB, 4, 0},
+        {16 * kMiB, 6, 2},
+        {64 * kMiB, 2, 1},
+        {64 * kMiB + 1, 1, 1},
+        {5529600 + 4096, 32, 20},  // frames of v210, 1920 x 1080
+    };
+    for (const Bound& bound : bounds) {
+        const ReadBuffers::Keeper keeper;
+        EXPECT_EQ(FreshOfSecondTurn(bound.size, bound.count), bound.fresh)
+            << bound.count << " of " << bound.size;
+    }
+}
+
+TEST(ReadBuffers, SizesThatAreUsedNoMoreMakeRoom) {
+    const ReadBuffers::Keeper keeper;
+    EXPECT_EQ(FreshOfSecondTurn(16 * kMiB, 4), 0);
+    EXPECT_EQ(FreshOfSecondTurn(kMiB, 16), 0);
+    EXPECT_EQ(FreshOfSecondTurn(64 * kMiB, 1), 0);
+    EXPECT_EQ(FreshOfSecondTurn(16 * kMiB, 4), 0);
+}
+
+TEST(ReadBuffers, SizesInUseSideBySideLeaveEachOtherAlone) {
+    const ReadBuffers::Keeper keeper;
+    Turn(3 * kMiB);
+    EXPECT_EQ(FreshOfSecondTurn(kMiB, 15), 0);
+    const long before = CallCount(SystemCall::kValloc);
+    Turn(3 * kMiB);
+    EXPECT_EQ(CallCount(SystemCall::kValloc), before);
+}
+
+TEST(ReadBuffers, TheLastKeeperTakesAllWithIt) {
+    std::optional<ReadBuffers::Keeper> one;
+    std::optional<ReadBuffers::Keeper> other;
+    one.emplace();
+    other.emplace();
+    const ReadBuffers::Buffer out = ReadBuffers::Allocate(kMiB);
+    Turn(kMiB);
+    one.reset();
+    const long before = CallCount(SystemCall::kValloc);
+    Turn(kMiB);
+    EXPECT_EQ(CallCount(SystemCall::kValloc), before);
+    other.reset();
+    // A frame that was in flight when its clip was closed.
+    ReadBuffers::Free(out);
+    one.emplace();
+    Turn(kMiB);
+    EXPECT_EQ(CallCount(SystemCall::kValloc), before + 1);
+}
+
+TEST(ReadBuffers, NoMemoryIsNoBuffer) {
+    const ReadBuffers::Keeper keeper;
+    const Fault fault(SystemCall::kValloc, ENOMEM, 1, Fault::kForever);
+    EXPECT_EQ(ReadBuffers::Allocate(kMiB).memory, nullptr);
+    EXPECT_EQ(ReadBuffers::Allocate(4096).memory, nullptr);
+}
+
+TEST(ReadBuffers, ALockThatFailsIsDoneWithout) {
+    const ReadBuffers::Keeper keeper;
+    Turn(kMiB);
+    LogCapture log;
+    const long before = CallCount(SystemCall::kValloc);
+    {
+        const Fault fault(SystemCall::kMutexLock, EDEADLK, 1, 2);
+        Turn(kMiB);
+        EXPECT_EQ(fault.Hits(), 2);
+    }
+    EXPECT_EQ(CallCount(SystemCall::kValloc), before + 1);
+    EXPECT_EQ(log.Text(),
+              "Lock: pthread_mutex_lock returned 35\n"
+              "Lock: pthread_mutex_lock returned 35\n");
+    Turn(kMiB);
+    EXPECT_EQ(CallCount(SystemCall::kValloc), before + 1);
+}
+
+Reference<ReadRequest> RequestOf(long long size) {
+    ReadRequest* request = nullptr;
+    EXPECT_EQ(ReadRequest::Create(1000, 100 * kMiB, 0, size, nullptr, nullptr, nullptr, 0, request),
+              0);
+    return Reference<ReadRequest>(request);
+}
+
+TEST(ReadBuffers, ARequestGetsTheBufferOfTheOneBeforeIt) {
+    const ReadBuffers::Keeper keeper;
+    RequestOf(5 * kMiB);
+    const long before = CallCount(SystemCall::kValloc);
+    const Reference<ReadRequest> second = RequestOf(5 * kMiB);
+    EXPECT_EQ(CallCount(SystemCall::kValloc), before);
+    EXPECT_TRUE(second->mOwnsBuffer);
+    // With the spare page.
+    std::memset(second->mBuffer, 1, 5 * kMiB + 4096);
+    const Reference<ReadRequest> third = RequestOf(5 * kMiB);
+    EXPECT_EQ(CallCount(SystemCall::kValloc), before + 1);
+    EXPECT_NE(third->mBuffer, second->mBuffer);
+}
+
+// Rows of 3456 bytes, 607 pages and a half: a frame takes 608 pages or 609, by where it begins, and
+// 608 and some bytes at the end of the file.
+const kvx_test::Picture kHalfPages = {"v210", 1280, 720, 3456 * 720};
+
+class ReadBuffersOfFrames : public FrameTest {};
+
+TEST_F(ReadBuffersOfFrames, AClipsFramesUseOneBufferAfterTheOtherUntilItIsClosed) {
+    OpenMovie(MovieOfPicture(kHalfPages, 6, kvx_test::kMediaOffset + 2500));
+    RunFrame(PrPixelFormat_V210_422_10u_709, 0).reset();
+    RunFrame(PrPixelFormat_V210_422_10u_709, 1).reset();
+    const long before = CallCount(SystemCall::kValloc);
+    for (long index = 0; index < 6; ++index) {
+        RunFrame(PrPixelFormat_V210_422_10u_709, index).reset();
+    }
+    EXPECT_EQ(CallCount(SystemCall::kValloc), before);
+    modules.clear();
+    RequestOf(kHalfPages.frameSize);
+    EXPECT_EQ(CallCount(SystemCall::kValloc), before + 1);
+}
+
+}  // namespace
