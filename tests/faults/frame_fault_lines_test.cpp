@@ -23,6 +23,7 @@ namespace {
 using kvx_test::Fault;
 using kvx_test::FramePlayer;
 using kvx_test::LogCapture;
+using kvx_test::ModuleStage;
 using kvx_test::StageMovies;
 using kvx_test::SystemCall;
 
@@ -220,7 +221,7 @@ PrPixelFormat FormatOf(Road road) {
 // be taken down.
 std::string Play(const StageMovies& movies, Road road, const Row& row) {
     const LogCapture log;
-    auto& player = *new FramePlayer(movies, FormatOf(road));
+    auto& player = *new FramePlayer(*new ModuleStage(movies), movies.picture, FormatOf(road));
     player.StartPools();
     std::string said = log.Text();
     int hits = 0;
@@ -256,7 +257,8 @@ std::vector<long> Counts() {
 std::map<SystemCall, std::set<int>> CallsOfAFrame(const StageMovies& movies, Road road) {
     const std::string said = kvx_test::InChild(
         [&] {
-            auto& player = *new FramePlayer(movies, FormatOf(road));
+            auto& player =
+                *new FramePlayer(*new ModuleStage(movies), movies.picture, FormatOf(road));
             player.StartPools();
             const std::vector<long> before = Counts();
             player.Request(0);

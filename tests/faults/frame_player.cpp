@@ -7,14 +7,18 @@ namespace kvx_test {
 
 using kvx_hostkit::PixelBuffers;
 
-FramePlayer::FramePlayer(const StageMovies& movies, PrPixelFormat format)
-    : stage(movies),
+FramePlayer::FramePlayer(ModuleStage& stage, const std::string& path, PrPixelFormat format)
+    : mStage(stage),
       mImporter(stage.host, {&xImportEntry, &AsyncImportEntry}),
-      mClip(mImporter, movies.picture),
+      mClip(mImporter, path),
       mSource(mClip),
-      mFormats{format} {
-    mClip.Open();
-    mSource.Open();
+      mFormats{format},
+      mIsOpen(mClip.Open() == imNoErr && mSource.Open() == imNoErr) {}
+
+void FramePlayer::Close() {
+    mSource.Close();
+    mClip.Close();
+    mIsOpen = false;
 }
 
 void FramePlayer::StartPools() {
@@ -23,7 +27,7 @@ void FramePlayer::StartPools() {
 }
 
 int64_t FramePlayer::TimeOf(int frame) const {
-    return frame * (stage.host.settings.ticksPerSecond / 24);
+    return frame * (mStage.host.settings.ticksPerSecond / 24);
 }
 
 long FramePlayer::Request(int frame) {
@@ -40,7 +44,7 @@ long FramePlayer::Get(int frame) {
 }
 
 bool FramePlayer::Has(int frame) const {
-    return stage.cache.AdditionsOf(mClip.ImporterID(), frame) == 1;
+    return mStage.cache.AdditionsOf(mClip.ImporterID(), frame) == 1;
 }
 
 }  // namespace kvx_test

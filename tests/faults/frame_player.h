@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "faults/module_stage.h"
@@ -10,11 +11,16 @@
 
 namespace kvx_test {
 
-// A host that asks for single frames of the stage's movie.
+// A host that asks for single frames of one movie.
 class FramePlayer {
   public:
-    // Opens the clip; nothing is asked for yet.
-    FramePlayer(const StageMovies& movies, PrPixelFormat format);
+    // Opens the movie; nothing is asked for yet.
+    FramePlayer(ModuleStage& stage, const std::string& path, PrPixelFormat format);
+
+    // Whether the movie and its frames were not refused. If they were, nothing else may be asked.
+    bool IsOpen() const { return mIsOpen; }
+
+    void Close();
 
     // Asks for a frame that no test looks at, so that the pools are up and at rest.
     void StartPools();
@@ -28,17 +34,20 @@ class FramePlayer {
     // Whether the frame has reached the cache, once.
     bool Has(int frame) const;
 
-    kvx_hostkit::Clip& GetClip() { return mClip; }
+    // Of the frames to come.
+    void SetFormat(PrPixelFormat format) { mFormats = {format}; }
 
-    ModuleStage stage;
+    kvx_hostkit::Clip& GetClip() { return mClip; }
 
   private:
     int64_t TimeOf(int frame) const;
 
+    ModuleStage& mStage;
     kvx_hostkit::Importer mImporter;
     kvx_hostkit::Clip mClip;
     kvx_hostkit::FrameSource mSource;
     std::vector<PrPixelFormat> mFormats;
+    bool mIsOpen;
 };
 
 }  // namespace kvx_test

@@ -251,7 +251,8 @@ bool HasPrefix(const std::string& line) {
 
 bool IsLog(const std::string& text) {
     const std::vector<std::string> others = {"Failed to allocate ", "pthread_",
-                                             "Unsupported pixel format", "skipping track type "};
+                                             "Unsupported pixel format", "skipping track type ",
+                                             "Once::Call returned "};
     size_t start = 0;
     while (start < text.size()) {
         const size_t end = text.find('\n', start);

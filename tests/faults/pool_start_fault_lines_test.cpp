@@ -23,6 +23,7 @@ using kvx_test::Fault;
 using kvx_test::FaultRow;
 using kvx_test::FramePlayer;
 using kvx_test::LogCapture;
+using kvx_test::ModuleStage;
 using kvx_test::StageMovies;
 using kvx_test::StatusAndLines;
 using kvx_test::SystemCall;
@@ -65,7 +66,8 @@ class PoolStartFaultLines : public testing::Test {
     std::string Play(const FaultRow& row) {
         std::string said;
         const LogCapture log;
-        FramePlayer player(movies, PrPixelFormat_BGRA_4444_8u);
+        ModuleStage stage(movies);
+        FramePlayer player(stage, movies.picture, PrPixelFormat_BGRA_4444_8u);
         {
             const Fault fault(row.call, row.error, row.nth);
             const long status = player.Request(0);
@@ -138,7 +140,8 @@ TEST_F(PoolStartFaultLines, OfAThread) {
         for (int nth = 1; nth <= kReadThreads; ++nth) {
             const std::string said = kvx_test::InChild([&] {
                 const LogCapture log;
-                FramePlayer player(movies, PrPixelFormat_BGRA_4444_8u);
+                ModuleStage stage(movies);
+                FramePlayer player(stage, movies.picture, PrPixelFormat_BGRA_4444_8u);
                 const Fault fault(row.call, row.error, nth);
                 KVX::ReadController* pool = nullptr;
                 const long status = KVX::ReadController::GetInstance(pool);
@@ -167,12 +170,13 @@ TEST_F(PoolStartFaultLines, OfAQueueThatGrows) {
     for (const int nth : {1, 2}) {
         const std::string said = kvx_test::InChild([&] {
             const LogCapture log;
-            FramePlayer player(movies, PrPixelFormat_BGRA_4444_8u);
+            ModuleStage stage(movies);
+            FramePlayer player(stage, movies.picture, PrPixelFormat_BGRA_4444_8u);
             player.StartPools();
             const Fault fault(SystemCall::kNew, ENOMEM, nth);
             long status = 0;
             for (int frame = 0; frame < 1000 && fault.Hits() == 0; ++frame) {
-                player.stage.cache.Forget();
+                stage.cache.Forget();
                 status = player.Request(0);
                 kvx_test::AwaitRest();
             }

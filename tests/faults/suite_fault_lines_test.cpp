@@ -125,12 +125,14 @@ class FrameSuiteFaultLines : public testing::Test {
         ASSERT_EQ(KVX::ReadController::sInstance, nullptr) << "threads are not copied by a fork";
     }
 
-    std::string Told(PrPixelFormat format, const std::function<long(FramePlayer&)>& call) {
+    std::string Told(PrPixelFormat format,
+                     const std::function<long(ModuleStage&, FramePlayer&)>& call) {
         return kvx_test::InChild([&] {
             const LogCapture log;
-            FramePlayer player(movies, format);
+            ModuleStage stage(movies);
+            FramePlayer player(stage, movies.picture, format);
             player.StartPools();
-            const long status = call(player);
+            const long status = call(stage, player);
             kvx_test::AwaitRest();
             const std::string said = StatusAndLines(status, log.Text());
             return said + (player.Has(0) ? "delivered\n" : "not delivered\n");
@@ -139,9 +141,9 @@ class FrameSuiteFaultLines : public testing::Test {
 
     std::string RequestAsFails(const std::string& function,
                                PrPixelFormat format = PrPixelFormat_BGRA_4444_8u) {
-        return Told(format, [&](FramePlayer& player) {
-            player.stage.buffers.faults.FailAt(function, 1, kError);
-            player.stage.cache.faults.FailAt(function, 1, kError);
+        return Told(format, [&](ModuleStage& stage, FramePlayer& player) {
+            stage.buffers.faults.FailAt(function, 1, kError);
+            stage.cache.faults.FailAt(function, 1, kError);
             return player.Request(0);
         });
     }
@@ -200,10 +202,10 @@ TEST_F(FrameSuiteFaultLines, GetFrameFromCacheBeforeTheRead) {
 
 TEST_F(FrameSuiteFaultLines, GetFrameFromCache) {
     EXPECT_EQ(Told(PrPixelFormat_BGRA_4444_8u,
-                   [](FramePlayer& player) {
+                   [](ModuleStage& stage, FramePlayer& player) {
                        player.Request(0);
                        kvx_test::AwaitRest();
-                       player.stage.cache.faults.FailAt("GetFrameFromCache", 1, kError);
+                       stage.cache.faults.FailAt("GetFrameFromCache", 1, kError);
                        return player.Get(0);
                    }),
               StatusAndLines(kError,
@@ -213,7 +215,8 @@ TEST_F(FrameSuiteFaultLines, GetFrameFromCache) {
 }
 
 TEST_F(FrameSuiteFaultLines, FrameThatIsNotThereYet) {
-    EXPECT_EQ(Told(PrPixelFormat_BGRA_4444_8u, [](FramePlayer& player) { return player.Get(0); }),
+    EXPECT_EQ(Told(PrPixelFormat_BGRA_4444_8u,
+                   [](ModuleStage&, FramePlayer& player) { return player.Get(0); }),
               StatusAndLines(3, "") + "not delivered\n");
 }
 
