@@ -178,6 +178,7 @@ TEST_F(FileChanges, CutWithFramesOnPages) {
             }
         }
         EXPECT_EQ(PixelsOf(*frame), expected);
+        ExpectSound(cut.soundThere);
         EXPECT_EQ(log.Text(), "");
     }
 }
