@@ -95,9 +95,10 @@ class FrameTest : public HostTest {
     }
 
     void TearDown() override {
-        cache.Forget();
-        EXPECT_TRUE(Eventually([this] { return buffers.LiveCount() == 0; }))
-            << buffers.LiveCount() << " buffers are left";
+        EXPECT_TRUE(Eventually([this] {
+            cache.Forget();
+            return buffers.LiveCount() == 0;
+        })) << buffers.LiveCount() << " buffers are left";
         EXPECT_EQ(buffers.DamagedCount(), 0);
     }
 

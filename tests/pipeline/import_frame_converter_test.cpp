@@ -84,7 +84,39 @@ class Pool : public ImportFrameConverter {
     }
 
     using Core = KVX::Core::Threaded;
+
+    bool IsLocked() {
+        const bool free = pthread_mutex_trylock(&mMutex) == 0;
+        if (free) {
+            pthread_mutex_unlock(&mMutex);
+        }
+        return !free;
+    }
 };
+
+// Whether a pool is locked when the frame comes to the cache, and when its pixels go.
+struct LockProbe {
+    static int32_t Add(uint32_t, int32_t, PPixHand, int32_t, void*, int32_t) {
+        sWasLockedInTheCache = sPool->IsLocked();
+        ++sCalls;
+        return 0;
+    }
+
+    static int32_t Dispose(PPixHand) {
+        sWasLockedAtTheEnd = sPool->IsLocked();
+        ++sCalls;
+        return 0;
+    }
+
+    static Pool* sPool;
+    static int sCalls;
+    static bool sWasLockedInTheCache;
+    static bool sWasLockedAtTheEnd;
+};
+Pool* LockProbe::sPool = nullptr;
+int LockProbe::sCalls = 0;
+bool LockProbe::sWasLockedInTheCache = true;
+bool LockProbe::sWasLockedAtTheEnd = false;
 
 class ImportFrameConverterTest : public testing::Test {
   protected:
@@ -144,6 +176,26 @@ TEST_F(ImportFrameConverterTest, QueuesWithAReferenceAndHandsItOn) {
     EXPECT_EQ(Cache::Get().Added(), (std::vector<long>{0, 1}));
     EXPECT_EQ(std::string(first->mPixels, kSize), std::string(kSize, 'a'));
     EXPECT_EQ(std::string(second->mPixels, kSize), std::string(kSize, 'b'));
+}
+
+TEST_F(ImportFrameConverterTest, ConvertsOutsideItsLockAndEndsTheFrameUnderIt) {
+    PrSDKPPixCacheSuite cacheSuite = {&LockProbe::Add, nullptr};
+    PrSDKPPixSuite ppixSuite = {&LockProbe::Dispose, nullptr, {}, nullptr};
+    Pool pool(0);
+    LockProbe::sPool = &pool;
+    LockProbe::sCalls = 0;
+    auto frame = ReadFrame(0);
+    char ppix = 0;
+    frame->mPPix = reinterpret_cast<PPixHand>(&ppix);
+    frame->mCacheSuite = &cacheSuite;
+    frame->mPPixSuite = &ppixSuite;
+    EXPECT_EQ(pool.AddFrame(frame.get()), 0);
+    frame.reset();
+    KVX::Core::Lock lock(&pool);
+    pool.RunThreadPass(pool.WorkToDo());
+    EXPECT_EQ(LockProbe::sCalls, 2);
+    EXPECT_FALSE(LockProbe::sWasLockedInTheCache);
+    EXPECT_TRUE(LockProbe::sWasLockedAtTheEnd);
 }
 
 TEST_F(ImportFrameConverterTest, LogsAFailureAndCachesTheFrame) {
