@@ -129,9 +129,12 @@ TEST_F(R210Exactness, VectorCreateFrom32f) {
                  model::VectorCreateFrom<float>);
 }
 
+// No colour space; the logical shift of a negative product makes luma white.
+constexpr float kNegativeLumaOfR[9] = {-0.1f, 0.6f, 0.3f, 0.5f, -0.4f, -0.1f, -0.08f, -0.4f, 0.5f};
+
 template <typename Kernel>
 void SweepV210(const AlignedBytes& source, Needs needs, Kernel kernel) {
-    for (const auto* rows : {&kStudio601, &kStudio709}) {
+    for (const auto* rows : {&kStudio601, &kStudio709, &kNegativeLumaOfR}) {
         TransformMatrix matrix = MatrixOf(*rows);
         SweepLayouts(
             source, kR210Row, kV210Row, needs,

@@ -101,6 +101,12 @@ TEST(UyvyExactness, DISABLED_CompleteConvertTo) {
     }
 }
 
+TEST(UyvyExactness, FramesWithoutSizeAreLeftAlone) {
+    ExpectNothingWithoutSize({uyvy::VectorConvertTo8u, uyvy::VectorConvertTo16u,
+                              uyvy::VectorConvertTo32f, uyvy::ScalarConvertTo<unsigned char>,
+                              uyvy::ScalarConvertTo<unsigned short>, uyvy::ScalarConvertTo<float>});
+}
+
 TEST(UyvyExactness, WholeConvertTo) {
     ExpectWholes({"uyvy",
                   kRow,

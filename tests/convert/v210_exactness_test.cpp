@@ -109,6 +109,12 @@ TEST(V210Exactness, DISABLED_CompleteConvertTo) {
     }
 }
 
+TEST(V210Exactness, FramesWithoutSizeAreLeftAlone) {
+    ExpectNothingWithoutSize({v210::VectorConvertTo8u, v210::VectorConvertTo16u,
+                              v210::VectorConvertTo32f, v210::ScalarConvertTo<unsigned char>,
+                              v210::ScalarConvertTo<unsigned short>, v210::ScalarConvertTo<float>});
+}
+
 TEST(V210Exactness, WholeConvertTo) {
     ExpectWholes({"v210",
                   kRow,

@@ -70,6 +70,19 @@ TEST(CTimeCode, FramesToDigitsAroundDroppedLabels) {
     }
 }
 
+TEST(CTimeCode, TakesTextInEitherForm) {
+    CTimeCode characters(tcf25);
+    characters.Set("01:02:03:04");
+    CTimeCode text(tcf25);
+    text.Set(std::string("01:02:03:04"));
+    for (const CTimeCode& timeCode : {characters, text}) {
+        EXPECT_EQ(timeCode.hours, 1);
+        EXPECT_EQ(timeCode.minutes, 2);
+        EXPECT_EQ(timeCode.seconds, 3);
+        EXPECT_EQ(timeCode.frames, 4);
+    }
+}
+
 TEST(CTimeCode, FrameNumbersWrapAtTheDay) {
     EXPECT_EQ(Text(CTimeCode::FromFrame(tcf25, -1, tcfNone)), "23:59:59:24");
     EXPECT_EQ(Text(CTimeCode::FromFrame(tcf25, 2160000, tcfNone)), "00:00:00:00");

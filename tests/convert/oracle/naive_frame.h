@@ -128,10 +128,14 @@ inline RGB ThreeTaps(const RGB& before, const RGB& here, const RGB& after) {
             Halve(Halve(before.r, here.r), Halve(here.r, after.r))};
 }
 
-// The parts of blue with green and of red are truncated apart from one another.
+// The parts of blue with green and of red are truncated apart from one another, and without regard
+// to a sign: what is below 0 makes the largest number.
 inline int LumaOf(const RGB& p, const Fixed& c, int shift, int black, int highest) {
-    const int a = Saturate16(Shift(p.b * c[2] + p.g * c[1], 15));
-    const int b = Saturate16(Shift(p.r * c[0], 15));
+    const auto part = [](int product) {
+        return Saturate16(static_cast<int>(static_cast<unsigned>(product) >> 15));
+    };
+    const int a = part(p.b * c[2] + p.g * c[1]);
+    const int b = part(p.r * c[0]);
     return std::min(Shift(a + b, shift) + black, highest);
 }
 

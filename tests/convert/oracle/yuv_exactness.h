@@ -4,7 +4,10 @@
 
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "convert/oracle/exactness.h"
 #include "convert/video/conversion.h"
@@ -18,10 +21,14 @@ constexpr float kToRGB601[9] = {1.164f,  0.0f,   1.596f, 1.164f, -0.391f,
                                 -0.813f, 1.164f, 2.018f, 0.0f};
 constexpr float kToRGB709[9] = {1.164f,  0.0f,   1.793f, 1.164f, -0.213f,
                                 -0.534f, 1.164f, 2.115f, 0.0f};
+// No colour space: luma of its own in each row, U in R and V in B; and the way back.
+constexpr float kToRGBOther[9] = {1.0f,   -0.25f, 1.402f, 1.1f,  -0.344f,
+                                  0.714f, 0.9f,   1.772f, 0.125f};
 constexpr float kToYUV601[9] = {0.257f, 0.504f, 0.098f,  -0.148f, -0.291f,
                                 0.439f, 0.439f, -0.368f, -0.071f};
 constexpr float kToYUV709[9] = {0.183f, 0.614f, 0.062f,  -0.101f, -0.338f,
                                 0.439f, 0.439f, -0.399f, -0.04f};
+constexpr float kToYUVOther[9] = {0.1f, 0.5f, 0.2f, 0.3f, -0.2f, -0.2f, -0.1f, -0.3f, 0.4f};
 
 using Matrix = KVX::Converter::Video::TransformMatrix;
 using Routine = void (*)(const char*, int, char*, int, int, int, Matrix*);
@@ -44,7 +51,7 @@ inline Conversion With(Model model, const float* rows) {
 }
 
 inline void SweepTo(RowSize srcRow, int pixelBytes, Needs needs, Routine routine, Model model) {
-    for (const float* rows : {kToRGB601, kToRGB709}) {
+    for (const float* rows : {kToRGB601, kToRGB709, kToRGBOther}) {
         SweepLayouts(Noise<unsigned char>(), srcRow, {1, pixelBytes}, needs, With(routine, rows),
                      With(model, rows));
     }
@@ -52,9 +59,22 @@ inline void SweepTo(RowSize srcRow, int pixelBytes, Needs needs, Routine routine
 
 template <typename T>
 void SweepFrom(RowSize dstRow, Needs needs, Routine routine, Model model) {
-    for (const float* rows : {kToYUV601, kToYUV709}) {
+    for (const float* rows : {kToYUV601, kToYUV709, kToYUVOther}) {
         SweepLayouts(Noise<T>(), {1, 4 * static_cast<int>(sizeof(T))}, dstRow, needs,
                      With(routine, rows), With(model, rows));
+    }
+}
+
+inline void ExpectNothingWithoutSize(std::initializer_list<Routine> routines) {
+    const std::vector<char> before(1024, 'x');
+    for (const Routine routine : routines) {
+        for (const auto& [width, height] : {std::pair(0, 3), {-1, 3}, {16, 0}, {16, -1}}) {
+            AlignedBytes rows(before.size());
+            std::memcpy(rows.Data(), before.data(), before.size());
+            With(routine, kToRGB601)(rows.Data(), 64, rows.Data() + 512, 64, width, height);
+            EXPECT_EQ(std::memcmp(rows.Data(), before.data(), before.size()), 0)
+                << width << "x" << height;
+        }
     }
 }
 
