@@ -71,6 +71,15 @@ TEST_F(AsyncModuleCalls, SuitesAreAcquiredInOrderUpToTheFirstThatFails) {
     }
 }
 
+// As from a host that gave no table of suites when the file was opened.
+TEST_F(AsyncModuleCalls, NothingIsAskedOfAHostWithoutSuites) {
+    LogCapture log;
+    EXPECT_EQ(AsyncImportModule::Create(1, nullptr, track), nullptr);
+    EXPECT_EQ(log.Text(),
+              "Init: AcquireSuite returned 22\n"
+              "Create: AsyncModule::Init() returned 22\n");
+}
+
 std::vector<int32_t> sTimebase;
 int32_t AnswerTicks(int32_t timebase, int32_t sampleSize, int64_t* ticks) {
     sTimebase = {timebase, sampleSize};
@@ -201,6 +210,30 @@ TEST_F(AsyncModuleCalls, TheCacheCountsFramesIn32Bits) {
               "ChooseDestinationFormat: Failed to pick a destination pixel format for source "
               "format kvxFormat8BitYUV\n"
               "InitiateAsyncRead: ChooseDestinationFormat returned 22\n");
+}
+
+// Ticks that run backwards, and the one division that has no result.
+TEST_F(AsyncModuleCalls, TicksBelowZeroAreDividedByAsTheyAre) {
+    PrSDKPPixCacheSuite cacheSuite = {nullptr, [](uint32_t, int32_t, int32_t frameIndex, int32_t,
+                                                  imFrameFormat*, PPixHand*, void*, int32_t) {
+                                          sLookedFor.push_back(frameIndex);
+                                          return kPPixCacheMiss;
+                                      }};
+    module->mCacheSuite = &cacheSuite;
+    struct Case {
+        long ticks;
+        int64_t time;
+        int32_t index;
+    };
+    for (const Case& each : {Case{-10, 29, -2}, Case{-10, -29, 2}, Case{-1, 7, -7}, Case{-1, -7, 7},
+                             // 2^63, of which the cache's 32 bits are 0.
+                             Case{-1, INT64_MIN, 0}, Case{-2, INT64_MIN + 2, -1}}) {
+        module->mTicksPerFrame = each.ticks;
+        sLookedFor.clear();
+        imSourceVideoRec record = Record(each.time, {});
+        EXPECT_EQ(module->GetFrame(&record), 3);
+        EXPECT_EQ(sLookedFor, std::vector<int32_t>{each.index}) << each.time << "/" << each.ticks;
+    }
 }
 
 }  // namespace
