@@ -289,7 +289,7 @@ long ImportFrame::Convert() {
     if (!mCopyOnly) {
         status = ConvertPixels(source, available);
     } else if (mSourceRowBytes == mDestRowBytes) {
-        CopyWhole(source, available);
+        CopyWhole(source);
     } else {
         CopyRows(source, available);
     }
@@ -297,9 +297,10 @@ long ImportFrame::Convert() {
     return status;
 }
 
-void ImportFrame::CopyWhole(const char* source, long long available) {
+// The sample, all of which has been read.
+void ImportFrame::CopyWhole(const char* source) {
     const long long frameSize = static_cast<long long>(mHeight) * mDestRowBytes;
-    long long size = std::min(mReadRequest->mSize, available);
+    long long size = mReadRequest->mSize;
     if (size > frameSize) {
         Core::LogLine("Convert", __LINE__, "Sample of %lld bytes cut to the frame's %lld\n", size,
                       frameSize);

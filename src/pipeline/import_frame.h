@@ -131,7 +131,7 @@ class ImportFrame : public Core::Lockable, public Core::Refcounted {
     long SubmitRequest();
     static void ReleaseFrame(void* frame);
     void CopyRows(const char* source, long long available);
-    void CopyWhole(const char* source, long long available);
+    void CopyWhole(const char* source);
     long ConvertPixels(const char* source, long long available);
 
     // The track's; the track itself may be gone when a conversion thread asks, since the host may

@@ -74,6 +74,21 @@ TEST_F(AsyncImporter, NullVideoTrack) {
     EXPECT_EQ(record.Bytes(), expected.Bytes());
 }
 
+TEST_F(AsyncImporter, FirstOfSeveralVideoTracks) {
+    Clip clip(importer, Write(MovieOf({Video()})));
+    ASSERT_EQ(clip.Open(), 0);
+    auto& tracks = ModuleOf(clip)->mMovie->mVideoTracks;
+    KVX::QT::VideoTrack* const first = tracks[0];
+    tracks.push_back(nullptr);
+    RecordBlock<imAsyncImporterCreationRec> record(kFill);
+    const long result = clip.CreateAsyncImporter(record.Get());
+    tracks.pop_back();
+    ASSERT_EQ(result, 0);
+    auto* module = static_cast<AsyncImportModule*>(record->asyncPrivateData);
+    EXPECT_EQ(module->mVideoTrack, first);
+    EXPECT_EQ(module->Close(), 0);
+}
+
 TEST_F(AsyncImporter, FailedSuiteLeavesTheEntryAlone) {
     Clip clip(importer, Write(MovieOf({Video()})));
     ASSERT_EQ(clip.Open(), 0);

@@ -42,6 +42,7 @@ class FrameCompletion : public kvx_test::FrameTest {
         frame->Retain();
         EXPECT_EQ(frame->Issue(), 0);
         EXPECT_TRUE(frame->mNeedsConversion);
+        frame->mStatus = 77;  // until somebody writes it
         EXPECT_TRUE(mReading.RunOne());
         return frame;
     }

@@ -64,6 +64,19 @@ TEST_F(FrameIssue, AFreshFrameHasItsArgumentsAndNothingElse) {
     EXPECT_TRUE(frame->mNeedsConversion);
 }
 
+// It is not started, its track may be none, and no suite is called for it.
+TEST_F(FrameIssue, AFrameThatIsOnlyMadeGoesAsItCame) {
+    const LogCapture log;
+    auto* frame = new KVX::ImportFrame(7, nullptr, nullptr, PrPixelFormat_BGRA_4444_8u, 3, 4,
+                                       nullptr, nullptr, nullptr, nullptr);
+    EXPECT_EQ(frame->mRefCount, 1);
+    EXPECT_EQ(frame->mImporterID, 7);
+    EXPECT_EQ(frame->mFrameIndex, 3);
+    EXPECT_EQ(frame->mFrameTime, 4);
+    frame->Release();
+    EXPECT_EQ(log.Raw(), "");
+}
+
 TEST_F(FrameIssue, FindsThePoolsAndTheSample) {
     OpenMovie(MovieOfPicture(kPageUYVY, 3));
     const Frame frame = RunFrame(PrPixelFormat_UYVY_422_8u_601, 2);
