@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
@@ -49,6 +50,13 @@ struct Row {
     long status;  // of aiInitiateAsyncRead
     Fate fate;
     std::string lines;
+};
+
+// A call that fails besides.
+struct Second {
+    SystemCall call;
+    int nth;
+    int error;
 };
 
 std::string IssueFailed(const std::string& status) {
@@ -219,7 +227,8 @@ PrPixelFormat FormatOf(Road road) {
 
 // The process ends by itself at the end of a play: with a thread that waits for ever nothing can
 // be taken down.
-std::string Play(const StageMovies& movies, Road road, const Row& row) {
+std::string Play(const StageMovies& movies, Road road, const Row& row,
+                 const Second* second = nullptr) {
     const LogCapture log;
     auto& player = *new FramePlayer(*new ModuleStage(movies), movies.picture, FormatOf(road));
     player.StartPools();
@@ -227,9 +236,13 @@ std::string Play(const StageMovies& movies, Road road, const Row& row) {
     int hits = 0;
     {
         const Fault fault(row.call, row.error, row.nth);
+        std::optional<Fault> other;
+        if (second != nullptr) {
+            other.emplace(second->call, second->error, second->nth);
+        }
         said += "status " + std::to_string(player.Request(0)) + "\n";
         kvx_test::AwaitRest();
-        hits = fault.Hits();
+        hits = fault.Hits() * (second == nullptr ? 1 : other->Hits());
     }
     said += kvx_test::Spelled(log.Text());
     said += player.Has(0) ? "delivered\n" : "not delivered\n";
@@ -329,6 +342,46 @@ TEST_P(FrameFaultLines, OfAThreadThatCannotWait) {
         EXPECT_EQ(kvx_test::InChild([&] { return Play(movies, GetParam(), row); }, false),
                   Expected(row))
             << nth;
+    }
+}
+
+// A failure whose end cannot be told either.
+TEST_P(FrameFaultLines, OfALatchAfterAFailure) {
+    const Second latchsLock = {SystemCall::kMutexLock, 3, 35};
+    const Second latch = {SystemCall::kCondBroadcast, 2, 22};
+    const std::string unlocked =
+        kLockFailed + "Broadcast: Lock returned 35\nMarkComplete: Event::Broadcast returned 35\n";
+    const std::string untold =
+        "Broadcast: pthread_cond_broadcast returned 22\n"
+        "MarkComplete: Event::Broadcast returned 22\n";
+    const std::string noTicket =
+        "GetReadTicket: Failed to allocate new ReadTicket for buf 0x?, size 4096, offset 65536\n";
+    const std::string ticketFailed = "WorkToDo: GetReadTicket on request 0x? returned 12\n";
+    const std::string notRead = "ExecuteReadTicket: pread returned 5 for request 0x?\n";
+    const std::string readFailed =
+        "RunThreadPass: ReadRequest::ExecuteReadTicket returned 5 for request 0x?\n";
+    const struct {
+        Row row;
+        Second second;
+    } cases[] = {
+        {{"no ticket, no lock", kEither, SystemCall::kNewNothrow, 3, ENOMEM, 0, Fate::Never,
+          noTicket + unlocked + "GetReadTicket: MarkComplete returned 35\n" + ticketFailed},
+         latchsLock},
+        {{"no ticket, nobody told", kEither, SystemCall::kNewNothrow, 3, ENOMEM, 0, Fate::Never,
+          noTicket + untold + "GetReadTicket: MarkComplete returned 22\n" + ticketFailed},
+         latch},
+        {{"no read, no lock", kEither, SystemCall::kPread, 1, EIO, 0, Fate::Never,
+          notRead + unlocked + "ExecuteReadTicket: MarkComplete returned 35\n" + readFailed},
+         latchsLock},
+        {{"no read, nobody told", kEither, SystemCall::kPread, 1, EIO, 0, Fate::Never,
+          notRead + untold + "ExecuteReadTicket: MarkComplete returned 22\n" + readFailed},
+         latch},
+    };
+    for (const auto& fails : cases) {
+        EXPECT_EQ(kvx_test::InChild(
+                      [&] { return Play(movies, GetParam(), fails.row, &fails.second); }, false),
+                  Expected(fails.row))
+            << fails.row.place;
     }
 }
 

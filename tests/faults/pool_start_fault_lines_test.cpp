@@ -125,6 +125,37 @@ TEST_F(PoolStartFaultLines, OfTheConversionPool) {
     Expect(rows, &ConversionPoolFailed);
 }
 
+// The third thread does not start, and what takes the pool down again fails too.
+TEST_F(PoolStartFaultLines, OfTheEndOfAPoolThatDidNotStart) {
+    struct Row {
+        SystemCall call;
+        int error;
+        std::string lines;
+    };
+    const Row rows[] = {
+        // The threads are told a second time.
+        {SystemCall::kCondBroadcast, 22,
+         "WakeAll: pthread_cond_broadcast returned 22\nStopAll: WakeAll returned 22\n"},
+        {SystemCall::kThreadJoin, 22, "StopAll: pthread_join returned 22\n"},
+        {SystemCall::kCondDestroy, 16, "~Threaded: pthread_cond_destroy returned 16\n"},
+        {SystemCall::kMutexDestroy, 16, "~Lockable: pthread_mutex_destroy returned 16\n"},
+    };
+    for (const Row& row : rows) {
+        const std::string said = kvx_test::InChild([&] {
+            const LogCapture log;
+            ModuleStage stage(movies);
+            FramePlayer player(stage, movies.picture, PrPixelFormat_BGRA_4444_8u);
+            const Fault create(SystemCall::kThreadCreate, 35, 3);
+            const Fault fault(row.call, row.error);
+            const long status = player.Request(0);
+            return StatusAndLines(status, log.Text()) + std::to_string(fault.Hits());
+        });
+        EXPECT_EQ(said, StatusAndLines(35, "Init: pthread_create returned 35\n" + row.lines +
+                                               ReadPoolFailed("35")) +
+                            "1");
+    }
+}
+
 // A thread that cannot begin or cannot sleep ends, and the others do its work.
 TEST_F(PoolStartFaultLines, OfAThread) {
     struct Row {

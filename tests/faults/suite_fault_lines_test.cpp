@@ -69,20 +69,17 @@ class AsyncSuiteFaultLines : public OpenSuiteFaultLines {
     void SetUp() override { ASSERT_EQ(clip.Open(), 0); }
 
     kvx_test::HostCall CreateAsyncImporter() {
-        return {[] {},
-                [this] {
-                    FrameSource source(clip);
-                    return source.Open();
-                }};
+        return {[] {}, [this] { return source.Open(); }, [this] { source.Close(); }};
     }
 
     std::string Create() {
         const LogCapture log;
-        const long status = CreateAsyncImporter().make();
+        const long status = source.Open();
         return StatusAndLines(status, log.Text());
     }
 
     Clip clip{importer, movies.picture};
+    FrameSource source{clip};
 };
 
 TEST_F(AsyncSuiteFaultLines, EachSuite) {
@@ -116,6 +113,17 @@ TEST_F(AsyncSuiteFaultLines, Memory) {
          "CreateAsyncImporter: Failed to create an AsyncImportModule\n"}};
     ExpectRows(CreateAsyncImporter(), rows);
     ExpectARowForEveryCall(CreateAsyncImporter(), rows);
+}
+
+// With the last object the buffers of requests go; where their lock fails, with the process.
+TEST_F(AsyncSuiteFaultLines, Closing) {
+    const kvx_test::HostCall close = {[this] { ASSERT_EQ(source.Open(), 0); },
+                                      [this] { return source.Close(); }};
+    const std::vector<kvx_test::FaultRow> rows = {{"the buffers' lock", SystemCall::kMutexLock, 1,
+                                                   35, 0,
+                                                   "Lock: pthread_mutex_lock returned 35\n"}};
+    ExpectRows(close, rows);
+    ExpectARowForEveryCall(close, rows);
 }
 
 // Frames, in processes of their own.
