@@ -2,7 +2,9 @@
 // that failed is told to everybody who asks.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <string>
 
 #include "pipeline/import_frame.h"
@@ -44,6 +46,10 @@ std::string Ask() {
 // Asks while a call fails, and twice when all is well again. Then says what was made and undone.
 template <typename Pool>
 std::string Start(SystemCall call, int error, int nth) {
+    constexpr SystemCall kUndoing[] = {SystemCall::kThreadJoin, SystemCall::kCondDestroy,
+                                       SystemCall::kMutexDestroy};
+    long before[std::size(kUndoing)];
+    std::transform(std::begin(kUndoing), std::end(kUndoing), before, &CallCount);
     const LogCapture log;
     // Whatever the machine has.
     const Fault processors(SystemCall::kProcessorCount, 4);
@@ -55,11 +61,15 @@ std::string Start(SystemCall call, int error, int nth) {
     said += Ask<Pool>();
     said += Ask<Pool>();
     said += log.Text();
-    for (const SystemCall undone :
-         {SystemCall::kThreadJoin, SystemCall::kCondDestroy, SystemCall::kMutexDestroy}) {
-        said += std::to_string(CallCount(undone)) + " ";
+    for (size_t call = 0; call < std::size(kUndoing); ++call) {
+        said += std::to_string(CallCount(kUndoing[call]) - before[call]) + " ";
     }
     return said + (Pool::sInstance == nullptr ? "none" : "one");
+}
+
+std::string Instances() {
+    return std::string(ReadController::sInstance == nullptr ? "none" : "one") +
+           (ImportFrameConverter::sInstance == nullptr ? " none\n" : " one\n");
 }
 
 template <typename Pool>
@@ -70,14 +80,16 @@ std::string InChildStart(SystemCall call, int error, int nth = 1) {
 TEST_F(PoolStart, ThereIsNoPoolBeforeTheFirstAsks) {
     EXPECT_EQ(InChild([] {
                   const Fault processors(SystemCall::kProcessorCount, 3);
-                  std::string said = std::to_string(CallCount(SystemCall::kThreadCreate)) + "\n";
+                  const long threads = CallCount(SystemCall::kThreadCreate);
+                  std::string said = Instances();
                   for (int time = 0; time < 2; ++time) {
                       said += Ask<ReadController>();
                       said += Ask<ImportFrameConverter>();
                   }
-                  return said + std::to_string(CallCount(SystemCall::kThreadCreate));
+                  return said + Instances() +
+                         std::to_string(CallCount(SystemCall::kThreadCreate) - threads);
               }),
-              "0\n0 8\n0 3\n0 8\n0 3\n11");
+              "none none\n0 8\n0 3\n0 8\n0 3\none one\n11");
 }
 
 TEST_F(PoolStart, AReadThreadThatDoesNotStartIsFinal) {
@@ -186,6 +198,7 @@ TEST_F(PoolStart, WithoutReadThreadsEveryFrameIsRefused) {
     EXPECT_EQ(InChild([] {
                   const LogCapture log;
                   const Fault create(SystemCall::kThreadCreate, 11, 8);
+                  const Fault processors(SystemCall::kProcessorCount, 4);
                   FrameWithoutPools frames;
                   std::string said = frames.Issue();
                   said += frames.Issue();
