@@ -1,11 +1,13 @@
 // Pools whose system calls fail.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <memory>
 #include <thread>
 
 #include "core/threaded_pool.h"
+#include "pipeline/eventually.h"
 #include "support/fault_injection.h"
 #include "support/log_capture.h"
 
@@ -185,6 +187,44 @@ TEST(ThreadedFault, FailedJoinStopsNoOtherAndTheLastOneIsTheResult) {
         EXPECT_EQ(pool.mThreadCount, 0);
         EXPECT_EQ(log.Text(), "StopAll: pthread_join returned 3\n");
     }
+}
+
+// Threads have numbers that go up as they are started. The first one is kept until the last one has
+// been joined.
+TEST(ThreadedFault, StoppingJoinsFromTheLastThreadToTheFirst) {
+    CountingPool pool;
+    ASSERT_EQ(pool.Init(2), 0);
+    std::atomic<pid_t> numbers[2] = {};
+    std::atomic<bool> mayEnd[2] = {};
+    for (size_t piece = 0; piece < 2; ++piece) {
+        pool.Post([&, piece] {
+            numbers[piece] = gettid();
+            WaitUntil([&] { return mayEnd[piece].load(); });
+        });
+    }
+    WaitUntil([&] { return numbers[0] != 0 && numbers[1] != 0; });
+    const size_t first = numbers[0] < numbers[1] ? 0 : 1;
+    const long joins = CallCount(SystemCall::kThreadJoin);
+    std::thread stopper([&pool] { EXPECT_EQ(pool.StopAll(), 0); });
+    mayEnd[1 - first] = true;
+    EXPECT_TRUE(
+        kvx_test::Eventually([&] { return CallCount(SystemCall::kThreadJoin) == joins + 1; }));
+    EXPECT_EQ(pool.mPasses, 1);
+    mayEnd[first] = true;
+    stopper.join();
+    EXPECT_EQ(CallCount(SystemCall::kThreadJoin), joins + 2);
+}
+
+// A pool of the base's own, which nobody stops before.
+TEST(ThreadedFault, DestructorJoinsTheThreadsThatAreLeft) {
+    const long joins = CallCount(SystemCall::kThreadJoin);
+    const long destroys = CallCount(SystemCall::kCondDestroy);
+    {
+        Threaded pool;
+        ASSERT_EQ(pool.Init(3), 0);
+    }
+    EXPECT_EQ(CallCount(SystemCall::kThreadJoin), joins + 3);
+    EXPECT_EQ(CallCount(SystemCall::kCondDestroy), destroys + 1);
 }
 
 TEST(ThreadedFault, FailedDetachStopsNoOther) {

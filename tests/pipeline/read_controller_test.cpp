@@ -243,6 +243,19 @@ TEST_F(ReadControllerTest, CancelsARequestThatHasTicketsLeft) {
     EXPECT_EQ(mThird.calls, 0);
 }
 
+TEST_F(ReadControllerTest, CancellingKeepsTheOrderOfTheOthers) {
+    StillPool pool;
+    std::vector<Reference<ReadRequest>> requests;
+    for (int index = 0; index < 5; ++index) {
+        requests.push_back(Make(0, 10, mFirst));
+        EXPECT_EQ(pool.AddRequest(requests.back().get()), 0);
+    }
+    EXPECT_EQ(pool.CancelRequest(requests[1].get(), nullptr), 0);
+    EXPECT_EQ(pool.CancelRequest(requests[0].get(), nullptr), 0);
+    EXPECT_EQ(std::vector<ReadRequest*>(pool.mQueue.begin(), pool.mQueue.end()),
+              (std::vector<ReadRequest*>{requests[2].get(), requests[3].get(), requests[4].get()}));
+}
+
 TEST_F(ReadControllerTest, CancelsNothingWhenAllTicketsAreOut) {
     StillPool pool;
     const auto request = Make(0, 10, mFirst);

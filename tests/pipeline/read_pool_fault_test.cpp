@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <memory>
 #include <string>
+#include <thread>
 
 #include "pipeline/completion.h"
 #include "pipeline/patterned_file.h"
@@ -78,6 +80,7 @@ TEST_F(ReadPoolFault, AddingWithoutTheLockQueuesNothing) {
     EXPECT_EQ(mPool.AddRequest(request.get()), 35);
     EXPECT_EQ(mLog.Text(), kLockFailed + "AddRequest: Lock returned 35\n");
     EXPECT_TRUE(mPool.mQueue.empty());
+    EXPECT_FALSE(request->mQueued);
     EXPECT_EQ(request->mRefCount, 1);
 }
 
@@ -92,6 +95,7 @@ TEST_F(ReadPoolFault, AddingThatWakesNobodyKeepsTheRequestQueued) {
               "AddRequest: WakeAll returned 22\n");
     ASSERT_EQ(mPool.mQueue.size(), 1u);
     EXPECT_EQ(mPool.mQueue.front(), request.get());
+    EXPECT_TRUE(request->mQueued);
     EXPECT_EQ(request->mRefCount, 2);
     EXPECT_FALSE(mPool.IsLocked());
 }
@@ -165,6 +169,45 @@ TEST_F(ReadPoolFault, ATicketIsNotRunWithThePoolLocked) {
     EXPECT_EQ(request->mCompletionStatus, 0);
     EXPECT_EQ(mCompletion.calls, 0);
     EXPECT_TRUE(mPool.IsLocked());
+    // Its ticket is not out any more.
+    int told = 0;
+    request->NotifyWhenIdle([](void* userData) { ++*static_cast<int*>(userData); }, &told);
+    EXPECT_EQ(told, 1);
+}
+
+// Nobody else is left who could be looking at the queue.
+TEST_F(ReadPoolFault, ThePoolsEndWithoutTheLockDropsWhatIsQueued) {
+    const auto request = Make(&Completion::Run, &mCompletion);
+    {
+        auto pool = std::make_unique<StillPool>();
+        ASSERT_EQ(pool->AddRequest(request.get()), 0);
+        const Fault fault(SystemCall::kMutexLock, 35);
+        pool.reset();
+    }
+    EXPECT_EQ(mLog.Text(), kLockFailed);
+    EXPECT_EQ(request->mRefCount, 1);
+    EXPECT_EQ(mCompletion.calls, 0);
+}
+
+// The order is seen by what is logged: the lock that cannot be taken again, and then the end of the
+// request, whose last reference the pool dropped.
+TEST_F(ReadPoolFault, TheRequestEndsAfterTheLockIsTakenAgain) {
+    auto request = Make(&Completion::Run, &mCompletion);
+    ASSERT_EQ(mPool.AddRequest(request.get()), 0);
+    request.reset();
+    ASSERT_EQ(mPool.Lock(), 0);
+    void* const ticket = mPool.WorkToDo();
+    {
+        // After the locks of the request and of its latch.
+        const Fault lock(SystemCall::kMutexLock, 35, 3);
+        const Fault end(SystemCall::kCondDestroy, 16);
+        // What becomes of a thread without its pool's lock is the thread's own affair.
+        std::thread([&] { mPool.RunThreadPass(ticket); }).join();
+    }
+    EXPECT_EQ(mLog.Text(),
+              "Lock: pthread_mutex_lock returned 35\n"
+              "~Unlock: Lock returned 35\n"
+              "~Event: pthread_cond_destroy returned 16\n");
 }
 
 }  // namespace

@@ -86,6 +86,22 @@ TEST_F(ReadRequestFault, NoMemoryForTheBuffer) {
         "Create: ReadRequest::Init returned 12\n");
 }
 
+// What was made of a refused request goes with it: its lock, and its latch if it had one.
+TEST_F(ReadRequestFault, NothingIsLeftOfARefusedRequest) {
+    char buffer[1];
+    for (const bool hasLatch : {false, true}) {
+        const long mutexes = CallCount(SystemCall::kMutexDestroy);
+        const long conditions = CallCount(SystemCall::kCondDestroy);
+        if (hasLatch) {
+            EXPECT_EQ(Create(1000, 5000, buffer, 1), 27);
+        } else {
+            EXPECT_EQ(Create(0), 22);
+        }
+        EXPECT_EQ(CallCount(SystemCall::kMutexDestroy), mutexes + (hasLatch ? 2 : 1));
+        EXPECT_EQ(CallCount(SystemCall::kCondDestroy), conditions + (hasLatch ? 1 : 0));
+    }
+}
+
 // A client's buffer needs no memory of the request's.
 TEST_F(ReadRequestFault, AClientsBufferAsksForNone) {
     char buffer[4096];

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "pipeline/completion.h"
 #include "pipeline/patterned_file.h"
@@ -101,6 +102,10 @@ TEST_F(ReadTicketFault, TakenWhenTheLockIsNotGivenBack) {
     EXPECT_EQ(mTicket, nullptr);
     EXPECT_EQ(mLog.Text(), kUnlockFailed);
     ExpectCompletedWith(1);
+    // The ticket that nobody took is not out.
+    int told = 0;
+    mRequest->NotifyWhenIdle([](void* userData) { ++*static_cast<int*>(userData); }, &told);
+    EXPECT_EQ(told, 1);
     mRequest->Unlock();
 }
 
@@ -130,6 +135,29 @@ TEST_P(ReadError, IsTheStatusOfTheRequest) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, ReadError, testing::Values(EIO, EINTR, EAGAIN, EBADF, ENXIO));
+
+// A failure without an error number is a count like any other.
+TEST_F(ReadTicketFault, ReadWithAFailureThatHasNoNumber) {
+    ASSERT_EQ(Take(), 0);
+    const Fault fault(SystemCall::kPread, 0);
+    EXPECT_EQ(mRequest->ExecuteReadTicket(mTicket.get()), 0);
+    EXPECT_EQ(mRequest->mBytesRead, -1);
+    EXPECT_EQ(mCompletion.calls, 0);
+    EXPECT_EQ(mLog.Raw(), "");
+}
+
+TEST_F(ReadTicketFault, OfAnEndedRequestIsAnsweredWithoutTheLock) {
+    ASSERT_EQ(Take(), 0);
+    ASSERT_EQ(mRequest->Cancel(nullptr), 0);
+    const Fault lock(SystemCall::kMutexLock, 35);
+    const Fault read(SystemCall::kPread, EIO);
+    const auto ticket = std::move(mTicket);
+    EXPECT_EQ(Take(), 89);
+    EXPECT_EQ(mRequest->ExecuteReadTicket(ticket.get()), 89);
+    EXPECT_EQ(lock.Calls(), 0);
+    EXPECT_EQ(read.Calls(), 0);
+    EXPECT_EQ(mLog.Raw(), "");
+}
 
 // It may be a thousand bytes or all but one: the rest is not asked for, and nobody is told.
 TEST_F(ReadTicketFault, ReadShort) {

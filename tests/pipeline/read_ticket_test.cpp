@@ -318,6 +318,20 @@ TEST(ReadTicket, IdleIsToldOnceAtTheEndOfTheLastTicket) {
     EXPECT_EQ(told, 0);
     EXPECT_EQ(request->ExecuteReadTicket(first.get()), 89);
     EXPECT_EQ(told, 1);
+    // Whatever comes then.
+    EXPECT_EQ(request->ExecuteReadTicket(nullptr), 89);
+    EXPECT_EQ(told, 1);
+}
+
+TEST(ReadTicket, IdleIsNotToldWhileOneTicketIsOut) {
+    const PatternedFile file(20000);
+    const Reference<ReadRequest> request = Make(file, 0, 10, nullptr);
+    const Ticket only = Take(*request);
+    int told = 0;
+    request->NotifyWhenIdle(&Count, &told);
+    EXPECT_EQ(told, 0);
+    EXPECT_EQ(request->ExecuteReadTicket(only.get()), 0);
+    EXPECT_EQ(told, 1);
 }
 
 }  // namespace
