@@ -18,41 +18,13 @@ constexpr int kBlack = 64;
 constexpr int kWhite = 940;
 constexpr int kSpan = kWhite - kBlack;
 
-// Eight pixels, planar, each component somewhere in a word of its own: R in bits 13-4, G in bits
-// 11-2, B in bits 9-0, with bits of the neighbours around it.
-struct RawComponents {
-    __m128i mB;
-    __m128i mG;
-    __m128i mR;
-};
-
+// Bytes 0 and 1 of the big-endian pixel, swapped, have R in bits 13-4, bytes 1 and 2 have G in bits
+// 11-2, bytes 2 and 3 have B in bits 9-0; around them are unused bits and bits of the neighbours.
 constexpr int kRawShiftR = 4;
 constexpr int kRawShiftG = 2;
 constexpr int kRawMaskR = 0x3FF << kRawShiftR;
 constexpr int kRawMaskG = 0x3FF << kRawShiftG;
 constexpr int kRawMaskB = 0x3FF;
-
-template <typename Source>
-KVX_ALWAYS_INLINE RawComponents LoadRaw(const char* from) {
-    const __m128i low = Source::Load(from);
-    const __m128i high = Source::Load(from + 16);
-    // Bytes 0 1, 1 2 and 2 3 of the big-endian pixel, swapped.
-    const __m128i kRG = _mm_setr_epi8(1, 0, 5, 4, 9, 8, 13, 12, 2, 1, 6, 5, 10, 9, 14, 13);
-    const __m128i kB = _mm_setr_epi8(3, 2, 7, 6, 11, 10, 15, 14, -1, -1, -1, -1, -1, -1, -1, -1);
-    const __m128i rgLow = _mm_shuffle_epi8(low, kRG);
-    const __m128i rgHigh = _mm_shuffle_epi8(high, kRG);
-    return {_mm_unpacklo_epi64(_mm_shuffle_epi8(low, kB), _mm_shuffle_epi8(high, kB)),
-            _mm_unpackhi_epi64(rgLow, rgHigh), _mm_unpacklo_epi64(rgLow, rgHigh)};
-}
-
-// Levels above black, 0 to kSpan.
-template <int kRawShift>
-KVX_ALWAYS_INLINE __m128i AboveBlack(__m128i raw) {
-    const __m128i component = _mm_and_si128(raw, _mm_set1_epi16(0x3FF << kRawShift));
-    const __m128i raised =
-        _mm_srli_epi16(_mm_subs_epu16(component, _mm_set1_epi16(kBlack << kRawShift)), kRawShift);
-    return _mm_min_epi16(raised, _mm_set1_epi16(kSpan));
-}
 
 // Vector white is one level below scalar white in 8u and in 16u: 254 and 32767.
 struct To8u {
@@ -60,19 +32,50 @@ struct To8u {
 
     template <typename Source>
     static KVX_ALWAYS_INLINE void Convert(const char* from, char* to) {
-        const RawComponents raw = LoadRaw<Source>(from);
-        const __m128i b = Scale(AboveBlack<0>(raw.mB));
-        const __m128i g = Scale(AboveBlack<kRawShiftG>(raw.mG));
-        const __m128i r = Scale(AboveBlack<kRawShiftR>(raw.mR));
-        const __m128i bg = _mm_or_si128(b, _mm_slli_epi16(g, 8));
-        const __m128i ra = _mm_or_si128(r, _mm_set1_epi16(static_cast<short>(0xFF00)));
-        Stream(to, _mm_unpacklo_epi16(bg, ra));
-        Stream(to + 16, _mm_unpackhi_epi16(bg, ra));
+        const __m128i low = Source::Load(from);
+        const __m128i high = Source::Load(from + 16);
+        // Packing raises what is below black to 0, and what is above white does not pass 255.
+        const __m128i br = _mm_min_epu8(_mm_packus_epi16(ScaleBR(low), ScaleBR(high)),
+                                        _mm_set1_epi8(static_cast<char>(kWhite8u)));
+        const __m128i ga =
+            _mm_or_si128(ScaleG(low, high), _mm_set1_epi16(static_cast<short>(0xFF00)));
+        Stream(to, _mm_unpacklo_epi8(br, ga));
+        Stream(to + 16, _mm_unpackhi_epi8(br, ga));
     }
 
   private:
-    static KVX_ALWAYS_INLINE __m128i Scale(__m128i level) {
-        return _mm_mulhi_epu16(level, _mm_set1_epi16(19077));
+    // 19077 / 65536 of the levels above black. No factor of 16 bits gives the same from a level
+    // that is moved up in its word, so that R and G have to come down to bit 0 first.
+    static constexpr int kScale = 19077;
+    static constexpr int kWhite8u = 254;
+
+    // B and R of four pixels in turn, without limits: from -19 to 279. All that is above a
+    // component goes with the multiplication, all that is below it with the shift.
+    static KVX_ALWAYS_INLINE __m128i ScaleBR(__m128i pixels) {
+        constexpr int kRoomB = 6;
+        constexpr int kRoomR = kRoomB - kRawShiftR;
+        const __m128i words = _mm_shuffle_epi8(
+            pixels, _mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
+        const __m128i highest =
+            _mm_mullo_epi16(words, _mm_set1_epi32(1 << kRoomR << 16 | 1 << kRoomB));
+        const __m128i levels = _mm_srli_epi16(highest, kRoomB);
+        return _mm_mulhi_epi16(_mm_sub_epi16(levels, _mm_set1_epi16(kBlack)),
+                               _mm_set1_epi16(kScale));
+    }
+
+    // G of eight pixels, from 0 to kWhite8u.
+    static KVX_ALWAYS_INLINE __m128i ScaleG(__m128i low, __m128i high) {
+        const __m128i kLow =
+            _mm_setr_epi8(2, 1, 6, 5, 10, 9, 14, 13, -1, -1, -1, -1, -1, -1, -1, -1);
+        const __m128i kHigh =
+            _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, 2, 1, 6, 5, 10, 9, 14, 13);
+        const __m128i words =
+            _mm_or_si128(_mm_shuffle_epi8(low, kLow), _mm_shuffle_epi8(high, kHigh));
+        const __m128i times4 = _mm_subs_epu16(_mm_and_si128(words, _mm_set1_epi16(kRawMaskG)),
+                                              _mm_set1_epi16(kBlack << kRawShiftG));
+        const __m128i scaled =
+            _mm_mulhi_epu16(_mm_srli_epi16(times4, kRawShiftG), _mm_set1_epi16(kScale));
+        return _mm_min_epi16(scaled, _mm_set1_epi16(kWhite8u));
     }
 };
 
