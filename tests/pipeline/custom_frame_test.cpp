@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "pipeline/frame_test.h"
+#include "pipeline/pool_by_hand.h"
+#include "pipeline/read_controller.h"
 
 namespace {
 
@@ -41,6 +43,23 @@ TEST_F(CustomFrame, HasThePagesThatTheSampleLiesIn) {
         EXPECT_EQ(Bytes(frame->mPixels + 4096 + each.skew, each.sampleSize),
                   Media(0, each.sampleSize));
     }
+}
+
+TEST_F(CustomFrame, HasItsHeaderBeforeAnythingIsRead) {
+    OpenMovie(MovieOfPicture(kvx_test::kPageV210, 1, kvx_test::kMediaOffset + 7));
+    kvx_test::PoolByHand<KVX::ReadController> reading;
+    const Reference<KVX::ImportFrame> frame(NewFrame(kKVXCustomPixelFormat));
+    frame->Retain();
+    ASSERT_EQ(frame->Issue(), 0);
+    uint32_t header[5];
+    std::memcpy(header, frame->mPixels, sizeof(header));
+    EXPECT_EQ(std::vector<uint32_t>(header, header + 5),
+              (std::vector<uint32_t>{0x76323130, 256, 4096, 8192, 7}));  // "v210"
+    EXPECT_TRUE(IsFresh(frame->mPixels + sizeof(header), 4096 + 8192 - sizeof(header)));
+
+    EXPECT_TRUE(reading.RunOne());
+    EXPECT_EQ(std::memcmp(header, frame->mPixels, sizeof(header)), 0);
+    EXPECT_EQ(Bytes(frame->mPixels + 4096 + 7, 4096), Media(0, 4096));
 }
 
 std::vector<uint32_t> sDataSizes;

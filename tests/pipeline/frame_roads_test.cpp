@@ -241,11 +241,16 @@ TEST_F(FrameRoads, AFrameWithoutBytesStaysWithoutAnAnswer) {
     video.chunkRuns.clear();
     video.chunkOffsets.clear();
     OpenMovie(kvx_test::MovieOf({video}));
+    LogCapture log;
     const Frame frame(NewFrame(PrPixelFormat_UYVY_422_8u_601, 1));
     frame->Retain();
     ASSERT_EQ(frame->Issue(), 0);
     EXPECT_TRUE(
         kvx_test::Eventually([&] { return kvx_test::ReferencesTo(*frame->mReadRequest) == 1; }));
+    char expected[100];
+    std::snprintf(expected, sizeof expected, "WorkToDo: GetReadTicket on request %p returned 2\n",
+                  static_cast<void*>(frame->mReadRequest));
+    EXPECT_EQ(log.Text(), expected);
     EXPECT_FALSE(frame->mReadDone);
     EXPECT_EQ(cache.Additions(), 0);
     // In place of the completion.
