@@ -55,7 +55,8 @@ struct WatchedFrame {
     KVX::ReadRequest* request = nullptr;  // with a reference; null if none was submitted
     KVX::ImportFrame* frame = nullptr;    // valid until the pipeline lets go of it
     PPixHand ppix = nullptr;
-    std::atomic<uintptr_t> begin{0};  // of the request's memory
+    // Of the request's memory. No address lies between them before both are set.
+    std::atomic<uintptr_t> begin{UINTPTR_MAX};
     std::atomic<uintptr_t> end{0};
     WatchedReads reads;
 
