@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 #include "core/log.h"
+#include "platform/large_memory.h"
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -90,6 +91,9 @@ class Shelf {
         mBytes += buffer.size;
     }
 
+    // Wants no lock.
+    size_t Bytes() const { return mBytes; }
+
     void Clear(Leaving& leaving) {
         while (mCount > 0) {
             leaving.Add(TakeAt(mCount - 1).memory);
@@ -116,7 +120,7 @@ class Shelf {
 
     Buffer mKept[ReadBuffers::kMostKept];
     size_t mCount = 0;
-    size_t mBytes = 0;
+    std::atomic<size_t> mBytes{0};  // read without the lock as well
 };
 
 // None of these has an end: the pools' threads free buffers until the process is gone.
@@ -145,8 +149,16 @@ ReadBuffers::Buffer ReadBuffers::Allocate(size_t size) {
 }
 
 void ReadBuffers::Free(const Buffer& buffer) {
+    if (buffer.size < kLeastSize || sKeepers == 0) {
+        std::free(buffer.memory);
+        return;
+    }
+    // Before it is on the shelf, where the next request may find it at once.
+    if (sShelf.Bytes() + buffer.size > kMostBytesHeld) {
+        Platform::OfferMemory(buffer.memory, buffer.size);
+    }
     Leaving leaving;
-    if (buffer.size < kLeastSize || sKeepers == 0 || !Lock()) {
+    if (!Lock()) {
         leaving.Add(buffer.memory);
         return;
     }

@@ -11,13 +11,16 @@ namespace KVX {
 // none of that.
 //
 // What is kept is bounded: kMostKept buffers, kMostBytesKept bytes in all, none below kLeastSize,
-// which the allocator keeps by itself. And it is kept only as long as somebody means to ask for
-// frames, which a Keeper says: with the last one everything goes back, and without one every buffer
-// does as soon as it is freed. Any thread may call anything at any time.
+// which the allocator keeps by itself. A host asks for some thirty frames at once; of those that
+// come back together all but kMostBytesHeld are left to the system to take, should it run short of
+// memory. And buffers are kept only as long as somebody means to ask for frames, which a Keeper
+// says: with the last one everything goes back, and without one every buffer does as soon as it is
+// freed. Any thread may call anything at any time.
 class ReadBuffers {
   public:
-    static constexpr size_t kMostKept = 16;
-    static constexpr size_t kMostBytesKept = size_t{64} << 20;
+    static constexpr size_t kMostKept = 64;
+    static constexpr size_t kMostBytesKept = size_t{192} << 20;
+    static constexpr size_t kMostBytesHeld = size_t{64} << 20;
     static constexpr size_t kLeastSize = size_t{256} << 10;
 
     // How much larger than asked for a kept buffer may be. Frames of one size take a page more or

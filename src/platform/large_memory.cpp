@@ -1,6 +1,7 @@
 #include "platform/large_memory.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdint>
 
@@ -42,6 +43,17 @@ void* AllocateLarge(size_t size) {
 
 void FreeLarge(void* memory, size_t size) {
     munmap(memory, RoundUp(size));
+}
+
+void OfferMemory(void* memory, size_t size) {
+    const auto page = static_cast<uintptr_t>(getpagesize());
+    const auto address = reinterpret_cast<uintptr_t>(memory);
+    const uintptr_t begin = (address + page - 1) / page * page;
+    const uintptr_t end = (address + size) / page * page;
+    if (begin < end) {
+        // Memory that the system does not care for is merely kept.
+        madvise(static_cast<char*>(memory) + (begin - address), end - begin, MADV_FREE);
+    }
 }
 
 }  // namespace KVX::Platform

@@ -1,4 +1,5 @@
-// Memory for tables of many megabytes, which are filled once from front to back.
+// Memory for tables of many megabytes, which are filled once from front to back, and memory that is
+// not needed for the time being.
 #pragma once
 
 #include <cstddef>
@@ -15,5 +16,9 @@ void* AllocateLarge(size_t size);
 
 // Gives memory back, under the size it was asked for with.
 void FreeLarge(void* memory, size_t size);
+
+// Tells the system that it may take the whole pages within this memory away when it runs short of
+// some. Until it is written to the next time, the memory's content is undefined.
+void OfferMemory(void* memory, size_t size);
 
 }  // namespace KVX::Platform

@@ -2,12 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <vector>
 
 using KVX::Platform::AllocateLarge;
 using KVX::Platform::FreeLarge;
+using KVX::Platform::OfferMemory;
 
 namespace {
 
@@ -46,6 +49,25 @@ TEST(LargeMemoryLimits, SizesBeyondTheAddressSpaceAreRefused) {
     EXPECT_EQ(AllocateLarge(kMost - kLargePage), nullptr);
     EXPECT_EQ(AllocateLarge(kMost - 2 * kLargePage), nullptr);
     EXPECT_EQ(AllocateLarge(kMost / 2), nullptr);
+}
+
+// Only pages that are whole are offered: what stands beside the memory on its pages stays, and the
+// memory itself can be written to again.
+TEST(OfferedMemory, WhatStandsBesideItStays) {
+    constexpr size_t kSize = 3 * 4096;
+    auto* const memory = static_cast<unsigned char*>(AllocateLarge(kSize));
+    ASSERT_NE(memory, nullptr);
+    for (const size_t begin : {0, 1, 4095, 4096}) {
+        for (const size_t end : {begin, begin + 1, size_t{8191}, size_t{8192}, kSize}) {
+            std::memset(memory, 1, kSize);
+            OfferMemory(memory + begin, end - begin);
+            std::memset(memory + begin, 2, end - begin);
+            EXPECT_EQ(std::count(memory, memory + kSize, 2), static_cast<long>(end - begin));
+            EXPECT_EQ(std::count(memory, memory + kSize, 1),
+                      static_cast<long>(kSize - (end - begin)));
+        }
+    }
+    FreeLarge(memory, kSize);
 }
 
 }  // namespace
