@@ -79,19 +79,11 @@ class AsyncModule : public kvx_test::FrameTest {
 };
 
 TEST_F(AsyncModule, AcquiresItsSuitesOnceEachAndReleasesNone) {
-    struct Suite {
-        const char* name;
-        int32_t version;
-    };
-    const std::vector<Suite> suites = {{"Premiere PPix Cache Suite", 3},
-                                       {"Premiere PPix Creator Suite", 1},
-                                       {"Premiere PPix Creator 2 Suite", 3},
-                                       {"Premiere PPix Suite", 1},
-                                       {"Premiere Legacy Suite", 1}};
+    const std::vector<kvx_test::Suite>& suites = kvx_test::SuitesOfFrames();
     OpenMovie(MovieOfPicture(kPageUYVY, 3));
     std::vector<int> acquired;
     std::vector<int> released;
-    for (const Suite& suite : suites) {
+    for (const kvx_test::Suite& suite : suites) {
         acquired.push_back(host.AcquisitionCount(suite.name, suite.version));
         released.push_back(host.ReleaseCount(suite.name, suite.version));
     }
@@ -100,7 +92,7 @@ TEST_F(AsyncModule, AcquiresItsSuitesOnceEachAndReleasesNone) {
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(made->Close(), 0);
     for (size_t index = 0; index < suites.size(); ++index) {
-        const Suite& suite = suites[index];
+        const kvx_test::Suite& suite = suites[index];
         EXPECT_EQ(host.AcquisitionCount(suite.name, suite.version), acquired[index] + 1);
         EXPECT_EQ(host.ReleaseCount(suite.name, suite.version), released[index]);
     }

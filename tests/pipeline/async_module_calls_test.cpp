@@ -42,26 +42,18 @@ class AsyncModuleCalls : public kvx_test::FrameTest {
 };
 
 TEST_F(AsyncModuleCalls, SuitesAreAcquiredInOrderUpToTheFirstThatFails) {
-    struct Suite {
-        const char* name;
-        int32_t version;
-    };
-    const std::vector<Suite> suites = {{"Premiere PPix Cache Suite", 3},
-                                       {"Premiere PPix Creator Suite", 1},
-                                       {"Premiere PPix Creator 2 Suite", 3},
-                                       {"Premiere PPix Suite", 1},
-                                       {"Premiere Legacy Suite", 1}};
+    const std::vector<kvx_test::Suite>& suites = kvx_test::SuitesOfFrames();
     const LogCapture log;
     for (size_t failing = 0; failing < suites.size(); ++failing) {
         std::vector<int> before;
-        for (const Suite& suite : suites) {
+        for (const kvx_test::Suite& suite : suites) {
             before.push_back(host.AcquisitionCount(suite.name, suite.version));
         }
         host.FailAcquisition(suites[failing].name, 13);
         EXPECT_EQ(AsyncImportModule::Create(1, Host::BasicSuite(), track), nullptr);
         host.FailAcquisition(suites[failing].name, 0);
         for (size_t index = 0; index < suites.size(); ++index) {
-            const Suite& suite = suites[index];
+            const kvx_test::Suite& suite = suites[index];
             EXPECT_EQ(host.AcquisitionCount(suite.name, suite.version) - before[index],
                       index < failing ? 1 : 0)
                 << suite.name << " while it fails to get " << suites[failing].name;

@@ -37,6 +37,21 @@ inline MovieRecipe MovieOfPicture(const Picture& picture, int frames,
                                      picture.frameSize, frames, 24000, 1000, offset)});
 }
 
+struct Suite {
+    const char* name;
+    int32_t version;
+};
+
+// What an asynchronous importer needs of the host, in the order in which it asks.
+inline const std::vector<Suite>& SuitesOfFrames() {
+    static const std::vector<Suite> suites = {{"Premiere PPix Cache Suite", 3},
+                                              {"Premiere PPix Creator Suite", 1},
+                                              {"Premiere PPix Creator 2 Suite", 3},
+                                              {"Premiere PPix Suite", 1},
+                                              {"Premiere Legacy Suite", 1}};
+    return suites;
+}
+
 // Movies that are open, and frames made of the one opened last. At the end every buffer must have
 // been given back, with the bytes around its pixels untouched.
 class FrameTest : public HostTest {
@@ -98,7 +113,8 @@ class FrameTest : public HostTest {
         EXPECT_TRUE(Eventually([this] {
             cache.Forget();
             return buffers.LiveCount() == 0;
-        })) << buffers.LiveCount() << " buffers are left";
+        })) << buffers.LiveCount()
+            << " buffers are left";
         EXPECT_EQ(buffers.DamagedCount(), 0);
     }
 
