@@ -39,7 +39,14 @@ class FailedStart {
 
 class FrameRefusal : public kvx_test::FrameTest {
   protected:
-    void SetUp() override { OpenMovie(MovieOfPicture(kPageUYVY, 1)); }
+    // The pools run: what fails afterwards is the frame's own.
+    void SetUp() override {
+        OpenMovie(MovieOfPicture(kPageUYVY, 1));
+        ReadController* reads = nullptr;
+        ASSERT_EQ(ReadController::GetInstance(reads), 0);
+        ImportFrameConverter* conversions = nullptr;
+        ASSERT_EQ(ImportFrameConverter::GetInstance(conversions), 0);
+    }
 
     long Initiate() {
         imFrameFormat format = {0, 0, PrPixelFormat_UYVY_422_8u_601};
