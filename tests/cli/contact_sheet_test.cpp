@@ -1,4 +1,4 @@
-#include "cli/contact_sheet.h"
+#include "cli/picture/contact_sheet.h"
 
 #include <gtest/gtest.h>
 

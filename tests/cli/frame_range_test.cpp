@@ -1,4 +1,4 @@
-#include "cli/frame_range.h"
+#include "cli/picture/frame_range.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "cli/frame_reader.h"
+#include "cli/picture/frame_reader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,8 +9,8 @@
 #include <memory>
 #include <string>
 
-#include "cli/frame_range.h"
-#include "cli/raw_frame.h"
+#include "cli/picture/frame_range.h"
+#include "cli/picture/raw_frame.h"
 #include "host/host_test.h"
 #include "quicktime/movie.h"
 #include "quicktime/video_track.h"

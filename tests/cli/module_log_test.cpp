@@ -1,4 +1,4 @@
-#include "cli/module_log.h"
+#include "cli/movie/module_log.h"
 
 #include <gtest/gtest.h>
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "cli/frame_reader.h"
-#include "cli/picture.h"
-#include "cli/png_file.h"
+#include "cli/picture/frame_reader.h"
+#include "cli/picture/picture.h"
+#include "cli/picture/png_file.h"
 #include "host/host_test.h"
 #include "support/png_reader.h"
 #include "support/temp_directory.h"

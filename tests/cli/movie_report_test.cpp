@@ -1,4 +1,4 @@
-#include "cli/movie_report.h"
+#include "cli/movie/movie_report.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

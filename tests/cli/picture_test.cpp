@@ -1,4 +1,4 @@
-#include "cli/picture.h"
+#include "cli/picture/picture.h"
 
 #include <gtest/gtest.h>
 

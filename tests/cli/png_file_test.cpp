@@ -1,4 +1,4 @@
-#include "cli/png_file.h"
+#include "cli/picture/png_file.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "cli/raw_frame.h"
+#include "cli/picture/raw_frame.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "cli/refusal.h"
+#include "cli/movie/refusal.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "cli/streams.h"
+#include "cli/movie/streams.h"
 
 #include <gtest/gtest.h>
 

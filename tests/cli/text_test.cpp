@@ -1,4 +1,4 @@
-#include "cli/text.h"
+#include "cli/output/text.h"
 
 #include <gtest/gtest.h>
 

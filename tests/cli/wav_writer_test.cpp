@@ -1,4 +1,4 @@
-#include "cli/wav_writer.h"
+#include "cli/sound/wav_writer.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

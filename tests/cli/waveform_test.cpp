@@ -1,4 +1,4 @@
-#include "cli/waveform.h"
+#include "cli/sound/waveform.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,189 @@
+#include "cli/command_line/options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <system_error>
+#include <utility>
+
+#include "cli/commands/commands.h"
+
+namespace kvx_cli {
+
+namespace {
+
+using Id = OptionId;
+
+constexpr int64_t kUnlimited = std::numeric_limits<int32_t>::max();
+
+constexpr OptionInfo Flag(Id id, CommandSet commands, const char* name, const char* help) {
+    return {id, commands, name, nullptr, help, ValueKind::kFlag};
+}
+
+constexpr OptionInfo Text(Id id, CommandSet commands, const char* name, const char* argument,
+                          const char* help) {
+    return {id, commands, name, argument, help, ValueKind::kText};
+}
+
+constexpr OptionInfo Number(Id id, CommandSet commands, const char* name, const char* argument,
+                            const char* initial, int64_t least, int64_t most, const char* help) {
+    return {id, commands, name, argument, help, ValueKind::kNumber, initial, least, most};
+}
+
+constexpr OptionInfo Choice(Id id, CommandSet commands, const char* name, const char* initial,
+                            int64_t one, int64_t other, const char* help) {
+    return {id, commands, name, "N", help, ValueKind::kChoice, initial, one, other};
+}
+
+constexpr CommandInfo kCommands[] = {
+    {CommandId::kInfo, "info", "Tell what movies hold, or why they are not importable", true,
+     RunInfo},
+    {CommandId::kTimecode, "timecode", "Print a movie's start timecode", false, RunTimecode},
+    {CommandId::kAudio, "audio", "Write the sound of a movie as a WAV file of 32-bit floats", false,
+     RunAudio},
+    {CommandId::kFrames, "frames", "Write the frames of a movie as PNG pictures, or as their bytes",
+     false, RunFrames},
+    {CommandId::kSheet, "sheet",
+     "Draw a contact sheet: frames of the whole movie with their times, and its sound", false,
+     RunSheet},
+};
+
+constexpr CommandSet kInfo = In(CommandId::kInfo);
+constexpr CommandSet kAudio = In(CommandId::kAudio);
+constexpr CommandSet kFrames = In(CommandId::kFrames);
+constexpr CommandSet kSheet = In(CommandId::kSheet);
+
+constexpr OptionInfo kOptions[] = {
+    Flag(Id::kLog, kInfo, "--log", "Show what the importer logged"),
+    Flag(Id::kJson, kInfo, "--json", "Print JSON").Excludes(Id::kLog),
+    Text(Id::kOutput, kAudio, "--output", "OUT.wav", "The WAV file to write")
+        .Letter("-o")
+        .Required(),
+    Number(Id::kStream, kAudio, "--stream", "N", "0", 0, kUnlimited,
+           "The sound stream, as `kvx info` numbers them"),
+    Text(Id::kOutput, kFrames, "--output", "DIR|-",
+         "The folder to write into, a file for each frame named by its number; with --raw, - "
+         "writes all frames to standard output, one after the other")
+        .Letter("-o")
+        .Required(),
+    Text(Id::kRange, kFrames, "--range", "A:B",
+         "The frames from A up to but without B, counted from 0; either may be left out"),
+    Flag(Id::kRaw, kFrames, "--raw",
+         "Write each frame as the bytes that it has in the file, not as a picture"),
+    Choice(Id::kDepth, kFrames, "--depth", "8", 8, 16, "The bits of a component in a picture")
+        .Excludes(Id::kRaw),
+    Flag(Id::kCustom, kFrames, "--custom",
+         "Have the host ask for the importer's own pixel format, which carries the file's bytes "
+         "behind a header. What is written are again the frame's own bytes, taken from behind the "
+         "header")
+        .Needs(Id::kRaw),
+    Text(Id::kOutput, kSheet, "--output", "SHEET.png", "The picture to write")
+        .Letter("-o")
+        .Required(),
+    Number(Id::kColumns, kSheet, "--columns", "N", "4", 1, 20, "Frames beside each other"),
+    Number(Id::kRows, kSheet, "--rows", "N", "3", 1, 100, "Frames below each other"),
+    Number(Id::kWidth, kSheet, "--width", "N", "1600", 400, 16000, "Of the sheet, in pixels"),
+    Number(Id::kPatience, kFrames | kSheet, "--patience", "SECONDS", "30", 1, kUnlimited,
+           "How many seconds a frame may take before the command gives up"),
+    Text(Id::kModule, kInAllCommands, "--module", "PATH", "The importer module to load"),
+};
+
+bool ReadNumber(const std::string& text, int64_t& number) {
+    const char* const end = text.data() + text.size();
+    const auto [read, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && read == end;
+}
+
+std::string ValueProblem(const OptionInfo& option, const std::string& value) {
+    int64_t number = 0;
+    const bool isNumber = ReadNumber(value, number);
+    const std::string given = std::string(option.name) + " takes ";
+    const std::string instead = ", not '" + value + "'";
+    if (option.kind == ValueKind::kChoice &&
+        !(isNumber && (number == option.least || number == option.most))) {
+        return given + std::to_string(option.least) + " or " + std::to_string(option.most) +
+               instead;
+    }
+    if (option.kind == ValueKind::kNumber &&
+        !(isNumber && number >= option.least && number <= option.most)) {
+        return given + "a number from " + std::to_string(option.least) +
+               (option.most == kUnlimited ? " up" : " to " + std::to_string(option.most)) + instead;
+    }
+    return {};
+}
+
+}  // namespace
+
+const std::vector<CommandInfo>& CommandTable() {
+    static const std::vector<CommandInfo> table(std::begin(kCommands), std::end(kCommands));
+    return table;
+}
+
+const std::vector<OptionInfo>& OptionTable() {
+    static const std::vector<OptionInfo> table(std::begin(kOptions), std::end(kOptions));
+    return table;
+}
+
+const OptionInfo* FindOption(OptionId option, CommandId command) {
+    const auto found =
+        std::find_if(std::begin(kOptions), std::end(kOptions), [=](const OptionInfo& each) {
+            return each.id == option && (each.commands & In(command)) != 0;
+        });
+    return found == std::end(kOptions) ? nullptr : &*found;
+}
+
+Arguments::Arguments(CommandId command, std::vector<std::string> movies,
+                     std::map<OptionId, std::string> values)
+    : mCommand(command), mMovies(std::move(movies)), mValues(std::move(values)) {}
+
+std::string Arguments::Text(OptionId option) const {
+    const auto given = mValues.find(option);
+    if (given != mValues.end()) {
+        return given->second;
+    }
+    const OptionInfo* const row = FindOption(option, mCommand);
+    return row != nullptr && row->initial != nullptr ? row->initial : std::string();
+}
+
+int64_t Arguments::Number(OptionId option) const {
+    int64_t number = 0;
+    ReadNumber(Text(option), number);
+    return number;
+}
+
+std::string Arguments::Problem() const {
+    for (const OptionInfo& option : kOptions) {
+        if ((option.commands & In(mCommand)) == 0) {
+            continue;
+        }
+        if (!Has(option.id)) {
+            if (option.required) {
+                return std::string(option.name) + " is missing";
+            }
+            continue;
+        }
+        const std::string problem = ValueProblem(option, mValues.at(option.id));
+        if (!problem.empty()) {
+            return problem;
+        }
+        if (option.needs != OptionId::kNone && !Has(option.needs)) {
+            return std::string(option.name) + " needs " + FindOption(option.needs, mCommand)->name;
+        }
+        if (option.excludes != OptionId::kNone && Has(option.excludes)) {
+            return std::string(option.name) + " and " +
+                   FindOption(option.excludes, mCommand)->name + " exclude each other";
+        }
+    }
+    const auto command = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                      [this](const auto& each) { return each.id == mCommand; });
+    if (mMovies.empty()) {
+        return "no movie is named";
+    }
+    if (mMovies.size() > 1 && !command->takesMovies) {
+        return std::string(command->name) + " takes one movie, and '" + mMovies[1] +
+               "' is a second";
+    }
+    return {};
+}
+
+}  // namespace kvx_cli

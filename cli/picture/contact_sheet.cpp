@@ -1,0 +1,245 @@
+#include "cli/picture/contact_sheet.h"
+
+#include <cairo.h>
+#include <fontconfig/fontconfig.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+namespace kvx_cli {
+
+namespace {
+
+constexpr double kMargin = 32;
+constexpr double kGap = 16;
+constexpr double kTitleSize = 26;
+constexpr double kFactsSize = 16;
+constexpr double kCaptionSize = 14;
+constexpr double kHeaderHeight = 72;
+constexpr double kCaptionHeight = 26;
+constexpr double kLaneHeight = 64;
+constexpr double kSoundGap = 24;
+constexpr const char* kFont = "DejaVu Sans";
+
+struct Colour {
+    double red;
+    double green;
+    double blue;
+};
+
+constexpr Colour kBackground = {0.09, 0.09, 0.10};
+constexpr Colour kLane = {0.13, 0.13, 0.15};
+constexpr Colour kLine = {0.25, 0.25, 0.28};
+constexpr Colour kText = {0.93, 0.93, 0.93};
+constexpr Colour kDimText = {0.62, 0.62, 0.65};
+constexpr Colour kWave = {0.36, 0.72, 0.66};
+
+struct Destroy {
+    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+    void operator()(cairo_t* context) const { cairo_destroy(context); }
+};
+using Surface = std::unique_ptr<cairo_surface_t, Destroy>;
+using Context = std::unique_ptr<cairo_t, Destroy>;
+
+void SetColour(cairo_t* context, const Colour& colour) {
+    cairo_set_source_rgb(context, colour.red, colour.green, colour.blue);
+}
+
+void DrawText(cairo_t* context, double x, double baseline, double size, const Colour& colour,
+              const std::string& text) {
+    cairo_select_font_face(context, kFont, CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
+    cairo_set_font_size(context, size);
+    SetColour(context, colour);
+    cairo_move_to(context, x, baseline);
+    cairo_show_text(context, text.c_str());
+}
+
+// A row of 32-bit words 0x00RRGGBB in the machine's order.
+Surface SurfaceOf(const Picture& picture) {
+    Surface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture.width, picture.height));
+    unsigned char* const pixels = cairo_image_surface_get_data(surface.get());
+    if (pixels == nullptr) {
+        return surface;
+    }
+    cairo_surface_flush(surface.get());
+    const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface.get()));
+    const uint8_t* component = picture.bytes.data();
+    for (size_t y = 0; y < static_cast<size_t>(picture.height); ++y) {
+        for (size_t x = 0; x < static_cast<size_t>(picture.width); ++x, component += 3) {
+            const uint32_t word = static_cast<uint32_t>(component[0]) << 16 |
+                                  static_cast<uint32_t>(component[1]) << 8 | component[2];
+            std::memcpy(pixels + y * stride + x * sizeof(word), &word, sizeof(word));
+        }
+    }
+    cairo_surface_mark_dirty(surface.get());
+    return surface;
+}
+
+// Fonts are found once for a process and kept until it ends; a process that goes on gets the memory
+// back. Declare before everything of cairo's.
+class Fonts {
+  public:
+    Fonts() = default;
+    ~Fonts() {
+        cairo_debug_reset_static_data();
+        FcFini();
+    }
+
+    Fonts(const Fonts&) = delete;
+    Fonts& operator=(const Fonts&) = delete;
+};
+
+Picture PictureOf(cairo_surface_t* surface) {
+    cairo_surface_flush(surface);
+    Picture picture;
+    picture.width = cairo_image_surface_get_width(surface);
+    picture.height = cairo_image_surface_get_height(surface);
+    const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface));
+    const unsigned char* const pixels = cairo_image_surface_get_data(surface);
+    for (size_t y = 0; y < static_cast<size_t>(picture.height); ++y) {
+        for (size_t x = 0; x < static_cast<size_t>(picture.width); ++x) {
+            uint32_t word;
+            std::memcpy(&word, pixels + y * stride + x * sizeof(word), sizeof(word));
+            for (const int shift : {16, 8, 0}) {
+                picture.bytes.push_back(static_cast<uint8_t>(word >> shift));
+            }
+        }
+    }
+    return picture;
+}
+
+// Where everything is.
+class Plan {
+  public:
+    Plan(const SheetContents& contents, const SheetLayout& layout)
+        : mColumns(layout.columns), mWidth(layout.width) {
+        mCellWidth = (mWidth - 2 * kMargin - (mColumns - 1) * kGap) / mColumns;
+        mCellHeight = std::round(mCellWidth * contents.frameHeight * contents.aspect.height /
+                                 (double{1} * contents.frameWidth * contents.aspect.width));
+        mRows = (contents.frameCount + mColumns - 1) / mColumns;
+    }
+
+    double CellWidth() const { return mCellWidth; }
+    double CellHeight() const { return mCellHeight; }
+    double CellX(int frame) const { return kMargin + frame % mColumns * (mCellWidth + kGap); }
+    double CellY(int frame) const {
+        return kMargin + kHeaderHeight + frame / mColumns * (mCellHeight + kCaptionHeight + kGap);
+    }
+    double SoundY(int lane) const { return FramesEnd() + kSoundGap + lane * (kLaneHeight + 4); }
+    int Height(int lanes) const {
+        const double end = lanes > 0 ? SoundY(lanes) : FramesEnd();
+        return static_cast<int>(std::ceil(end + kMargin - kGap));
+    }
+
+  private:
+    double FramesEnd() const { return CellY(mRows * mColumns); }
+
+    int mColumns;
+    int mWidth;
+    int mRows = 0;
+    double mCellWidth = 0;
+    double mCellHeight = 0;
+};
+
+void DrawFrame(cairo_t* context, const Plan& plan, int number, const SheetFrame& frame) {
+    const double x = plan.CellX(number);
+    const double y = plan.CellY(number);
+    const Surface picture = SurfaceOf(frame.picture);
+    cairo_save(context);
+    cairo_rectangle(context, x, y, plan.CellWidth(), plan.CellHeight());
+    cairo_clip(context);
+    cairo_translate(context, x, y);
+    cairo_scale(context, plan.CellWidth() / frame.picture.width,
+                plan.CellHeight() / frame.picture.height);
+    cairo_set_source_surface(context, picture.get(), 0, 0);
+    cairo_pattern_set_filter(cairo_get_source(context), CAIRO_FILTER_GOOD);
+    cairo_pattern_set_extend(cairo_get_source(context), CAIRO_EXTEND_PAD);
+    cairo_paint(context);
+    cairo_restore(context);
+    DrawText(context, x, y + plan.CellHeight() + kCaptionSize + 5, kCaptionSize, kDimText,
+             frame.caption);
+}
+
+void DrawLane(cairo_t* context, double y, const std::vector<SampleRange>& columns) {
+    const auto width = static_cast<double>(columns.size());
+    const double middle = std::floor(y + kLaneHeight / 2) + 0.5;
+    const double half = kLaneHeight / 2 - 2;
+    SetColour(context, kLane);
+    cairo_rectangle(context, kMargin, y, width, kLaneHeight);
+    cairo_fill(context);
+    cairo_set_line_width(context, 1);
+    SetColour(context, kLine);
+    cairo_move_to(context, kMargin, middle);
+    cairo_line_to(context, kMargin + width, middle);
+    cairo_stroke(context);
+    SetColour(context, kWave);
+    for (size_t column = 0; column < columns.size(); ++column) {
+        const double low = std::clamp(double{columns[column].low}, -1.0, 1.0);
+        const double high = std::clamp(double{columns[column].high}, -1.0, 1.0);
+        if (low <= high) {
+            const double x = kMargin + static_cast<double>(column) + 0.5;
+            cairo_move_to(context, x, middle - high * half - 0.5);
+            cairo_line_to(context, x, middle - low * half + 0.5);
+        }
+    }
+    cairo_stroke(context);
+}
+
+}  // namespace
+
+int SheetSoundColumns(const SheetLayout& layout) {
+    return layout.width - static_cast<int>(2 * kMargin);
+}
+
+std::vector<int64_t> SpreadFrames(int64_t count, int64_t room) {
+    const int64_t frames = std::min(count, room);
+    std::vector<int64_t> spread;
+    for (int64_t number = 0; number < frames; ++number) {
+        // (number + 1/2) / frames of the way, without a product that overflows.
+        const int64_t whole = count / frames;
+        const int64_t rest = count % frames;
+        spread.push_back(number * whole + whole / 2 + number * rest / frames);
+    }
+    return spread;
+}
+
+std::string DrawSheet(const std::string& path, const SheetContents& contents,
+                      const SheetLayout& layout) {
+    const Fonts fonts;
+    const Plan plan(contents, layout);
+    int lanes = 0;
+    for (const Waveform& sound : contents.sounds) {
+        lanes += sound.Channels();
+    }
+    const Surface sheet(
+        cairo_image_surface_create(CAIRO_FORMAT_RGB24, layout.width, plan.Height(lanes)));
+    if (cairo_surface_status(sheet.get()) != CAIRO_STATUS_SUCCESS) {
+        return "cannot draw a sheet of " + std::to_string(layout.width) + " x " +
+               std::to_string(plan.Height(lanes)) + " pixels";
+    }
+    const Context context(cairo_create(sheet.get()));
+    SetColour(context.get(), kBackground);
+    cairo_paint(context.get());
+    DrawText(context.get(), kMargin, kMargin + kTitleSize, kTitleSize, kText, contents.title);
+    DrawText(context.get(), kMargin, kMargin + kTitleSize + kFactsSize + 10, kFactsSize, kDimText,
+             contents.facts);
+    for (int number = 0; number < contents.frameCount; ++number) {
+        SheetFrame frame;
+        const std::string problem = contents.nextFrame(frame);
+        if (!problem.empty()) {
+            return problem;
+        }
+        DrawFrame(context.get(), plan, number, frame);
+    }
+    int lane = 0;
+    for (const Waveform& sound : contents.sounds) {
+        for (int channel = 0; channel < sound.Channels(); ++channel) {
+            DrawLane(context.get(), plan.SoundY(lane++), sound.Columns(channel));
+        }
+    }
+    return WritePng(path, PictureOf(sheet.get()), {});
+}
+
+}  // namespace kvx_cli

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "cli/picture/picture.h"
+
+namespace kvx_cli {
+
+// How much wider than high a pixel is shown; 1:1 where a movie does not tell.
+struct PixelAspect {
+    uint32_t width = 1;
+    uint32_t height = 1;
+};
+
+// Writes a PNG file, with the pixel aspect in its pHYs chunk unless pixels are square. Answers what
+// went wrong, or nothing; an incomplete file is removed.
+std::string WritePng(const std::string& path, const Picture& picture, PixelAspect aspect);
+
+}  // namespace kvx_cli

@@ -1,0 +1,72 @@
+#include "cli/picture/raw_frame.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "core/four_char_code.h"
+
+namespace kvx_cli {
+
+using KVX::Core::FourCharCode;
+
+namespace {
+
+struct RawFormat {
+    uint32_t fileFormat;
+    PrPixelFormat pixelFormat;
+};
+
+constexpr RawFormat kRawFormats[] = {
+    {FourCharCode("v210"), PrPixelFormat_V210_422_10u_601},
+    {FourCharCode("2vuy"), PrPixelFormat_UYVY_422_8u_601},
+    {FourCharCode("2Vuy"), PrPixelFormat_UYVY_422_8u_601},
+};
+
+// At the start of the pixels, in this order and in the machine's byte order.
+struct CustomHeader {
+    uint32_t sourceFormat;
+    uint32_t sourceRowBytes;
+    uint32_t dataOffset;  // from the start of the pixels
+    uint32_t dataLength;
+    uint32_t skew;  // the frame begins this far into the data
+};
+
+std::vector<ByteSpan> CustomBytes(const kvx_hostkit::PixelBufferView& view) {
+    CustomHeader header;
+    if (view.dataSize < sizeof(header)) {
+        return {};
+    }
+    std::memcpy(&header, view.pixels, sizeof(header));
+    const uint64_t size = uint64_t{header.sourceRowBytes} * static_cast<uint64_t>(view.height);
+    const bool fits = size + header.skew <= header.dataLength &&
+                      uint64_t{header.dataOffset} + header.dataLength <= view.dataSize;
+    if (!fits) {
+        return {};
+    }
+    return {{view.pixels + header.dataOffset + header.skew, static_cast<size_t>(size)}};
+}
+
+}  // namespace
+
+PrPixelFormat RawPixelFormat(uint32_t fileFormat) {
+    const auto found =
+        std::find_if(std::begin(kRawFormats), std::end(kRawFormats),
+                     [=](const RawFormat& each) { return each.fileFormat == fileFormat; });
+    return found == std::end(kRawFormats) ? kKVXCustomPixelFormat : found->pixelFormat;
+}
+
+std::vector<ByteSpan> RawBytes(const kvx_hostkit::PixelBufferView& view) {
+    if (view.format == kKVXCustomPixelFormat) {
+        return CustomBytes(view);
+    }
+    const int tight = kvx_hostkit::TightRowBytes(view.format, view.width);
+    std::vector<ByteSpan> rows;
+    for (int row = 0; row < view.height; ++row) {
+        rows.push_back({view.pixels + static_cast<ptrdiff_t>(row) * view.rowBytes,
+                        static_cast<size_t>(tight)});
+    }
+    return rows;
+}
+
+}  // namespace kvx_cli
