@@ -35,7 +35,8 @@ long Track::SetEditList(Atom* trakAtom) {
         AtomFields editList(elstAtom);
         const int32_t count = editList.Signed32(kCountOffset);
         if (count > 0) {
-            // The count only tells that there are entries; the atom's length tells how many.
+            // The count only tells that there are entries; the atom's length tells how many. Bytes
+            // that are left behind the last whole entry are padding.
             mEditRates.Reserve(static_cast<size_t>(editList.Length() / kEntrySize));
             long long elapsed = 0;
             uint64_t offset = kEntriesOffset;
@@ -49,7 +50,7 @@ long Track::SetEditList(Atom* trakAtom) {
                 mEditRates.Append(toMediaTime(elapsed), {mediaTime, rate});
                 elapsed += static_cast<int32_t>(Core::ReadBig32(entry));
                 offset += kEntrySize;
-            } while (offset < editList.Length());
+            } while (editList.Length() - offset >= kEntrySize);
             mEditRates.Finish();
             mTrackDuration = toMediaTime(elapsed);
             return 0;

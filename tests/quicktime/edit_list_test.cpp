@@ -144,16 +144,39 @@ TEST_F(EditList, LengthDecidesHowManyEntriesThereAre) {
     EXPECT_EQ(Edits(), EditRows({{0, 1, 1.0}}));
 }
 
-TEST_F(EditList, EntryOutsideTheAtomFails) {
-    AtomNode trak = Trak({ElstOf(2, {{600, 1}, {600, 2}})});
-    trak.At("edts/elst").payload.resize(8 + 12 + 11);
-    EXPECT_EQ(Set(trak), 22);
-    EXPECT_EQ(mLog.Text(), "SetEditList: 'elst' atom of 39 bytes does not hold 12 bytes at 28\n");
+TEST_F(EditList, EndsBehindTheLastWholeEntry) {
+    const EditRows one = {{0, 1, 1.0}};
+    const EditRows two = {{0, 1, 1.0}, {48000, 2, 1.0}};
+    for (size_t bytes = 12; bytes <= 24 + 11; ++bytes) {
+        SCOPED_TRACE(bytes);
+        AtomNode trak = Trak({ElstOf(2, {{600, 1}, {600, 2}, {600, 3}})});
+        trak.At("edts/elst").payload.resize(8 + bytes);
+        EXPECT_EQ(Set(trak), 0);
+        EXPECT_EQ(Edits(), bytes < 24 ? one : two);
+        EXPECT_EQ(mTrack.mTrackDuration, bytes < 24 ? 48000 : 96000);
+    }
+    EXPECT_EQ(mLog.Raw(), "");
 }
 
-TEST_F(EditList, CountWithoutEntriesFails) {
-    EXPECT_EQ(Set(Trak({ElstOf(1, {})})), 22);
-    EXPECT_EQ(mLog.Text(), "SetEditList: 'elst' atom of 16 bytes does not hold 12 bytes at 16\n");
+// Entries of version 1 have 20 bytes, and are read as those of version 0 are: a duration of 64 bits
+// below 2^32 gives an edit without a duration, whose media time is the low half. What is left of
+// the entry is too short for another one.
+TEST_F(EditList, ListOfVersionOne) {
+    const Bytes entry = big64(600) + big64(1234) + big32(0x00010000);
+    EXPECT_EQ(Set(Trak({{"edts", {}, {{"elst", big32(0x01000000) + big32(1) + entry}}}})), 0);
+    EXPECT_EQ(Edits(), EditRows({{0, 600, 0.0}}));
+    EXPECT_EQ(mTrack.mTrackDuration, 0);
+}
+
+TEST_F(EditList, CountWithoutAWholeEntryFails) {
+    for (size_t bytes = 0; bytes < 12; ++bytes) {
+        AtomNode trak = Trak({ElstOf(1, {{600, 1}})});
+        trak.At("edts/elst").payload.resize(8 + bytes);
+        LogCapture log;
+        EXPECT_EQ(Set(trak), 22);
+        EXPECT_EQ(log.Text(), "SetEditList: 'elst' atom of " + std::to_string(16 + bytes) +
+                                  " bytes does not hold 12 bytes at 16\n");
+    }
 }
 
 TEST_F(EditList, ListWithoutACountFails) {
