@@ -1,6 +1,7 @@
 #include "quicktime/movie_atom.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +13,7 @@
 #include "core/four_char_code.h"
 #include "core/log.h"
 #include "core/status.h"
+#include "quicktime/open_flags.h"
 
 namespace KVX::QT {
 
@@ -97,26 +99,43 @@ void MovieAtom::Free::operator()(char* buffer) const {
     std::free(buffer);
 }
 
+MovieAtom::~MovieAtom() {
+    Close();
+}
+
+void MovieAtom::Close() {
+    if (mDescriptor >= 0) {
+        close(mDescriptor);
+    }
+    mDescriptor = -1;
+}
+
 long MovieAtom::Init(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_RDONLY);
-    if (descriptor < 0) {
-        const int error = errno;
+    Close();
+    if (const int error = Open(path)) {
         KVX_LOG("Failed to open movie file at \"%s\"\n", path.c_str());
         return error;
     }
-    const long status = Read(descriptor, path);
-    close(descriptor);
-    return status;
+    return Read(path);
 }
 
-long MovieAtom::Read(int descriptor, const std::string& path) {
+int MovieAtom::Open(const std::string& path) {
+    mDescriptor = open(path.c_str(), kOpenFlags);
+    struct stat fileStatus = {};
+    if (mDescriptor < 0 || fstat(mDescriptor, &fileStatus) != 0) {
+        return errno;
+    }
+    return S_ISREG(fileStatus.st_mode) ? 0 : static_cast<int>(Core::kStatusInvalid);
+}
+
+long MovieAtom::Read(const std::string& path) {
     uint64_t fileSize = 0;
-    if (const long status = GetFileSize(descriptor, fileSize)) {
+    if (const long status = GetFileSize(mDescriptor, fileSize)) {
         return status;
     }
     uint64_t position = 0;
     Atom header = {};
-    if (const long status = Find(descriptor, fileSize, path, position, header)) {
+    if (const long status = Find(mDescriptor, fileSize, path, position, header)) {
         return status;
     }
     const unsigned long long length = header.Length();
@@ -134,7 +153,7 @@ long MovieAtom::Read(int descriptor, const std::string& path) {
         return Core::kStatusNoMemory;
     }
     std::memset(mBuffer.get(), 0, sizeof(Atom));
-    const ssize_t got = pread(descriptor, mBuffer.get(), length, static_cast<off_t>(position));
+    const ssize_t got = pread(mDescriptor, mBuffer.get(), length, static_cast<off_t>(position));
     if (got <= 0) {
         const long status = StatusOfRead(got);
         Core::LogLine(kOperation, __LINE__, "read of %llu bytes failed with %ld\n", length, status);

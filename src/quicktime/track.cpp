@@ -1,6 +1,5 @@
 #include "quicktime/track.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 #include "core/status.h"
 #include "platform/system.h"
 #include "quicktime/atom_fields.h"
+#include "quicktime/open_flags.h"
 
 namespace KVX::QT {
 
@@ -109,7 +109,7 @@ long Track::OpenFile() {
     if (mFileDescriptor > 0) {
         return 0;
     }
-    mFileDescriptor = open(mFilePath.c_str(), O_RDONLY);
+    mFileDescriptor = open(mFilePath.c_str(), kOpenFlags);
     if (mFileDescriptor < 0) {
         KVX_LOG("open returned %d\n", errno);
         return Core::kStatusInvalid;
@@ -118,6 +118,9 @@ long Track::OpenFile() {
     long status = fstat(mFileDescriptor, &fileStatus);
     if (status != 0) {
         KVX_LOG("fstat returned %d\n", errno);
+    } else if (!S_ISREG(fileStatus.st_mode)) {
+        status = Core::kStatusInvalid;
+        KVX_LOG("open returned %d\n", static_cast<int>(status));
     } else {
         mFileSize = fileStatus.st_size;
         status = Platform::RequestUncachedReads(mFileDescriptor);

@@ -69,7 +69,7 @@ class Track {
     long SetSampleLayout(Atom* mdiaAtom);
 
     // Opens mFilePath, unless it is open, with the system's caching off. Answers 0, 22 if it does
-    // not open, or the result of the call that failed.
+    // not open or is not a regular file, or the result of the call that failed.
     long OpenFile();
     void CloseFile();
 

@@ -1,6 +1,7 @@
 // Which file holds a track's media?
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <functional>
@@ -15,7 +16,9 @@
 #include "support/alias_records.h"
 #include "support/fault_injection.h"
 #include "support/log_capture.h"
+#include "support/movie_file.h"
 #include "support/movie_in_memory.h"
+#include "support/temp_directory.h"
 
 namespace {
 
@@ -134,6 +137,28 @@ TEST(DataReferences, EntriesBeyondTheCountAreIgnored) {
     ExpectPath(SetFilePath({SelfReference(), AliasReference(AliasTo("media.mov"))},
                            [](AtomNode& mdia) { mdia.At("minf/dinf/dref").SetEntryCount(1); }),
                kMoviePath);
+}
+
+// The path is taken as it is, and the file behind it does not open. Nobody writes to the pipe, so
+// to wait for bytes would be to wait for ever.
+TEST(DataReferences, NamedPipeFailsTheMovie) {
+    const TempDirectory directory;
+    const std::string pipePath = directory.File("media");
+    ASSERT_EQ(mkfifo(pipePath.c_str(), 0600), 0);
+    MovieRecipe recipe;
+    recipe.tracks.push_back(VideoTrackRecipe({}, 64, 5));
+    recipe.tracks.back().dataReferences = {AliasReference(AliasTo(pipePath.substr(1)))};
+    const std::string path = directory.File("movie.mov");
+    WriteMovieFile(path, BuildMoov(recipe), {});
+    const LogCapture log;
+    EXPECT_EQ(KVX::QT::Movie::Create(path), nullptr);
+    EXPECT_EQ(log.Text(),
+              "OpenFile: open returned 22\n"
+              "Init: OpenFile returned 22\n"
+              "Init: Track::Init() returned 22\n"
+              "Create: qtTrack->Init() returned 22\n"
+              "Init: Failed to create a new VideoTrack\n"
+              "Create: Init() failed with 22\n");
 }
 
 TEST(DataReferences, NoDataHandlerMeansTheMovieFile) {

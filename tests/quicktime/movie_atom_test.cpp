@@ -1,18 +1,20 @@
 // Finding the movie atom in a file, and reading it.
 #include "quicktime/movie_atom.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <set>
 #include <string>
 
 #include "support/atom_node.h"
 #include "support/fault_injection.h"
 #include "support/log_capture.h"
 #include "support/movie_file.h"
+#include "support/open_descriptors.h"
 #include "support/temp_directory.h"
 
 using namespace kvx_test;
@@ -100,21 +102,65 @@ TEST_F(FindMovieAtom, MissingFile) {
     EXPECT_EQ(mLog.Text(), "Init: Failed to open movie file at \"" + mPath + "\"\n");
 }
 
-TEST_F(FindMovieAtom, FileWithoutPositions) {
+// Nobody writes to it, so to wait for bytes would be to wait for ever.
+TEST_F(FindMovieAtom, NamedPipe) {
+    ASSERT_EQ(mkfifo(mPath.c_str(), 0600), 0);
+    EXPECT_EQ(mMovie.Init(mPath), 22);
+    EXPECT_EQ(mLog.Text(), "Init: Failed to open movie file at \"" + mPath + "\"\n");
+}
+
+TEST_F(FindMovieAtom, EndOfAPipe) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
-    EXPECT_EQ(mMovie.Init("/dev/fd/" + std::to_string(ends[0])), ESPIPE);
-    EXPECT_EQ(mLog.Text(), "Init: lseek failed: " + std::to_string(ESPIPE) + " \"" +
-                               std::strerror(ESPIPE) + "\"\n");
+    const std::string path = "/dev/fd/" + std::to_string(ends[0]);
+    EXPECT_EQ(mMovie.Init(path), 22);
+    EXPECT_EQ(mLog.Text(), "Init: Failed to open movie file at \"" + path + "\"\n");
     close(ends[0]);
     close(ends[1]);
 }
 
-// A directory opens, but does not read.
+TEST_F(FindMovieAtom, Directory) {
+    EXPECT_EQ(mMovie.Init(mDirectory.Path()), 22);
+    EXPECT_EQ(mLog.Text(), "Init: Failed to open movie file at \"" + mDirectory.Path() + "\"\n");
+}
+
+TEST_F(FindMovieAtom, FileThatDoesNotTellWhatItIs) {
+    WriteFile(mPath, Movie("aaaa"));
+    const Fault fault(SystemCall::kFstat, EIO);
+    EXPECT_EQ(mMovie.Init(mPath), EIO);
+    EXPECT_EQ(mLog.Text(), "Init: Failed to open movie file at \"" + mPath + "\"\n");
+}
+
+TEST_F(FindMovieAtom, FileWithoutPositions) {
+    WriteFile(mPath, Movie("aaaa"));
+    const Fault fault(SystemCall::kLseek, ESPIPE);
+    EXPECT_EQ(mMovie.Init(mPath), ESPIPE);
+    EXPECT_EQ(mLog.Text(), "Init: lseek failed: " + std::to_string(ESPIPE) + " \"" +
+                               std::strerror(ESPIPE) + "\"\n");
+}
+
 TEST_F(FindMovieAtom, ReadThatFails) {
-    EXPECT_EQ(mMovie.Init(mDirectory.Path()), EISDIR);
-    EXPECT_THAT(mLog.Text(), testing::MatchesRegex("Init: read of [0-9]+ bytes failed with " +
-                                                   std::to_string(EISDIR) + "\n"));
+    WriteFile(mPath, Movie("aaaa"));
+    const Fault fault(SystemCall::kPread, EIO);
+    EXPECT_EQ(mMovie.Init(mPath), EIO);
+    EXPECT_EQ(mLog.Text(), "Init: read of 16 bytes failed with " + std::to_string(EIO) + "\n");
+}
+
+// What is read is good for as long as the object lives, and so is the descriptor.
+TEST_F(FindMovieAtom, KeepsItsFileOpen) {
+    const std::set<int> before = OpenDescriptors();
+    {
+        MovieAtom movie;
+        WriteFile(mPath, Movie("aaaa"));
+        EXPECT_EQ(movie.Init(mPath), 0);
+        EXPECT_EQ(OpenDescriptors().size(), before.size() + 1);
+        EXPECT_EQ(movie.Init(mPath), 0);
+        EXPECT_EQ(OpenDescriptors().size(), before.size() + 1);
+        EXPECT_EQ(movie.Init(mPath + ".gone"), ENOENT);
+        EXPECT_EQ(OpenDescriptors(), before);
+        EXPECT_EQ(movie.Init(mDirectory.Path()), 22);
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
 }
 
 TEST_F(FindMovieAtom, NoMemory) {

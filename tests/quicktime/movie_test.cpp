@@ -1,13 +1,17 @@
 // What becomes of a movie's tracks.
 #include "quicktime/movie.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <functional>
 #include <memory>
 #include <ostream>
+#include <set>
 #include <string>
 
 #include "quicktime/audio_track.h"
@@ -17,6 +21,7 @@
 #include "support/fault_injection.h"
 #include "support/log_capture.h"
 #include "support/movie_file.h"
+#include "support/open_descriptors.h"
 #include "support/temp_directory.h"
 
 using namespace kvx_test;
@@ -243,6 +248,53 @@ TEST_F(MovieTest, OneBadTimecodeTrackFailsTheMovie) {
               "Create: qtTrack->Init() returned 22\n"
               "Init: Failed to create a new TimeCodeTrack\n"
               "Create: Init() failed with 22\n");
+}
+
+// The media was moved away between two uses of the movie, and something else is in its place.
+TEST_F(MovieTest, NamedPipeInPlaceOfTheMedia) {
+    const auto movie = Create({Video()});
+    ASSERT_NE(movie, nullptr);
+    movie->CloseFile();
+    std::remove(mPath.c_str());
+    ASSERT_EQ(mkfifo(mPath.c_str(), 0600), 0);
+    EXPECT_EQ(movie->OpenFile(), 22);
+    EXPECT_EQ(mLog.Text(),
+              "OpenFile: open returned 22\nOpenFile: Got error 22 opening video track file\n");
+    EXPECT_EQ(movie->mVideoTracks[0]->mFileDescriptor, -2);
+}
+
+TEST_F(MovieTest, NamedPipe) {
+    ASSERT_EQ(mkfifo(mPath.c_str(), 0600), 0);
+    EXPECT_EQ(Movie::Create(mPath), nullptr);
+    EXPECT_EQ(mLog.Text(), "Init: Failed to open movie file at \"" + mPath +
+                               "\"\nCreate: Init() failed with 22\n");
+}
+
+// To a track, descriptor 0 stands for a file that is not open: it would not be closed.
+TEST_F(MovieTest, NoTrackGetsDescriptorZero) {
+    const int input = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 10);
+    close(STDIN_FILENO);
+    const std::set<int> before = OpenDescriptors();
+    const auto movie = Create({Video(), Sound(), TimeCodeTrackRecipe({}, 10)});
+    const std::set<int> during = OpenDescriptors();
+    if (movie != nullptr) {
+        EXPECT_GT(movie->mVideoTracks.at(0)->mFileDescriptor, 0);
+        EXPECT_GT(movie->mAudioTracks.at(0)->mFileDescriptor, 0);
+        EXPECT_GT(movie->mTimeCodeTracks.at(0)->mFileDescriptor, 0);
+        EXPECT_EQ(movie->OpenFile(), 0);
+        EXPECT_EQ(OpenDescriptors(), during) << "opened again";
+        movie->CloseFile();
+    }
+    const std::set<int> after = OpenDescriptors();
+    if (input >= 0) {
+        dup2(input, STDIN_FILENO);
+        close(input);
+    }
+    ASSERT_NE(movie, nullptr);
+    EXPECT_EQ(before.count(STDIN_FILENO), 0u);
+    EXPECT_EQ(during.count(STDIN_FILENO), 0u);
+    EXPECT_EQ(during.size(), before.size() + 3);
+    EXPECT_EQ(after, before);
 }
 
 TEST_F(MovieTest, TimecodeIsNotWritten) {

@@ -6,12 +6,14 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "quicktime/track.h"
 #include "support/fault_injection.h"
 #include "support/log_capture.h"
 #include "support/movie_file.h"
+#include "support/open_descriptors.h"
 #include "support/temp_directory.h"
 
 using namespace kvx_test;
@@ -93,6 +95,24 @@ TEST_F(TrackFile, FileThatHasGoneAway) {
     EXPECT_EQ(mTrack->OpenFile(), 22);
     EXPECT_EQ(mTrack->mFileDescriptor, -1);
     EXPECT_EQ(mLog.Text(), "OpenFile: open returned " + std::to_string(ENOENT) + "\n");
+}
+
+// Nobody writes to it, so to wait for bytes would be to wait for ever.
+TEST_F(TrackFile, NamedPipe) {
+    std::remove(mTrack->mFilePath.c_str());
+    ASSERT_EQ(mkfifo(mTrack->mFilePath.c_str(), 0600), 0);
+    const std::set<int> before = OpenDescriptors();
+    EXPECT_EQ(mTrack->OpenFile(), 22);
+    EXPECT_EQ(mTrack->mFileDescriptor, -2);
+    EXPECT_EQ(mLog.Text(), "OpenFile: open returned 22\n");
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST_F(TrackFile, Directory) {
+    mTrack->mFilePath = mDirectory.Path();
+    EXPECT_EQ(mTrack->OpenFile(), 22);
+    EXPECT_EQ(mTrack->mFileDescriptor, -2);
+    EXPECT_EQ(mLog.Text(), "OpenFile: open returned 22\n");
 }
 
 TEST_F(TrackFile, FileThatTellsNoSize) {
