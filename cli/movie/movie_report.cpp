@@ -4,7 +4,7 @@
 
 #include "cli/movie/streams.h"
 #include "cli/output/text.h"
-#include "core/four_char_code.h"
+#include "quicktime/video_formats.h"
 
 namespace kvx_cli {
 
@@ -25,15 +25,6 @@ const char* Find(const Name<Key> (&names)[Count], Key key) {
     }
     return nullptr;
 }
-
-using KVX::Core::FourCharCode;
-
-constexpr Name<uint32_t> kVideoFormats[] = {
-    {FourCharCode("2vuy"), "8-bit Y'CbCr 4:2:2"},
-    {FourCharCode("2Vuy"), "8-bit Y'CbCr 4:2:2"},
-    {FourCharCode("v210"), "10-bit Y'CbCr 4:2:2"},
-    {FourCharCode("r210"), "10-bit RGB 4:4:4"},
-};
 
 constexpr Name<int32_t> kFieldTypes[] = {
     {prFieldsNone, "progressive"},
@@ -89,7 +80,8 @@ std::string PixelFormatText(PrPixelFormat format) {
 std::string VideoReport(const imFileInfoRec8& stream,
                         const std::vector<PrPixelFormat>& pixelFormats) {
     const uint32_t format = static_cast<uint32_t>(stream.subType);
-    const char* description = Find(kVideoFormats, format);
+    const KVX::QT::VideoFormat* const known = KVX::QT::FindVideoFormat(format);
+    const char* description = known == nullptr ? nullptr : known->description;
     // The host's records are packed: what goes into a function by reference is copied first.
     const int32_t scale = stream.videoScale;
     const int32_t frameLength = stream.videoSampleSize;

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "convert/video/conversion.h"
 #include "core/four_char_code.h"
 #include "core/log.h"
 #include "host/file_import_module.h"
@@ -16,12 +17,9 @@ namespace {
 
 using Core::FourCharCode;
 
-// Wider pictures are taken for high definition, in the matrix of Rec. 709.
-constexpr int16_t kStandardDefinitionWidth = 720;
-
 PrPixelFormat ByWidth(const QT::VideoTrack& track, PrPixelFormat standardDefinition,
                       PrPixelFormat highDefinition) {
-    return track.mWidth > kStandardDefinitionWidth ? highDefinition : standardDefinition;
+    return track.mWidth > Converter::Video::kWidestRec601 ? highDefinition : standardDefinition;
 }
 
 PrPixelFormat GetUYVYFormat(const QT::VideoTrack& track) {

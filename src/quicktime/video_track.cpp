@@ -11,6 +11,7 @@
 #include "quicktime/atom_fields.h"
 #include "quicktime/create_track.h"
 #include "quicktime/sample_description.h"
+#include "quicktime/video_formats.h"
 
 namespace KVX::QT {
 
@@ -23,20 +24,6 @@ constexpr int kProgressive = 0;
 constexpr int kUpperFirst = 1;
 constexpr int kLowerFirst = 2;
 constexpr int kUnknownFields = 3;
-
-// DVCPRO HD stores fewer pixels across than its description says, which is the picture as shown.
-struct StoredWidth {
-    uint32_t format;
-    short width;
-    short height;
-    short stored;
-};
-constexpr StoredWidth kStoredWidths[] = {
-    {FourCharCode("dvh6"), 1920, 1080, 1280},
-    {FourCharCode("dvh5"), 1920, 1080, 1440},
-    {FourCharCode("dvhp"), 1280, 720, 960},
-    {FourCharCode("dvhq"), 1280, 720, 960},
-};
 
 // QuickTime File Format, "Field Handling": detail of a description with two fields.
 struct FieldDetail {
@@ -64,36 +51,6 @@ constexpr DefaultFields kDefaultFields[] = {
     {576, LLONG_MIN, LLONG_MAX, kUpperFirst},
     {486, 25, LLONG_MAX, kLowerFirst},
 };
-constexpr uint32_t kFormatsWithDefaultFields[] = {
-    FourCharCode("v210"),
-    FourCharCode("2vuy"),
-    FourCharCode("2Vuy"),
-    FourCharCode("r210"),
-};
-
-constexpr uint32_t kDVCProFormats[] = {
-    FourCharCode("dv1n"), FourCharCode("dv1p"), FourCharCode("dv5n"), FourCharCode("dv5p"),
-    FourCharCode("dvc "), FourCharCode("dvcp"), FourCharCode("dvh5"), FourCharCode("dvh6"),
-    FourCharCode("dvhp"), FourCharCode("dvhq"), FourCharCode("dvpp"), FourCharCode("dvsd"),
-    FourCharCode("pvsd"),
-};
-constexpr uint32_t kProResFormats[] = {
-    FourCharCode("ap4h"), FourCharCode("apch"), FourCharCode("apcn"),
-    FourCharCode("apco"), FourCharCode("apcs"),
-};
-constexpr uint32_t kJpeg = FourCharCode("jpeg");
-constexpr uint32_t kH264 = FourCharCode("avc1");
-constexpr uint32_t kDpx = FourCharCode("r10k");
-
-template <size_t kCount>
-bool Contains(const uint32_t (&formats)[kCount], long long format) {
-    for (const uint32_t entry : formats) {
-        if (static_cast<long long>(entry) == format) {
-            return true;
-        }
-    }
-    return false;
-}
 
 // Offsets in a video sample description.
 constexpr uint64_t kWidth = 32;
@@ -104,13 +61,17 @@ constexpr uint64_t kExtensions = sizeof(ImageDescription);
 // Where the data of an extension atom begins.
 constexpr uint64_t kExtensionData = 8;
 
-short CorrectedWidth(long long format, short width, short height) {
-    for (const StoredWidth& entry : kStoredWidths) {
-        if (entry.format == format && entry.width == width && entry.height == height) {
-            return entry.stored;
-        }
+VideoFamily FamilyOf(long long code) {
+    const VideoFormat* const format = FindVideoFormat(code);
+    return format == nullptr ? VideoFamily::kUnknown : format->family;
+}
+
+short StoredWidth(const VideoFormat* format, short width, short height) {
+    if (format == nullptr) {
+        return width;
     }
-    return width;
+    const VideoFormat::StoredWidth& known = format->storedWidth;
+    return known.width == width && known.height == height ? known.stored : width;
 }
 
 int DefaultDominance(short height, long long rate) {
@@ -156,14 +117,16 @@ long VideoTrack::Init(const std::string& path, Atom* moovAtom, Atom* trakAtom) {
 
     mFormat = entry.Type();
     mHeight = entry.Signed16(kHeight);
-    mWidth = CorrectedWidth(mFormat, entry.Signed16(kWidth), mHeight);
+    const VideoFormat* const format = FindVideoFormat(mFormat);
+    mWidth = StoredWidth(format, entry.Signed16(kWidth), mHeight);
     mDepth = entry.Signed16(kDepth);
     mPixelAspectH = 0;
     mPixelAspectV = 0;
 
+    const bool isH264 = FamilyOf(mFormat) == VideoFamily::kH264;
     uint64_t offset = kExtensions;
     while (const Atom* const extension = entry.AtomAt(offset)) {
-        const bool isAvcc = mFormat == kH264 && extension->Type() == FourCharCode("avcC");
+        const bool isAvcc = isH264 && extension->Type() == FourCharCode("avcC");
         if (const long status = isAvcc ? CopyPayload(extension, "Avcc", mAvccData, mAvccSize)
                                        : ReadExtension(extension)) {
             return status;
@@ -180,7 +143,7 @@ long VideoTrack::Init(const std::string& path, Atom* moovAtom, Atom* trakAtom) {
     }
 
     // Only now are the sample tables there to tell the frame rate.
-    if (mFieldDominance == kUnknownFields && Contains(kFormatsWithDefaultFields, mFormat)) {
+    if (mFieldDominance == kUnknownFields && format != nullptr && format->hasDefaultFields) {
         const long long rate = mSampleDuration == 0 ? 0 : mMediaTimeScale / mSampleDuration;
         mFieldDominance = DefaultDominance(mHeight, rate);
     }
@@ -193,9 +156,10 @@ long VideoTrack::Init(const std::string& path, Atom* moovAtom, Atom* trakAtom) {
 long VideoTrack::ReadExtension(const Atom* extensionAtom) {
     AtomFields extension(extensionAtom);
     const uint32_t type = extension.Type();
-    if (mFormat == kDpx && type == FourCharCode("Rnge")) {
+    const auto isDpx = [this] { return FamilyOf(mFormat) == VideoFamily::kDpx; };
+    if (type == FourCharCode("Rnge") && isDpx()) {
         mRangeFlag = extension.Unsigned32(kExtensionData) != 0;
-    } else if (mFormat == kDpx && type == FourCharCode("DpxE")) {
+    } else if (type == FourCharCode("DpxE") && isDpx()) {
         mDpxFlag = extension.Unsigned32(kExtensionData) != 0;
     } else if (type == FourCharCode("pasp")) {
         mPixelAspectH = extension.Unsigned32(kExtensionData);
@@ -232,19 +196,21 @@ bool VideoTrack::GetAvccData(char** data, long* size) {
 }
 
 bool VideoTrack::IsDVCProFormat(long format) {
-    return Contains(kDVCProFormats, format);
+    return FamilyOf(format) == VideoFamily::kDVCPro;
 }
 
 bool VideoTrack::IsProResFormat(long format) {
-    return Contains(kProResFormats, format);
+    return FamilyOf(format) == VideoFamily::kProRes;
 }
 
 bool VideoTrack::IsSpatiallyCompressed(long format) {
-    return IsDVCProFormat(format) || IsProResFormat(format) || format == kJpeg;
+    const VideoFamily family = FamilyOf(format);
+    return family == VideoFamily::kDVCPro || family == VideoFamily::kProRes ||
+           family == VideoFamily::kJpeg;
 }
 
 bool VideoTrack::IsTemporallyCompressed(long format) {
-    return format == kH264;
+    return FamilyOf(format) == VideoFamily::kH264;
 }
 
 }  // namespace KVX::QT
