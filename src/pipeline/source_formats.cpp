@@ -1,88 +1,32 @@
-#include <algorithm>
-#include <iterator>
-
-#include "core/four_char_code.h"
 #include "core/status.h"
 #include "pipeline/import_frame.h"
+#include "quicktime/video_formats.h"
 #include "quicktime/video_track.h"
 
 namespace KVX {
 
-namespace {
-
-using Core::FourCharCode;
-
-constexpr unsigned int kDVCProFormats[] = {
-    FourCharCode("dv1n"), FourCharCode("dv1p"), FourCharCode("dv5n"), FourCharCode("dv5p"),
-    FourCharCode("dvc "), FourCharCode("dvcp"), FourCharCode("dvh5"), FourCharCode("dvh6"),
-    FourCharCode("dvhp"), FourCharCode("dvhq"), FourCharCode("dvpp"), FourCharCode("dvsd"),
-    FourCharCode("pvsd"),
-};
-
-constexpr unsigned int kProResFormats[] = {
-    FourCharCode("apch"),
-    FourCharCode("apcn"),
-    FourCharCode("apco"),
-    FourCharCode("apcs"),
-};
-
-constexpr unsigned int kOtherCompressedFormats[] = {
-    FourCharCode("jpeg"),
-};
-
-long RowBytesUYVY(long width) {
-    return 2 * width;
-}
-
-long RowBytesR210(long width) {
-    return (4 * width + 252) & ~0xFFL;
-}
-
-long RowBytesV210(long width) {
-    return (width + 47) / 48 * 128;
-}
-
-struct UncompressedFormat {
-    unsigned int format;
-    long (*rowBytes)(long width);
-};
-
-constexpr UncompressedFormat kUncompressedFormats[] = {
-    {FourCharCode("2Vuy"), &RowBytesUYVY},
-    {FourCharCode("2vuy"), &RowBytesUYVY},
-    {FourCharCode("r210"), &RowBytesR210},
-    {FourCharCode("v210"), &RowBytesV210},
-};
-
-template <size_t Count>
-bool Holds(const unsigned int (&formats)[Count], unsigned int format) {
-    return std::find(std::begin(formats), std::end(formats), format) != std::end(formats);
-}
-
-const UncompressedFormat* FindUncompressed(unsigned int format) {
-    const auto found =
-        std::find_if(std::begin(kUncompressedFormats), std::end(kUncompressedFormats),
-                     [format](const UncompressedFormat& row) { return row.format == format; });
-    return found == std::end(kUncompressedFormats) ? nullptr : found;
-}
-
-}  // namespace
+using QT::FindVideoFormat;
+using QT::VideoFamily;
+using QT::VideoFormat;
 
 bool ImportFrame::IsDVCProFormat(unsigned int format) {
-    return Holds(kDVCProFormats, format);
+    const VideoFormat* const known = FindVideoFormat(format);
+    return known != nullptr && known->isOffered && known->family == VideoFamily::kDVCPro;
 }
 
 bool ImportFrame::IsProResFormat(unsigned int format) {
-    return Holds(kProResFormats, format);
+    const VideoFormat* const known = FindVideoFormat(format);
+    return known != nullptr && known->isOffered && known->family == VideoFamily::kProRes;
 }
 
 bool ImportFrame::IsSupportedCompressedVideoFormat(unsigned int format) {
-    return IsDVCProFormat(format) || IsProResFormat(format) ||
-           Holds(kOtherCompressedFormats, format);
+    const VideoFormat* const known = FindVideoFormat(format);
+    return known != nullptr && known->IsOfferedCompressed();
 }
 
 bool ImportFrame::IsSupportedUncompressedVideoFormat(unsigned int format) {
-    return FindUncompressed(format) != nullptr;
+    const VideoFormat* const known = FindVideoFormat(format);
+    return known != nullptr && known->IsOfferedUncompressed();
 }
 
 bool ImportFrame::IsSupportedVideoFormat(unsigned int format) {
@@ -90,12 +34,11 @@ bool ImportFrame::IsSupportedVideoFormat(unsigned int format) {
 }
 
 long ImportFrame::GetUncompressedRowBytes(QT::VideoTrack* videoTrack, long& rowBytes) {
-    const UncompressedFormat* layout =
-        FindUncompressed(static_cast<unsigned int>(videoTrack->mFormat));
-    if (layout == nullptr) {
+    const auto format = static_cast<unsigned int>(videoTrack->mFormat);
+    if (!IsSupportedUncompressedVideoFormat(format)) {
         return Core::kStatusInvalid;
     }
-    rowBytes = layout->rowBytes(videoTrack->mWidth);
+    rowBytes = FindVideoFormat(format)->rowBytes(videoTrack->mWidth);
     return 0;
 }
 
