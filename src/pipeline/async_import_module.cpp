@@ -1,9 +1,11 @@
 #include "pipeline/async_import_module.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 
 #include "core/four_char_code.h"
+#include "core/hold.h"
 #include "core/log.h"
 #include "core/status.h"
 #include "pipeline/import_frame.h"
@@ -38,11 +40,12 @@ AsyncImportModule* AsyncImportModule::Create(long importerID, SPBasicSuite* basi
         KVX_LOG("failed to create a new AsyncImportModule\n");
         return nullptr;
     }
+    // The host may throw in Init.
+    std::unique_ptr<AsyncImportModule> owner(module);
     if (Failed(module->Init(), "AsyncModule::Init()")) {
-        delete module;
         return nullptr;
     }
-    return module;
+    return owner.release();
 }
 
 namespace {
@@ -116,7 +119,9 @@ long AsyncImportModule::InitiateAsyncRead(imSourceVideoRec* sourceVideo) {
     if (mCacheSuite->GetFrameFromCache(
             static_cast<uint32_t>(mImporterID), 0, static_cast<int32_t>(frameIndex),
             sourceVideo->frameFormatCount, sourceVideo->frameFormats, &cached, nullptr, 0) == 0) {
-        mPPixSuite->Dispose(cached);
+        if (cached != nullptr) {
+            mPPixSuite->Dispose(cached);
+        }
         return 0;
     }
     PrPixelFormat destination = PrPixelFormat_Invalid;
@@ -131,16 +136,17 @@ long AsyncImportModule::InitiateAsyncRead(imSourceVideoRec* sourceVideo) {
         KVX_LOG("Failed to allocate a new ImportFrame object\n");
         return Core::kStatusNoMemory;
     }
+    // Whatever the host's suites do: a frame that is not on its way goes.
+    Core::Hold makersReference(frame);
     status = frame->Init();
     if (Failed(status, "ImportFrame::Init")) {
-        frame->Release();
         return status;
     }
     status = frame->Issue();
     if (Failed(status, "ImportFrame::Issue")) {
-        frame->Release();
         return status;
     }
+    makersReference.Forget();
     return 0;
 }
 

@@ -7,6 +7,7 @@
 #include "core/log.h"
 #include "core/page.h"
 #include "core/status.h"
+#include "pipeline/host_call.h"
 #include "pipeline/import_frame_converter.h"
 #include "pipeline/read_controller.h"
 #include "pipeline/read_request.h"
@@ -72,7 +73,7 @@ ImportFrame::ImportFrame(long importerID, QT::VideoTrack* videoTrack,
 
 ImportFrame::~ImportFrame() {
     if (mPPix != nullptr) {
-        mPPixSuite->Dispose(mPPix);
+        CallHost(mPPixSuite->Dispose, mPPix);
     }
     if (mReadRequest != nullptr) {
         mReadRequest->Release();
@@ -328,8 +329,8 @@ void ImportFrame::ConvertCompleted(long status) {
         return;
     }
     mStatus = status;
-    const long result = mCacheSuite->AddFrameToCache(static_cast<uint32_t>(mImporterID), 0, mPPix,
-                                                     static_cast<int32_t>(mFrameIndex), nullptr, 0);
+    const long result = CallHost(mCacheSuite->AddFrameToCache, static_cast<uint32_t>(mImporterID),
+                                 0, mPPix, static_cast<int32_t>(mFrameIndex), nullptr, 0);
     if (result != 0) {
         KVX_LOG("AddFrameToCache returned %ld (0x%08lx)\n", result,
                 static_cast<unsigned long>(result));

@@ -164,9 +164,13 @@ long ReadRequest::GetReadTicket(ReadTicket*& ticket, bool& last) {
 
 namespace {
 
+bool IsOf(const ReadTicket* ticket, const ReadRequest* request) {
+    return ticket != nullptr && ticket->mRequest == request;
+}
+
 bool IsValid(const ReadTicket* ticket, const ReadRequest* request) {
-    return ticket != nullptr && ticket->mRequest == request && ticket->mBuffer != nullptr &&
-           ticket->mSize > 0 && ticket->mOffset >= 0;
+    return IsOf(ticket, request) && ticket->mBuffer != nullptr && ticket->mSize > 0 &&
+           ticket->mOffset >= 0;
 }
 
 }  // namespace
@@ -174,8 +178,13 @@ bool IsValid(const ReadTicket* ticket, const ReadRequest* request) {
 long ReadRequest::ExecuteReadTicket(ReadTicket* ticket) {
     struct EndOfTicket {
         ReadRequest* mRequest;
-        ~EndOfTicket() { mRequest->DropReadTicket(); }
-    } endOfTicket{this};
+        bool mIsItsOwn;
+        ~EndOfTicket() {
+            if (mIsItsOwn) {
+                mRequest->DropReadTicket();
+            }
+        }
+    } endOfTicket{this, IsOf(ticket, this)};
 
     if (mCompletionStatus != 0) {
         return mCompletionStatus;
@@ -238,18 +247,22 @@ long ReadRequest::Cancel(void* arg) {
 
 // A ticket is out from GetReadTicket to its end. Whoever brings the count to zero after the
 // function was set, or sets it while the count is zero, runs it; the exchange lets only one of
-// them. A ticket handed out after that finds the request failed and reads nothing.
+// them. A ticket handed out after that finds the request failed and reads nothing. Tickets that
+// were never handed out are not counted: no null, no other request's, and never below zero.
 
 void ReadRequest::NotifyWhenIdle(void (*function)(void*), void* userData) {
     mIdleData = userData;
     mIdleFunction = function;
-    if (mTicketsOut <= 0) {
+    if (mTicketsOut == 0) {
         RunIdleFunction();
     }
 }
 
 void ReadRequest::DropReadTicket() {
-    if (--mTicketsOut <= 0) {
+    int out = mTicketsOut;
+    while (out > 0 && !mTicketsOut.compare_exchange_weak(out, out - 1)) {
+    }
+    if (out <= 1) {
         RunIdleFunction();
     }
 }

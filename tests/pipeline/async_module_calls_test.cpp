@@ -181,6 +181,27 @@ TEST_F(AsyncModuleCalls, AFrameThatIsCachedAlreadyIsGivenBack) {
     EXPECT_EQ(buffers.CreatedCount(), 0);
 }
 
+// It has the frame, or says so; there is nothing to give back.
+TEST_F(AsyncModuleCalls, AFrameThatIsCachedWithoutPixelsIsNotGivenBack) {
+    PrSDKPPixCacheSuite cacheSuite = {
+        nullptr, [](uint32_t, int32_t, int32_t, int32_t, imFrameFormat*, PPixHand*, void*,
+                    int32_t) { return int32_t{0}; }};
+    PrSDKPPixSuite ppixSuite = {[](PPixHand ppix) {
+                                    sDisposed.push_back(ppix);
+                                    return int32_t{0};
+                                },
+                                nullptr,
+                                {},
+                                nullptr};
+    module->mCacheSuite = &cacheSuite;
+    module->mPPixSuite = &ppixSuite;
+    sDisposed.clear();
+    imSourceVideoRec record = Record(0, {});
+    EXPECT_EQ(module->InitiateAsyncRead(&record), 0);
+    EXPECT_EQ(sDisposed.size(), 0u);
+    EXPECT_EQ(buffers.CreatedCount(), 0);
+}
+
 std::vector<int32_t> sLookedFor;
 
 TEST_F(AsyncModuleCalls, TheCacheCountsFramesIn32Bits) {

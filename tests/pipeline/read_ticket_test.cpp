@@ -323,6 +323,45 @@ TEST(ReadTicket, IdleIsToldOnceAtTheEndOfTheLastTicket) {
     EXPECT_EQ(told, 1);
 }
 
+// Tickets that the request did not hand out say nothing about those that it did.
+TEST(ReadTicket, IdleIsNotToldByOthersTickets) {
+    const PatternedFile file(20000);
+    const Reference<ReadRequest> request = Make(file, 0, 10, nullptr);
+    const Reference<ReadRequest> other = Make(file, 0, 10, nullptr);
+    const Ticket own = Take(*request);
+    const Ticket foreign = Take(*other);
+    int told = 0;
+    EXPECT_EQ(request->Cancel(nullptr), 0);
+    request->NotifyWhenIdle(&Count, &told);
+    EXPECT_EQ(request->ExecuteReadTicket(nullptr), 89);
+    EXPECT_EQ(request->ExecuteReadTicket(foreign.get()), 89);
+    EXPECT_EQ(told, 0);
+    EXPECT_EQ(request->ExecuteReadTicket(own.get()), 89);
+    EXPECT_EQ(told, 1);
+}
+
+TEST(ReadTicket, IdleIsToldOnlyAtTheEndOfTicketsThatCameAfterStrayOnes) {
+    const PatternedFile file(20000);
+    char buffer[16];
+    for (const int kind : {0, 1, 2}) {
+        SCOPED_TRACE(kind);
+        const Reference<ReadRequest> request = Make(file, 0, 10, nullptr);
+        const Reference<ReadRequest> other = Make(file, 0, 10, nullptr);
+        ReadTicket foreign = {other.get(), buffer, 16, 0};
+        ReadTicket madeUp = {request.get(), nullptr, 16, 0};
+        ReadTicket* const strays[] = {nullptr, &foreign, &madeUp};
+        // Completes it, which a ticket that is taken afterwards must not be refused for.
+        EXPECT_EQ(request->ExecuteReadTicket(strays[kind]), 22);
+        request->mCompletionStatus = 0;
+        const Ticket own = Take(*request);
+        int told = 0;
+        request->NotifyWhenIdle(&Count, &told);
+        EXPECT_EQ(told, 0);
+        EXPECT_EQ(request->ExecuteReadTicket(own.get()), 0);
+        EXPECT_EQ(told, 1);
+    }
+}
+
 TEST(ReadTicket, IdleIsNotToldWhileOneTicketIsOut) {
     const PatternedFile file(20000);
     const Reference<ReadRequest> request = Make(file, 0, 10, nullptr);
