@@ -19,9 +19,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
@@ -39,11 +36,8 @@
 #include "quicktime/movie.h"
 #include "quicktime/video_track.h"
 #include "soak/mutate.h"
-#include "support/movie_builder.h"
-#include "support/movie_file.h"
+#include "soak/originals.h"
 #include "support/random.h"
-#include "support/random_recipe.h"
-#include "support/temp_directory.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/common_interface_defs.h>
@@ -54,12 +48,11 @@ namespace {
 
 using namespace kvx_hostkit;
 using kvx_test::Bytes;
+using kvx_test::Original;
 using kvx_test::Random;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kPatience(60);
-constexpr uintmax_t kLargestMovie = 2 << 20;
-constexpr int kRandomMovies = 20;
 constexpr uint32_t kAudioFrames = 500;
 constexpr size_t kPlanes = 6;
 
@@ -108,80 +101,6 @@ bool HasLeaks() {
     return false;
 }
 #endif
-
-// A movie and where its "moov" lies in it.
-struct Original {
-    Bytes bytes;
-    size_t moov;
-    size_t moovEnd;
-};
-
-uint64_t Big32At(const Bytes& bytes, size_t place) {
-    uint64_t value = 0;
-    for (size_t i = 0; i < 4; ++i) {
-        value = value << 8 | static_cast<unsigned char>(bytes[place + i]);
-    }
-    return value;
-}
-
-// Only files with short sizes at the top, which are all that are small enough.
-void AddOriginal(const Bytes& bytes, std::vector<Original>& originals) {
-    for (size_t place = 0; place + 8 <= bytes.size();) {
-        const uint64_t size = Big32At(bytes, place);
-        if (size < 8 || size > bytes.size() - place) {
-            return;
-        }
-        if (bytes.compare(place + 4, 4, "moov") == 0) {
-            originals.push_back({bytes, place, place + size});
-            return;
-        }
-        place += size;
-    }
-}
-
-Bytes ReadFile(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), {});
-}
-
-void AddFolder(const std::filesystem::path& folder, std::vector<Original>& originals) {
-    std::vector<std::filesystem::path> paths;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        if (entry.is_regular_file() && entry.path().extension() == ".mov" &&
-            entry.file_size() <= kLargestMovie) {
-            paths.push_back(entry.path());
-        }
-    }
-    // The folder's own order is the file system's.
-    std::sort(paths.begin(), paths.end());
-    for (const auto& path : paths) {
-        AddOriginal(ReadFile(path), originals);
-    }
-}
-
-void AddHandMade(std::vector<Original>& originals) {
-    const kvx_test::TempDirectory directory;
-    const kvx_test::MovieFileLayout layout{4096, false};
-    const auto add = [&](const kvx_test::MovieRecipe& recipe) {
-        AddOriginal(ReadFile(kvx_test::WriteMovie(directory, recipe, layout)), originals);
-    };
-    for (const char* format : {"2vuy", "2Vuy", "v210", "r210"}) {
-        kvx_test::MovieRecipe recipe;
-        recipe.tracks = {
-            kvx_test::VideoTrackRecipe({format, 48, 4, 24}, 1024, 8, 24000, 1000, 4096),
-            kvx_test::SoundTrackRecipe(Describe(kvx_test::SoundDescriptionV0{}), 4, 1000, 48000,
-                                       4096 + 8192),
-            kvx_test::TimeCodeTrackRecipe({}, 8, 4096 + 8192 + 4000)};
-        add(recipe);
-    }
-    Random random(5);
-    for (int i = 0; i < kRandomMovies; ++i) {
-        // Chunks lie anywhere up to 2^60, so without media.
-        const kvx_test::AtomNode moov = kvx_test::BuildMoov(kvx_test::RandomMovie(random));
-        AddOriginal(moov.Serialize() + kvx_test::AtomNode{"mdat", Bytes(8192, 'm')}.Serialize(),
-                    originals);
-    }
-}
 
 // The importer, its host and one file that is written anew for each mutant.
 class Soak {
@@ -285,11 +204,8 @@ class Soak {
 int main(int argc, char** argv) {
     const unsigned long long mutants = argc > 1 ? std::strtoull(argv[1], nullptr, 10) : 20000;
     const unsigned long long seed = argc > 2 ? std::strtoull(argv[2], nullptr, 10) : 1;
-    std::vector<Original> originals;
-    AddHandMade(originals);
-    for (int i = 3; i < argc; ++i) {
-        AddFolder(argv[i], originals);
-    }
+    const std::vector<Original> originals =
+        kvx_test::Originals(argv + std::min(argc, 3), argv + argc);
     TellSeedAtTheEnd();
     // Some hundred thousand lines of refusals.
     if (mutants > 1 && std::freopen("/dev/null", "w", stderr) == nullptr) {
