@@ -99,7 +99,9 @@ void TellEnds(const TrackReader& reader) {
     for (const Edit& edit : track.edits) {
         const int64_t behind = WrappingDifference(WrappingSum(edit.mediaTime, edit.length),
                                                   track.tables.mediaDuration);
-        if (edit.mediaTime >= 0 && edit.rate == 1.0 && behind > tolerance) {
+        // Where frames are shown later than they are stored, so is the last.
+        if (edit.mediaTime >= 0 && edit.rate == 1.0 && behind > tolerance &&
+            !track.tables.displayOffsets) {
             const int64_t from = WrappingDifference(WrappingSum(edit.start, edit.length), behind);
             reader.Add(Code::EditList, "from " +
                                            Seconds(static_cast<double>(std::max(from, edit.start)),

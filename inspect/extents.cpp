@@ -64,12 +64,16 @@ void AddFromChunk(const SampleTables& tables, const Chunk& chunk, uint64_t fileS
     }
 }
 
+// Nothing where the tables are damaged: that is what is found then.
 Missing FindMissing(const SampleTables& tables, uint64_t fileSize) {
     Missing missing;
     ChunkWalk walk(tables);
     Chunk chunk;
     while (walk.Next(chunk)) {
         AddFromChunk(tables, chunk, fileSize, missing);
+    }
+    if (walk.FoundProblem() != ChunkWalk::Problem::None) {
+        return {};
     }
     missing.Add(std::max<int64_t>(walk.SampleCount(), 0), tables.sampleCount);
     return missing;

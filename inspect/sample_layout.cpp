@@ -86,7 +86,8 @@ void ReadDurations(SampleTables& tables) {
     }
 }
 
-void CheckChunks(const TrackReader& reader, const SampleTables& tables) {
+// False if the table of sizes is what is amiss, so that it has been told.
+bool CheckChunks(const TrackReader& reader, const SampleTables& tables) {
     ChunkWalk walk(tables);
     Chunk chunk;
     while (walk.Next(chunk)) {
@@ -107,8 +108,9 @@ void CheckChunks(const TrackReader& reader, const SampleTables& tables) {
             break;
         case ChunkWalk::Problem::NoSizes:
             reader.Add(Code::Damaged, "its \"stsz\" table ends before the samples of " + which);
-            break;
+            return false;
     }
+    return true;
 }
 
 void CheckSizes(const TrackReader& reader, const SampleTables& tables) {
@@ -172,11 +174,11 @@ void ReadSampleTables(TrackReader& reader) {
     if (tables.chunkOffsets && !tables.chunkOffsets.Holds(kCount, 4)) {
         reader.Add(Code::Damaged, "its table of chunk offsets is cut short");
     }
-    if (tables.chunkRuns && tables.chunkOffsets) {
-        CheckChunks(reader, tables);
-    }
     if (tables.sizes) {
-        CheckSizes(reader, tables);
+        const bool canWalk = tables.chunkRuns && tables.chunkOffsets;
+        if (!canWalk || CheckChunks(reader, tables)) {
+            CheckSizes(reader, tables);
+        }
     }
     if (tables.displayOffsets) {
         CheckTable(reader, tables.displayOffsets, 8);

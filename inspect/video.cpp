@@ -1,12 +1,12 @@
 // The pictures: their description, and how the importer takes them.
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
 
 #include "core/big_endian.h"
 #include "core/four_char_code.h"
 #include "inspect/track_reader.h"
 #include "inspect/words.h"
+#include "quicktime/video_formats.h"
 
 namespace kvx_inspect {
 
@@ -24,26 +24,34 @@ constexpr uint64_t kData = 8;  // of an extension
 
 constexpr uint32_t kR210 = FourCharCode("r210");
 
-// The layouts that are imported.
-struct Layout {
+// What people ask about the formats that are imported.
+struct Levels {
     uint32_t format;
     int bits;
     const char* chroma;
     const char* range;
-    int64_t (*rowBytes)(int64_t width);
 };
-constexpr Layout kLayouts[] = {
-    {FourCharCode("2vuy"), 8, "4:2:2", "16-235", [](int64_t width) { return 2 * width; }},
-    {FourCharCode("2Vuy"), 8, "4:2:2", "16-235", [](int64_t width) { return 2 * width; }},
-    {FourCharCode("v210"), 10, "4:2:2", "64-940",
-     [](int64_t width) { return (width + 47) / 48 * 128; }},
-    {kR210, 10, "4:4:4", "64-940", [](int64_t width) { return (width + 63) / 64 * 256; }},
+constexpr Levels kLevels[] = {
+    {FourCharCode("2vuy"), 8, "4:2:2", "16-235"},
+    {FourCharCode("2Vuy"), 8, "4:2:2", "16-235"},
+    {FourCharCode("v210"), 10, "4:2:2", "64-940"},
+    {kR210, 10, "4:4:4", "64-940"},
 };
 
-const Layout* FindLayout(uint32_t format) {
-    const auto found = std::find_if(std::begin(kLayouts), std::end(kLayouts),
-                                    [format](const Layout& row) { return row.format == format; });
-    return found == std::end(kLayouts) ? nullptr : found;
+// Null for a format that is not imported.
+const KVX::QT::VideoFormat* FindImported(uint32_t code) {
+    const KVX::QT::VideoFormat* const format = KVX::QT::FindVideoFormat(code);
+    return format != nullptr && format->IsOfferedUncompressed() ? format : nullptr;
+}
+
+void SetLevels(uint32_t format, VideoFacts& video) {
+    for (const Levels& row : kLevels) {
+        if (row.format == format) {
+            video.bits = row.bits;
+            video.chroma = row.chroma;
+            video.range = row.range;
+        }
+    }
 }
 
 // Compressed formats that people meet, for words.
@@ -343,7 +351,10 @@ int64_t FrameCount(const TrackFacts& track) {
 
 void CheckFrameCount(const TrackReader& reader, const VideoFacts& video) {
     const SampleTables& tables = reader.track.tables;
-    if (reader.hasFragments || (video.frameCount >= 1 && tables.sampleCount >= 1)) {
+    // Where what tells the length is damaged, that is what is found.
+    const bool isTold = reader.report.timeScale != 0 && reader.track.timeScale != 0 &&
+                        !reader.track.edits.empty() && tables.durations;
+    if (!isTold || reader.hasFragments || (video.frameCount >= 1 && tables.sampleCount >= 1)) {
         return;
     }
     std::string why = "it has no frames";
@@ -394,14 +405,11 @@ void ReadVideo(TrackReader& reader) {
         ReadExtension(reader, extension);
         offset += extension.Length();
     }
-    if (const Layout* const layout = FindLayout(reader.track.format)) {
-        video.bits = layout->bits;
-        video.chroma = layout->chroma;
-        video.range = layout->range;
-        if (video.width > 0 && video.height > 0) {
-            video.expectedFrameSize =
-                static_cast<uint64_t>(layout->rowBytes(video.width) * video.height);
-        }
+    SetLevels(reader.track.format, video);
+    const KVX::QT::VideoFormat* const format = FindImported(reader.track.format);
+    if (format != nullptr && video.width > 0 && video.height > 0) {
+        video.expectedFrameSize =
+            static_cast<uint64_t>(format->rowBytes(video.width) * video.height);
     }
 }
 
@@ -419,7 +427,7 @@ void CheckVideo(const TrackReader& reader) {
                                         std::to_string(video.height) +
                                         " pixels: it imports, and never shows");
     }
-    if (FindLayout(reader.track.format) == nullptr) {
+    if (FindImported(reader.track.format) == nullptr) {
         reader.Add(Code::Codec, "its pictures are " + FormatInWords(reader.track.format) +
                                     "; only uncompressed 2vuy, v210 and r210 are imported");
         return;
