@@ -38,6 +38,9 @@ constexpr OptionInfo Choice(Id id, CommandSet commands, const char* name, const 
 constexpr CommandInfo kCommands[] = {
     {CommandId::kInfo, "info", "Tell what movies hold, or why they are not importable", true,
      RunInfo},
+    {CommandId::kCheck, "check",
+     "Tell everything that keeps movies from being imported or will not be as expected", true,
+     RunCheck},
     {CommandId::kTimecode, "timecode", "Print a movie's start timecode", false, RunTimecode},
     {CommandId::kAudio, "audio", "Write the sound of a movie as a WAV file of 32-bit floats", false,
      RunAudio},
@@ -49,13 +52,18 @@ constexpr CommandInfo kCommands[] = {
 };
 
 constexpr CommandSet kInfo = In(CommandId::kInfo);
+constexpr CommandSet kCheck = In(CommandId::kCheck);
 constexpr CommandSet kAudio = In(CommandId::kAudio);
 constexpr CommandSet kFrames = In(CommandId::kFrames);
 constexpr CommandSet kSheet = In(CommandId::kSheet);
 
 constexpr OptionInfo kOptions[] = {
     Flag(Id::kLog, kInfo, "--log", "Show what the importer logged"),
-    Flag(Id::kJson, kInfo, "--json", "Print JSON").Excludes(Id::kLog),
+    Flag(Id::kJson, kInfo, "--json", "Print JSON, an array of one object a movie")
+        .Excludes(Id::kLog),
+    Flag(Id::kJsonLines, kInfo, "--json-lines", "Print JSON, one object a line").Excludes(Id::kLog),
+    Flag(Id::kJson, kCheck, "--json", "Print JSON, an array of one object a movie"),
+    Flag(Id::kJsonLines, kCheck, "--json-lines", "Print JSON, one object a line"),
     Text(Id::kOutput, kAudio, "--output", "OUT.wav", "The WAV file to write")
         .Letter("-o")
         .Required(),

@@ -11,7 +11,7 @@ namespace kvx_cli {
 
 class Arguments;
 
-enum class CommandId { kInfo, kTimecode, kAudio, kFrames, kSheet };
+enum class CommandId { kInfo, kCheck, kTimecode, kAudio, kFrames, kSheet };
 
 // Several commands.
 using CommandSet = uint32_t;
@@ -36,6 +36,7 @@ enum class OptionId {
     kModule,
     kLog,
     kJson,
+    kJsonLines,
     kOutput,
     kStream,
     kRange,

@@ -1,68 +1,224 @@
 #include "cli/movie/movie_json.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <nlohmann/json.hpp>
+#include <numeric>
 
+#include "cli/movie/check_report.h"
+#include "cli/output/base64.h"
 #include "cli/output/text.h"
+#include "util/text.h"
 
 namespace kvx_cli {
 
 namespace {
 
+using kvx_inspect::FieldOrder;
+using kvx_inspect::Finding;
+using kvx_inspect::MediaFile;
+using kvx_inspect::Report;
+using kvx_inspect::TrackFacts;
+using kvx_inspect::TrackKind;
 using nlohmann::ordered_json;
 
-// The host's records are packed, and the library takes references: fields are copied by the cast.
+constexpr int kSchema = 2;
 
-ordered_json VideoJson(const imFileInfoRec8& stream,
-                       const std::vector<PrPixelFormat>& pixelFormats) {
+// Adds a path under "path", and byte for byte under "path_base64" where it is not UTF-8.
+void AddPath(ordered_json& to, const std::string& path) {
+    to["path"] = path;
+    if (!path.empty() && KVX::Util::Text::utf8_to_wide(path.c_str()).empty()) {
+        to["path_base64"] = Base64(path);
+    }
+}
+
+ordered_json OrNull(bool isThere, ordered_json value) {
+    return isThere ? std::move(value) : ordered_json();
+}
+
+ordered_json FindingJson(const Finding& finding) {
+    const kvx_inspect::CodeFacts& code = FactsOf(finding.code);
+    return {
+        {"severity", NameOf(code.severity)},
+        {"code", code.name},
+        {"track", OrNull(finding.track != kvx_inspect::kWholeMovie, finding.track)},
+        {"text", finding.text},
+        {"remedy", OrNull(*code.remedy != '\0', code.remedy)},
+    };
+}
+
+template <typename Predicate>
+ordered_json FindingsJson(const Report& report, const Predicate& isWanted) {
+    ordered_json findings = ordered_json::array();
+    for (const Finding& finding : report.findings) {
+        if (isWanted(finding)) {
+            findings.push_back(FindingJson(finding));
+        }
+    }
+    return findings;
+}
+
+const char* NameOf(FieldOrder fields) {
+    switch (fields) {
+        case FieldOrder::Progressive:
+            return "progressive";
+        case FieldOrder::UpperFirst:
+            return "upper-first";
+        case FieldOrder::LowerFirst:
+            return "lower-first";
+        default:
+            return "unknown";
+    }
+}
+
+// What the entries of all kinds of tracks begin with.
+ordered_json TrackJson(const TrackFacts& track) {
+    return {
+        {"track", track.number},
+        {"handler", FourCharText(track.mediaHandler.subtype)},
+        {"data_handler", OrNull(track.dataHandler.has_value(),
+                                track.dataHandler ? FourCharText(track.dataHandler->subtype) : "")},
+        {"format", FourCharText(track.format)},
+        {"time_scale", track.timeScale},
+        {"duration", track.duration},
+    };
+}
+
+ordered_json DisplayAspect(const kvx_inspect::VideoFacts& video) {
+    const int64_t across = int64_t{video.width} * video.pixelAspectH;
+    const int64_t down = int64_t{video.height} * video.pixelAspectV;
+    if (across <= 0 || down <= 0) {
+        return nullptr;
+    }
+    const int64_t common = std::gcd(across, down);
+    return {across / common, down / common};
+}
+
+void AddVideo(ordered_json& entry, const TrackFacts& track,
+              const std::vector<PrPixelFormat>& pixelFormats) {
+    if (!track.video) {
+        return;
+    }
+    const kvx_inspect::VideoFacts& video = *track.video;
     ordered_json offered = ordered_json::array();
     for (const PrPixelFormat format : pixelFormats) {
         offered.push_back(FourCharText(__builtin_bswap32(format)));
     }
-    return {
-        {"format", FourCharText(static_cast<uint32_t>(stream.subType))},
-        {"width", int32_t{stream.width}},
-        {"height", int32_t{stream.height}},
-        {"depth", int16_t{stream.depth}},
-        {"time_scale", int32_t{stream.videoScale}},
-        {"frame_duration", int32_t{stream.videoSampleSize}},
-        {"duration", int32_t{stream.videoDuration}},
-        {"field_type", int{stream.fieldType}},
-        {"pixel_aspect",
-         {uint32_t{stream.pixelAspectNumerator}, uint32_t{stream.pixelAspectDenominator}}},
+    const bool isImported = video.bits != 0;
+    entry.update({
+        {"width", video.width},
+        {"height", video.height},
+        {"depth", video.depth},
+        {"bits", OrNull(isImported, video.bits)},
+        {"chroma", OrNull(isImported, video.chroma)},
+        {"range", OrNull(isImported, {{"value", video.range}, {"source", "assumed"}})},
+        {"frame_duration", track.tables.sampleDuration},
+        {"frames", video.frameCount},
+        {"fields",
+         {{"value", NameOf(video.fields)}, {"source", video.fieldsFromFile ? "file" : "assumed"}}},
+        {"pixel_aspect", OrNull(video.pixelAspectH != 0 && video.pixelAspectV != 0,
+                                {video.pixelAspectH, video.pixelAspectV})},
+        {"display_aspect", DisplayAspect(video)},
+        {"colour", nullptr},
+        {"clean_aperture", nullptr},
         {"offered_as", offered},
-    };
+    });
+    if (video.colour) {
+        entry["colour"] = {{"kind", FourCharText(video.colour->kind)},
+                           {"primaries", video.colour->primaries},
+                           {"transfer", video.colour->transfer},
+                           {"matrix", video.colour->matrix}};
+    }
+    if (video.cleanAperture) {
+        entry["clean_aperture"] = {{"width", video.cleanAperture->width},
+                                   {"height", video.cleanAperture->height},
+                                   {"horizontal_offset", video.cleanAperture->horizontalOffset},
+                                   {"vertical_offset", video.cleanAperture->verticalOffset}};
+    }
 }
 
-ordered_json SoundJson(const imFileInfoRec8& stream) {
-    return {
-        {"rate", static_cast<double>(stream.audioSampleRate)},
-        {"channels", int32_t{stream.audioChannels}},
-        {"sample_type", int32_t{stream.audioSampleType}},
-        {"duration", int64_t{stream.audioDuration}},
-    };
+void AddSound(ordered_json& entry, const TrackFacts& track) {
+    if (!track.sound) {
+        return;
+    }
+    const kvx_inspect::SoundFacts& sound = *track.sound;
+    entry.update({
+        {"description_version", sound.version},
+        {"rate", sound.rate},
+        {"channels", sound.channels},
+        {"bits", sound.bits},
+        {"sample_format", OrNull(!sound.sampleFormat.empty(), sound.sampleFormat)},
+        {"layout_tag", OrNull(sound.layoutTag.has_value(), sound.layoutTag.value_or(0))},
+    });
+}
+
+void AddTimecode(ordered_json& entry, const TrackFacts& track, const std::string& start) {
+    const kvx_inspect::TimecodeFacts& timecode = *track.timecode;
+    entry.update({
+        {"start", OrNull(!start.empty(), start)},
+        {"drop_frame", timecode.isDropFrame},
+        {"timecode_scale", timecode.timeScale},
+        {"frame_duration", timecode.frameDuration},
+        {"frames_per_second", timecode.framesPerSecond},
+        {"first_frame", OrNull(timecode.firstFrame.has_value(), timecode.firstFrame.value_or(0))},
+    });
+}
+
+ordered_json MediaFilesJson(const Report& report) {
+    ordered_json files = ordered_json::array();
+    std::vector<std::string> told;
+    for (const TrackFacts& track : report.tracks) {
+        const MediaFile& media = track.media;
+        if (media.path.empty() || std::find(told.begin(), told.end(), media.path) != told.end()) {
+            continue;
+        }
+        told.push_back(media.path);
+        ordered_json file;
+        AddPath(file, media.path);
+        file["is_movie"] = media.isMovieItself;
+        file["bytes"] = OrNull(media.canBeRead, media.size);
+        files.push_back(file);
+    }
+    return files;
 }
 
 }  // namespace
 
-ordered_json MovieJson(const std::string& path, const std::vector<imFileInfoRec8>& streams,
-                       const std::vector<PrPixelFormat>& pixelFormats, const std::string& timecode,
-                       const std::string& refusal) {
-    ordered_json movie = {{"path", path}, {"importable", refusal.empty()}};
-    if (!refusal.empty()) {
-        movie["reason"] = refusal;
-    }
-    if (!timecode.empty()) {
-        movie["start_timecode"] = timecode;
-    }
+ordered_json MovieJson(const MovieFacts& facts) {
+    const Report& report = facts.report;
+    ordered_json movie = {{"schema", kSchema}};
+    AddPath(movie, facts.path);
+    movie["status"] = NameOf(facts.GetVerdict());
+    movie["importer"] = {{"imports", facts.importer.imports},
+                         {"says", OrNull(!facts.importer.imports, facts.importer.words)}};
+    const std::string disagreement = Disagreement(facts);
+    movie["disagreement"] = OrNull(!disagreement.empty(), disagreement);
+    movie["findings"] = FindingsJson(report, [](const Finding&) { return true; });
+    movie["media_files"] = MediaFilesJson(report);
     movie["video"] = ordered_json::array();
     movie["sound"] = ordered_json::array();
-    for (const imFileInfoRec8& stream : streams) {
-        if (stream.hasVideo != 0) {
-            movie["video"].push_back(VideoJson(stream, pixelFormats));
-        }
-        if (stream.hasAudio != 0) {
-            movie["sound"].push_back(SoundJson(stream));
+    movie["timecode"] = nullptr;
+    movie["other_tracks"] = ordered_json::array();
+    for (const TrackFacts& track : report.tracks) {
+        ordered_json entry = TrackJson(track);
+        const auto add = [&](const char* list) {
+            entry["findings"] = FindingsJson(
+                report, [&track](const Finding& finding) { return finding.track == track.number; });
+            movie[list].push_back(entry);
+        };
+        if (track.kind == TrackKind::Video) {
+            AddVideo(entry, track, facts.importer.pixelFormats);
+            add("video");
+        } else if (track.kind == TrackKind::Sound) {
+            AddSound(entry, track);
+            add("sound");
+        } else if (track.kind == TrackKind::Timecode && track.index == 0) {
+            AddTimecode(entry, track, facts.importer.timecode);
+            entry["findings"] = FindingsJson(
+                report, [&track](const Finding& finding) { return finding.track == track.number; });
+            movie["timecode"] = entry;
+        } else {
+            add("other_tracks");
         }
     }
     return movie;

@@ -1,12 +1,21 @@
 #include "cli/movie/movie_report.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdio>
+#include <numeric>
 
+#include "cli/movie/check_report.h"
 #include "cli/movie/streams.h"
 #include "cli/output/text.h"
 #include "quicktime/video_formats.h"
 
 namespace kvx_cli {
+
+using kvx_inspect::Report;
+using kvx_inspect::TrackFacts;
+using kvx_inspect::TrackKind;
+using kvx_inspect::VideoFacts;
 
 namespace {
 
@@ -77,8 +86,61 @@ std::string PixelFormatText(PrPixelFormat format) {
     return name != nullptr ? name : FourCharText(__builtin_bswap32(format));
 }
 
+// The inspector's facts of a stream's track; null if it does not know the track.
+const TrackFacts* FindTrack(const Report& report, TrackKind kind, size_t index) {
+    const auto found =
+        std::find_if(report.tracks.begin(), report.tracks.end(), [=](const TrackFacts& track) {
+            return track.kind == kind && static_cast<size_t>(track.index) == index;
+        });
+    return found == report.tracks.end() ? nullptr : &*found;
+}
+
+std::string LevelsLine(const VideoFacts& video) {
+    return video.bits == 0 ? ""
+                           : Line("levels", std::to_string(video.bits) + " bits, " + video.chroma +
+                                                ", " + video.range + " (assumed)");
+}
+
+std::string DisplayAspectLine(const VideoFacts& video) {
+    const int64_t across = int64_t{video.width} * video.pixelAspectH;
+    const int64_t down = int64_t{video.height} * video.pixelAspectV;
+    if (across <= 0 || down <= 0) {
+        return "";
+    }
+    const int64_t common = std::gcd(across, down);
+    char text[64];
+    std::snprintf(text, sizeof text, "%lld:%lld (%.3f)", static_cast<long long>(across / common),
+                  static_cast<long long>(down / common),
+                  static_cast<double>(across) / static_cast<double>(down));
+    return Line("display aspect", text);
+}
+
+std::string ColourLine(const VideoFacts& video) {
+    if (!video.colour) {
+        return "";
+    }
+    return Line("colour", "primaries " + std::to_string(video.colour->primaries) + ", transfer " +
+                              std::to_string(video.colour->transfer) + ", matrix " +
+                              std::to_string(video.colour->matrix) + " (" +
+                              FourCharText(video.colour->kind) + ")");
+}
+
+std::string CleanApertureLine(const VideoFacts& video) {
+    if (!video.cleanAperture) {
+        return "";
+    }
+    char text[128];
+    std::snprintf(text, sizeof text, "%g x %g", video.cleanAperture->width,
+                  video.cleanAperture->height);
+    return Line("clean aperture", text);
+}
+
 std::string VideoReport(const imFileInfoRec8& stream,
-                        const std::vector<PrPixelFormat>& pixelFormats) {
+                        const std::vector<PrPixelFormat>& pixelFormats, const TrackFacts* track) {
+    const VideoFacts video = track != nullptr && track->video ? *track->video : VideoFacts();
+    const char* const source = track == nullptr       ? ""
+                               : video.fieldsFromFile ? " (from the file)"
+                                                      : " (assumed)";
     const uint32_t format = static_cast<uint32_t>(stream.subType);
     const KVX::QT::VideoFormat* const known = KVX::QT::FindVideoFormat(format);
     const char* description = known == nullptr ? nullptr : known->description;
@@ -96,12 +158,13 @@ std::string VideoReport(const imFileInfoRec8& stream,
     return Line("format", FourCharText(format) +
                               (description != nullptr ? std::string(", ") + description : "")) +
            Line("size", std::to_string(stream.width) + " x " + std::to_string(stream.height)) +
-           Line("depth", std::to_string(stream.depth)) +
+           Line("depth", std::to_string(stream.depth)) + LevelsLine(video) +
            Line("rate", RateText(scale, frameLength)) +
-           Line("fields", OrUnknown(Find(kFieldTypes, int32_t{stream.fieldType}))) +
+           Line("fields", OrUnknown(Find(kFieldTypes, int32_t{stream.fieldType})) + source) +
            Line("pixel aspect", aspectH == 0 || aspectV == 0
                                     ? "not told"
                                     : std::to_string(aspectH) + ":" + std::to_string(aspectV)) +
+           DisplayAspectLine(video) + ColourLine(video) + CleanApertureLine(video) +
            Line("duration", DurationText(duration, scale) + " (" +
                                 std::to_string(FrameCount(stream)) + " frames)") +
            Line("offered as", offered);
@@ -120,21 +183,90 @@ std::string SoundReport(const imFileInfoRec8& stream) {
                                 std::to_string(duration) + " samples)");
 }
 
+// From what the file counts in, which may be a rate that the importer does not count.
+std::string TimecodeReport(const ImporterAnswer& importer, const Report& report) {
+    const TrackFacts* const track = FindTrack(report, TrackKind::Timecode, 0);
+    if (importer.timecode.empty() && track == nullptr) {
+        return "";
+    }
+    std::string text = "  timecode\n";
+    text += Line("start", importer.timecode.empty() ? "not delivered" : importer.timecode);
+    if (track != nullptr && track->timecode) {
+        const kvx_inspect::TimecodeFacts& timecode = *track->timecode;
+        text += Line("rate", RateText(timecode.timeScale, timecode.frameDuration)) +
+                Line("counting", std::to_string(timecode.framesPerSecond) + " frames a second" +
+                                     (timecode.isDropFrame ? ", drop-frame" : ", non-drop-frame"));
+        if (timecode.firstFrame) {
+            text += Line("first frame", std::to_string(*timecode.firstFrame));
+        }
+    }
+    return text;
+}
+
+std::string TracksReport(const Report& report) {
+    std::string text;
+    for (const TrackFacts& track : report.tracks) {
+        std::string words = "handler " + FourCharText(track.mediaHandler.subtype);
+        if (track.format != 0) {
+            words += ", format " + FourCharText(track.format);
+        }
+        if (track.dataHandler) {
+            words += ", data " + FourCharText(track.dataHandler->subtype);
+        }
+        text += Line(std::to_string(track.number).c_str(), words);
+    }
+    return text.empty() ? "" : "  tracks\n" + text;
+}
+
+std::string MediaReport(const Report& report) {
+    std::string text;
+    std::vector<std::string> told;
+    for (const TrackFacts& track : report.tracks) {
+        const std::string& path = track.media.path;
+        if (track.media.isMovieItself || path.empty() ||
+            std::find(told.begin(), told.end(), path) != told.end()) {
+            continue;
+        }
+        told.push_back(path);
+        text += "    " + path + (track.media.canBeRead ? "" : " (missing)") + "\n";
+    }
+    return text.empty() ? "" : "  media in other files\n" + text;
+}
+
+// Reasons stand in the importer's words.
+std::string WarningsReport(const Report& report) {
+    std::string text;
+    for (const kvx_inspect::Finding& finding : report.findings) {
+        if (FactsOf(finding.code).severity == kvx_inspect::Severity::Warning) {
+            text += "  warning: " + TrackName(report, finding.track) + ": " + finding.text + "\n";
+        }
+    }
+    return text;
+}
+
 }  // namespace
 
-std::string MovieReport(const std::vector<imFileInfoRec8>& streams,
-                        const std::vector<PrPixelFormat>& pixelFormats) {
-    std::string report;
+std::string MovieReport(const MovieFacts& facts) {
+    const std::vector<imFileInfoRec8>& streams = facts.importer.streams;
+    const Report& report = facts.report;
+    std::string text;
     for (size_t index = 0; index < streams.size(); ++index) {
         const std::string number = std::to_string(index);
         if (streams[index].hasVideo != 0) {
-            report += "  video " + number + "\n" + VideoReport(streams[index], pixelFormats);
+            text += "  video " + number + "\n" +
+                    VideoReport(streams[index], facts.importer.pixelFormats,
+                                FindTrack(report, TrackKind::Video, index));
         }
         if (streams[index].hasAudio != 0) {
-            report += "  sound " + number + "\n" + SoundReport(streams[index]);
+            text += "  sound " + number + "\n" + SoundReport(streams[index]);
         }
     }
-    return report;
+    text += TimecodeReport(facts.importer, report) + TracksReport(report) + MediaReport(report) +
+            WarningsReport(report);
+    if (!facts.importer.imports) {
+        text += "  not importable: " + facts.importer.words + "\n";
+    }
+    return text;
 }
 
 }  // namespace kvx_cli

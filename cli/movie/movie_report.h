@@ -1,16 +1,14 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
-#include "premiere/import_records.h"
+#include "cli/movie/movie_facts.h"
 
 namespace kvx_cli {
 
-// What `kvx info` prints of an importable movie: a block for the video and one for each sound
-// stream. `streams` are the module's records in the order of their index, `pixelFormats` the
-// formats that it offers the host for the video.
-std::string MovieReport(const std::vector<imFileInfoRec8>& streams,
-                        const std::vector<PrPixelFormat>& pixelFormats);
+// What `kvx info` prints of a movie: of one that imports a block for the video and one for each
+// sound stream, as the importer tells them; of every one its timecode, its tracks, other files with
+// its media, and a line for each warning or for why it is refused.
+std::string MovieReport(const MovieFacts& facts);
 
 }  // namespace kvx_cli

@@ -7,8 +7,16 @@
 
 namespace {
 
-using kvx_cli::MovieReport;
 using testing::HasSubstr;
+
+std::string MovieReport(const std::vector<imFileInfoRec8>& streams,
+                        const std::vector<PrPixelFormat>& pixelFormats) {
+    kvx_cli::MovieFacts facts;
+    facts.importer.imports = true;
+    facts.importer.streams = streams;
+    facts.importer.pixelFormats = pixelFormats;
+    return kvx_cli::MovieReport(facts);
+}
 
 imFileInfoRec8 Video() {
     imFileInfoRec8 stream = {};

@@ -26,12 +26,15 @@ ARROWS = {
     "pipeline": CONVERT,
     "host": PIPELINE,
 }
-# The stand-in host and the command know the importer by its interface. The command borrows codes and
-# the counting of timecodes, which have nothing to do with a movie.
+# The inspector looks at movies by itself: of the reader it takes the bounded views of atoms, and
+# what is known of formats. The stand-in host and the command know the importer by its interface.
+# The command borrows codes, texts and the counting of timecodes, which have nothing to do with a
+# movie.
 OUTSIDE = {
     "hostkit": {"premiere"},
-    "cli": {"premiere", "hostkit", "core/four_char_code.h", "timecode/ctimecode.h",
-            "timecode/timecode_format.h"},
+    "inspect": BASE | {"quicktime/atom.h", "quicktime/video_formats.h", "quicktime/wrapping.h"},
+    "cli": {"premiere", "hostkit", "inspect", "core/four_char_code.h", "quicktime/video_formats.h",
+            "timecode/ctimecode.h", "timecode/timecode_format.h", "util/text.h"},
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)

@@ -1,0 +1,11 @@
+#include "cli/commands/commands.h"
+#include "cli/commands/movie_list.h"
+#include "cli/movie/check_report.h"
+
+namespace kvx_cli {
+
+int RunCheck(const Arguments& arguments) {
+    return TellOfMovies(arguments, true, CheckReport);
+}
+
+}  // namespace kvx_cli
