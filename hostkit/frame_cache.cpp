@@ -1,20 +1,16 @@
 #include "hostkit/frame_cache.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 #include "hostkit/pixel_buffers.h"
+#include "hostkit/published.h"
 
 namespace kvx_hostkit {
 
 namespace {
 
 constexpr int32_t kNoFrameCache = -20;
-
-std::atomic<FrameCache*> sCurrent{nullptr};
 
 bool IsOffered(PrPixelFormat format, int32_t formatCount, const imFrameFormat* formats) {
     return std::any_of(
@@ -28,14 +24,11 @@ bool IsOffered(PrPixelFormat format, int32_t formatCount, const imFrameFormat* f
 FrameCache::FrameCache(Host& host, size_t capacity) : mCapacity(capacity) {
     static constexpr PrSDKPPixCacheSuite kCacheSuite = {&SuiteAddFrame, &SuiteGetFrame};
     host.AddSuite(kPrSDKPPixCacheSuite, kPrSDKPPixCacheSuiteVersion, &kCacheSuite);
-    if (sCurrent.exchange(this) != nullptr) {
-        std::fputs("a second FrameCache in one process\n", stderr);
-        std::abort();
-    }
+    Published<FrameCache>::Set(this, "FrameCache");
 }
 
 FrameCache::~FrameCache() {
-    sCurrent = nullptr;
+    Published<FrameCache>::Withdraw();
     Forget();
 }
 
@@ -131,8 +124,8 @@ int32_t FrameCache::Find(const Key& key, int32_t formatCount, const imFrameForma
 
 int32_t FrameCache::SuiteAddFrame(uint32_t importerID, int32_t, PPixHand ppix, int32_t frameIndex,
                                   void*, int32_t) {
-    FrameCache* cache = sCurrent;
-    if (cache == nullptr) {
+    const Published<FrameCache>::Call cache;
+    if (!cache) {
         return kNoFrameCache;
     }
     const int32_t fault = cache->faults.Count("AddFrameToCache");
@@ -142,8 +135,8 @@ int32_t FrameCache::SuiteAddFrame(uint32_t importerID, int32_t, PPixHand ppix, i
 int32_t FrameCache::SuiteGetFrame(uint32_t importerID, int32_t, int32_t frameIndex,
                                   int32_t formatCount, imFrameFormat* formats, PPixHand* ppix,
                                   void*, int32_t) {
-    FrameCache* cache = sCurrent;
-    if (cache == nullptr) {
+    const Published<FrameCache>::Call cache;
+    if (!cache) {
         return kNoFrameCache;
     }
     const int32_t fault = cache->faults.Count("GetFrameFromCache");

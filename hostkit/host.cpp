@@ -1,8 +1,8 @@
 #include "hostkit/host.h"
 
 #include <atomic>
-#include <cstdio>
-#include <cstdlib>
+
+#include "hostkit/published.h"
 
 namespace kvx_hostkit {
 
@@ -16,23 +16,21 @@ constexpr int32_t kHostGone = -1;
 constexpr int32_t kSuiteNotFound = -2;
 constexpr int32_t kBadParameter = -3;
 
-std::atomic<Host*> sCurrent{nullptr};
-
 int32_t AcquireSuite(const char* name, int32_t version, const void** suite) {
-    Host* host = sCurrent;
-    return host == nullptr ? kHostGone : host->AcquireSuite(name, version, suite);
+    const Published<Host>::Call host;
+    return !host ? kHostGone : host->AcquireSuite(name, version, suite);
 }
 
 int32_t ReleaseSuite(const char* name, int32_t version) {
-    Host* host = sCurrent;
-    return host == nullptr ? kHostGone : host->ReleaseSuite(name, version);
+    const Published<Host>::Call host;
+    return !host ? kHostGone : host->ReleaseSuite(name, version);
 }
 
 SPBasicSuite sBasicSuite = {&AcquireSuite, &ReleaseSuite};
 
 SPBasicSuite* GetBasicSuite() {
-    const Host* host = sCurrent;
-    return host != nullptr && host->settings.hasSuites ? &sBasicSuite : nullptr;
+    const Published<Host>::Call host;
+    return host && host->settings.hasSuites ? &sBasicSuite : nullptr;
 }
 
 template <typename Value>
@@ -44,8 +42,8 @@ int32_t GiveInfo(int32_t status, const Value& value, void* result) {
 }
 
 int32_t GetAppInfo(int32_t selector, void* result) {
-    const Host* host = sCurrent;
-    if (host == nullptr) {
+    const Published<Host>::Call host;
+    if (!host) {
         return kHostGone;
     }
     const HostSettings& settings = host->settings;
@@ -62,8 +60,8 @@ int32_t GetAppInfo(int32_t selector, void* result) {
 constexpr PrSDKAppInfoSuite kAppInfoSuite = {&GetAppInfo};
 
 int32_t GetTicksPerTimebaseFrame(int32_t timebase, int32_t sampleSize, int64_t* ticks) {
-    const Host* host = sCurrent;
-    if (host == nullptr) {
+    const Published<Host>::Call host;
+    if (!host) {
         return kHostGone;
     }
     if (host->settings.ticksStatus != 0) {
@@ -90,18 +88,15 @@ Host::Host(const HostSettings& hostSettings)
     mStdParms->piSuitesPtr = mSuites.Get();
     AddSuite(kPrSDKAppInfoSuite, kPrSDKAppInfoSuiteVersion, &kAppInfoSuite);
     AddSuite(kPrSDKLegacySuite, kPrSDKLegacySuiteVersion, &kLegacySuite);
-    if (sCurrent.exchange(this) != nullptr) {
-        std::fputs("a second Host in one process\n", stderr);
-        std::abort();
-    }
+    Published<Host>::Set(this, "Host");
 }
 
 Host::~Host() {
-    sCurrent = nullptr;
+    Published<Host>::Withdraw();
 }
 
 Host* Host::Current() {
-    return sCurrent;
+    return Published<Host>::Get();
 }
 
 SPBasicSuite* Host::BasicSuite() {

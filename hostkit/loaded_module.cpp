@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <cstdlib>
+
 namespace kvx_hostkit {
 
 std::unique_ptr<LoadedModule> LoadedModule::Load(const std::string& path, std::string& error) {
@@ -23,7 +25,8 @@ std::unique_ptr<LoadedModule> LoadedModule::Load(const std::string& path, std::s
 }
 
 std::string LoadedModule::BuiltPath() {
-    return KVX_BUILT_MODULE;
+    const char* other = std::getenv("KVX_TEST_MODULE");
+    return other != nullptr && *other != '\0' ? other : KVX_BUILT_MODULE;
 }
 
 LoadedModule::~LoadedModule() {

@@ -20,7 +20,8 @@ class LoadedModule {
     // Null if the file cannot be loaded or is no importer; `error` then says why.
     static std::unique_ptr<LoadedModule> Load(const std::string& path, std::string& error);
 
-    // The module that was built together with the program.
+    // The module that was built together with the program, unless the environment variable
+    // KVX_TEST_MODULE names another.
     static std::string BuiltPath();
 
     // The code of a module whose worker threads run stays in the process for good.

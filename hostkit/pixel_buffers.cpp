@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
 #include <vector>
+
+#include "hostkit/published.h"
 
 namespace kvx_hostkit {
 
@@ -43,8 +44,6 @@ Memory Allocate(size_t alignment, size_t size) {
     const size_t rounded = (size + alignment - 1) / alignment * alignment;
     return Memory(static_cast<char*>(std::aligned_alloc(alignment, rounded)));
 }
-
-std::atomic<PixelBuffers*> sCurrent{nullptr};
 
 }  // namespace
 
@@ -129,18 +128,15 @@ PixelBuffers::PixelBuffers(Host& host, const PixelBufferSettings& bufferSettings
     host.AddSuite(kPrSDKPPixCreatorSuite, kPrSDKPPixCreatorSuiteVersion, &kCreatorSuite);
     host.AddSuite(kPrSDKPPixCreator2Suite, kPrSDKPPixCreator2SuiteVersion, &kCreator2Suite);
     host.AddSuite(kPrSDKPPixSuite, kPrSDKPPixSuiteVersion, &kPPixSuite);
-    if (sCurrent.exchange(this) != nullptr) {
-        std::fputs("a second PixelBuffers in one process\n", stderr);
-        std::abort();
-    }
+    Published<PixelBuffers>::Set(this, "PixelBuffers");
 }
 
 PixelBuffers::~PixelBuffers() {
-    sCurrent = nullptr;
+    Published<PixelBuffers>::Withdraw();
 }
 
 PixelBuffers* PixelBuffers::Current() {
-    return sCurrent;
+    return Published<PixelBuffers>::Get();
 }
 
 PixelBufferView PixelBuffers::View(PPixHand ppix) {
@@ -230,8 +226,8 @@ int PixelBuffers::DamagedCount() const {
 
 int32_t PixelBuffers::SuiteCreatePPix(PPixHand* ppix, int32_t, PrPixelFormat format,
                                       const prRect* bounds) {
-    PixelBuffers* buffers = sCurrent;
-    if (buffers == nullptr) {
+    const Published<PixelBuffers>::Call buffers;
+    if (!buffers) {
         return kNoPixelBuffers;
     }
     const int32_t fault = buffers->faults.Count("CreatePPix");
@@ -253,8 +249,8 @@ int32_t PixelBuffers::SuiteCreatePPix(PPixHand* ppix, int32_t, PrPixelFormat for
 int32_t PixelBuffers::SuiteCreateCustomPPix(PPixHand* ppix, int32_t, PrPixelFormat format,
                                             int32_t width, int32_t height, int32_t, int32_t,
                                             int32_t dataSize) {
-    PixelBuffers* buffers = sCurrent;
-    if (buffers == nullptr) {
+    const Published<PixelBuffers>::Call buffers;
+    if (!buffers) {
         return kNoPixelBuffers;
     }
     const int32_t fault = buffers->faults.Count("CreateCustomPPix");
@@ -274,16 +270,16 @@ int32_t PixelBuffers::SuiteCreateCustomPPix(PPixHand* ppix, int32_t, PrPixelForm
 // Buffers outlive the PixelBuffers that made them, so that these three go on working without one.
 
 int32_t PixelBuffers::SuiteDispose(PPixHand ppix) {
-    PixelBuffers* buffers = sCurrent;
-    const int32_t fault = buffers == nullptr ? 0 : buffers->faults.Count("Dispose");
+    const Published<PixelBuffers>::Call buffers;
+    const int32_t fault = !buffers ? 0 : buffers->faults.Count("Dispose");
     // A host that reports a failure here has let go all the same.
     Dispose(ppix);
     return fault;
 }
 
 int32_t PixelBuffers::SuiteGetPixels(PPixHand ppix, int32_t, char** pixels) {
-    PixelBuffers* buffers = sCurrent;
-    const int32_t fault = buffers == nullptr ? 0 : buffers->faults.Count("GetPixels");
+    const Published<PixelBuffers>::Call buffers;
+    const int32_t fault = !buffers ? 0 : buffers->faults.Count("GetPixels");
     if (fault == 0) {
         *pixels = PixelBuffer::Of(ppix)->pixels;
     }
@@ -291,8 +287,8 @@ int32_t PixelBuffers::SuiteGetPixels(PPixHand ppix, int32_t, char** pixels) {
 }
 
 int32_t PixelBuffers::SuiteGetRowBytes(PPixHand ppix, int32_t* rowBytes) {
-    PixelBuffers* buffers = sCurrent;
-    const int32_t fault = buffers == nullptr ? 0 : buffers->faults.Count("GetRowBytes");
+    const Published<PixelBuffers>::Call buffers;
+    const int32_t fault = !buffers ? 0 : buffers->faults.Count("GetRowBytes");
     if (fault == 0) {
         *rowBytes = PixelBuffer::Of(ppix)->rowBytes;
     }

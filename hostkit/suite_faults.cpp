@@ -1,13 +1,22 @@
 #include "hostkit/suite_faults.h"
 
+#include <utility>
+
 namespace kvx_hostkit {
 
 void SuiteFaults::FailAt(const std::string& name, int call, int32_t status, bool fromThenOn) {
     const std::lock_guard<std::mutex> lock(mLock);
     Function& function = mFunctions[name];
-    function.failAt = function.calls + call;
+    function.failure = {function.calls + call, fromThenOn};
     function.status = status;
-    function.fromThenOn = fromThenOn;
+}
+
+void SuiteFaults::RunAt(const std::string& name, int call, std::function<void()> action,
+                        bool fromThenOn) {
+    const std::lock_guard<std::mutex> lock(mLock);
+    Function& function = mFunctions[name];
+    function.run = {function.calls + call, fromThenOn};
+    function.action = std::move(action);
 }
 
 void SuiteFaults::Clear() {
@@ -16,13 +25,23 @@ void SuiteFaults::Clear() {
 }
 
 int32_t SuiteFaults::Count(const std::string& name) {
-    const std::lock_guard<std::mutex> lock(mLock);
-    Function& function = mFunctions[name];
-    ++function.calls;
-    const bool fails =
-        function.failAt != 0 && (function.fromThenOn ? function.calls >= function.failAt
-                                                     : function.calls == function.failAt);
-    return fails ? function.status : 0;
+    std::function<void()> action;
+    int32_t status = 0;
+    {
+        const std::lock_guard<std::mutex> lock(mLock);
+        Function& function = mFunctions[name];
+        ++function.calls;
+        if (function.run.IsFor(function.calls)) {
+            action = function.action;
+        }
+        if (function.failure.IsFor(function.calls)) {
+            status = function.status;
+        }
+    }
+    if (action) {
+        action();
+    }
+    return status;
 }
 
 int SuiteFaults::Calls(const std::string& name) const {
