@@ -1,0 +1,29 @@
+// The code between an image and the functions that it imports.
+#pragma once
+
+#include <cstddef>
+
+namespace macho {
+
+class ImportStubs {
+  public:
+    // Room for `count` functions. Throws LoadError.
+    explicit ImportStubs(size_t count);
+    ~ImportStubs();
+
+    ImportStubs(const ImportStubs&) = delete;
+    ImportStubs& operator=(const ImportStubs&) = delete;
+
+    // Code that marks that it has been called and goes on at `target`.
+    const void* Add(char* mark, const void* target);
+
+    // Call when all have been added.
+    void Protect() const;
+
+  private:
+    unsigned char* mMemory = nullptr;
+    size_t mSize = 0;
+    size_t mUsed = 0;
+};
+
+}  // namespace macho

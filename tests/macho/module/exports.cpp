@@ -1,0 +1,30 @@
+// The module's five names. Each is an indirect function: looking it up runs its resolver, and the
+// answer is the address inside the image, of code or of data.
+#include "macho/loader/image.h"
+#include "macho/module/loaded_image.h"
+
+namespace {
+
+using Anything = void (*)();
+
+Anything Find(const char* name) {
+    const macho::Image* const image = macho::LoadedImage();
+    return image == nullptr ? nullptr : reinterpret_cast<Anything>(image->Find(name));
+}
+
+}  // namespace
+
+#define KVX_INDIRECT(name)             \
+    static Anything resolve_##name() { \
+        return Find("_" #name);        \
+    }                                  \
+    __attribute__((visibility("default"), ifunc("resolve_" #name))) void name()
+
+extern "C" {
+
+KVX_INDIRECT(xImportEntry);
+KVX_INDIRECT(AsyncImportEntry);
+KVX_INDIRECT(xMoviePlayable);
+KVX_INDIRECT(fileImportFunctions);
+KVX_INDIRECT(asyncImportFunctions);
+}

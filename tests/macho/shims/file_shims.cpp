@@ -1,0 +1,64 @@
+// Open files.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "macho/shims/error_numbers.h"
+#include "macho/shims/file_records.h"
+#include "macho/shims/shims.h"
+#include "platform/system.h"
+
+namespace macho {
+
+namespace {
+
+int Open(const char* path, int flags, unsigned mode) {
+    int here = 0;
+    if (!OpenFlagsFromMacos(flags, here)) {
+        errno = EINVAL;
+        return -1;
+    }
+    return open(path, here, mode);
+}
+
+int FStat(int descriptor, MacosStat* record) {
+    struct stat here = {};
+    const int result = fstat(descriptor, &here);
+    if (result == 0) {
+        *record = StatForMacos(here);
+    }
+    return result;
+}
+
+enum MacosControl : int {
+    kSetDescriptorFlags = 2,
+    kNoCache = 48,
+};
+
+int FControl(int descriptor, int command, long argument) {
+    switch (command) {
+        case kSetDescriptorFlags:  // FD_CLOEXEC is 1 on both
+            return fcntl(descriptor, F_SETFD, argument);
+        case kNoCache: {
+            // The call here answers a number in place of setting errno.
+            const int error = KVX::Platform::RequestUncachedReads(descriptor);
+            errno = error != 0 ? error : errno;
+            return error != 0 ? -1 : 0;
+        }
+        default:
+            errno = EINVAL;
+            return -1;
+    }
+}
+
+}  // namespace
+
+std::vector<Shim> FileShims() {
+    return {
+        TellingErrors<&close>("_close"),         TellingErrors<&FControl>("_fcntl"),
+        TellingErrors<&FStat>("_fstat$INODE64"), TellingErrors<&lseek>("_lseek"),
+        TellingErrors<&Open>("_open"),           TellingErrors<&pread>("_pread"),
+    };
+}
+
+}  // namespace macho

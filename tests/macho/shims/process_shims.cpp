@@ -1,0 +1,45 @@
+// The process and the machine as a whole.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "macho/shims/error_numbers.h"
+#include "macho/shims/shims.h"
+#include "platform/system.h"
+
+extern "C" int __cxa_atexit(void (*function)(void*), void* argument, void* library);
+
+namespace macho {
+
+namespace {
+
+int SysctlByName(const char* name, void* value, size_t* size, const void* newValue, size_t) {
+    int32_t count = 0;
+    if (std::strcmp(name, "hw.logicalcpu") != 0 || newValue != nullptr) {
+        errno = ENOENT;
+        return -1;
+    }
+    const int error = KVX::Platform::GetLogicalProcessorCount(count);
+    if (error != 0 || *size < sizeof count) {
+        errno = error != 0 ? error : ENOMEM;
+        return -1;
+    }
+    std::memcpy(value, &count, sizeof count);
+    *size = sizeof count;
+    return 0;
+}
+
+}  // namespace
+
+std::vector<Shim> ProcessShims() {
+    return {
+        Function("_OSAtomicAdd32", &OSAtomicAdd32),
+        Function("___cxa_atexit", &__cxa_atexit),
+        Function("_abort", &abort),
+        TellingErrors<&SysctlByName>("_sysctlbyname"),
+    };
+}
+
+}  // namespace macho

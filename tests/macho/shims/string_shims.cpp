@@ -1,0 +1,41 @@
+// Bytes, texts and numbers.
+#include <cmath>
+#include <cstring>
+#include <cwchar>
+
+#include "macho/shims/shims.h"
+
+namespace macho {
+
+namespace {
+
+void Zero(void* memory, size_t size) {
+    std::memset(memory, 0, size);
+}
+
+const void* MemChr(const void* memory, int byte, size_t size) {
+    return std::memchr(memory, byte, size);
+}
+
+const wchar_t* WMemChr(const wchar_t* memory, wchar_t character, size_t size) {
+    return std::wmemchr(memory, character, size);
+}
+
+double Ceil(double value) {
+    return std::ceil(value);
+}
+
+}  // namespace
+
+std::vector<Shim> StringShims() {
+    return {
+        Function("___bzero", &Zero),         Function("_ceil", &Ceil),
+        Function("_memchr", &MemChr),        Function("_memcmp", &std::memcmp),
+        Function("_memcpy", &std::memcpy),   Function("_memmove", &std::memmove),
+        Function("_strcmp", &std::strcmp),   Function("_strlen", &std::strlen),
+        Function("_strncmp", &std::strncmp), Function("_strncpy", &std::strncpy),
+        Function("_strnlen", &strnlen),      Function("_wmemchr", &WMemChr),
+    };
+}
+
+}  // namespace macho
