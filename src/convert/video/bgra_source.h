@@ -28,7 +28,7 @@ struct BGRA8uSource {
     static constexpr int kBytesPerPixel = 4;
 
     static KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {
-        Memory::Prefetch(from + kPrefetchDistance);
+        PrefetchAhead<Memory, kPrefetchDistance>(from);
     }
 
     static KVX_ALWAYS_INLINE RGBWords LoadEight(const char* from) {
@@ -51,7 +51,7 @@ struct BGRA16uSource {
     static constexpr int kBytesPerPixel = 8;
 
     static KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {
-        Memory::Prefetch(from + kPrefetchDistance);
+        PrefetchAhead<Memory, kPrefetchDistance>(from);
     }
 
     static KVX_ALWAYS_INLINE RGBWords LoadEight(const char* from) {
@@ -69,8 +69,7 @@ struct BGRA32fSource {
     static constexpr int kBytesPerPixel = 16;
 
     static KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {
-        Memory::Prefetch(from + kPrefetchDistance);
-        Memory::Prefetch(from + kSecondPrefetchDistance);
+        PrefetchAhead<Memory, kPrefetchDistance, kSecondPrefetchDistance>(from);
     }
 
     static KVX_ALWAYS_INLINE RGBWords LoadEight(const char* from) {

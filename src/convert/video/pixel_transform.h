@@ -87,7 +87,7 @@ struct Transform {
     static constexpr bool kMisalignedSource = (VARIANT & kSourceMisaligned) != 0;
     static constexpr bool kMisalignedDestination = (VARIANT & kDestinationMisaligned) != 0;
     static constexpr size_t kBlockSourceBytes = OUTPUT::kPixels * kSourceBytes;
-    static constexpr size_t kPrefetchDistance = 8 * kBlockSourceBytes;
+    static constexpr int kPrefetchDistance = static_cast<int>(8 * kBlockSourceBytes);
 
     [[gnu::flatten]] static void ConvertRow(const char* from, char* to, size_t width) {
         const size_t blocks = width / OUTPUT::kPixels;
@@ -120,7 +120,7 @@ struct Transform {
 
     template <int BLOCKS, bool FIRST>
     static void ConvertBlocks(const char* from, char* to, ROW& row) {
-        _mm_prefetch(from + kPrefetchDistance, _MM_HINT_NTA);
+        Converter::Video::PrefetchAhead<Converter::Video::AlignedSource, kPrefetchDistance>(from);
         if constexpr (kIsScalar) {
             VEC<1, unsigned int> pixel;
             std::memcpy(&pixel, from, sizeof(pixel));

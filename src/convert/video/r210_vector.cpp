@@ -173,7 +173,7 @@ void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
     StreamRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, written,
                          [width](const char* from, char* to) {
                              for (int x = 0; x < width; x += kStepPixels) {
-                                 Source::Prefetch(from + kPrefetchDistance);
+                                 PrefetchAhead<Source, kPrefetchDistance>(from);
                                  Finish::template Convert<Source>(from, to);
                                  from += kStepPixels * kSourceBytes;
                                  to += kStepPixels * Finish::kBytesPerPixel;
@@ -327,7 +327,7 @@ void CreateFromBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes
     StreamRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, written,
                          [width](const char* from, char* to) {
                              for (int x = 0; x < width; x += Start::kPixels) {
-                                 (Source::Prefetch(from + kPrefetchDistances), ...);
+                                 PrefetchAhead<Source, kPrefetchDistances...>(from);
                                  Start::template Store<Source>(to, from);
                                  from += Start::kPixels * Start::kBytesPerPixel;
                                  to += Start::kPixels * kSourceBytes;

@@ -46,7 +46,7 @@ KVX_ALWAYS_INLINE void ConvertRowInPlanes(const char* from, char* to, ptrdiff_t 
     while (steps > 0) {
         const ptrdiff_t count = steps < PlanarRun::kSteps ? steps : PlanarRun::kSteps;
         for (ptrdiff_t step = 0; step < count; ++step) {
-            Source::Prefetch(from + kPrefetchDistance);
+            PrefetchAhead<Source, kPrefetchDistance>(from);
             run[step] = coefficients.Sum<PlanarPack::kSaturates>(LoadPlanes<Source>(from));
             from += kStepBytes;
         }
@@ -62,7 +62,7 @@ KVX_ALWAYS_INLINE void ConvertRow(const char* from, char* to, ptrdiff_t steps,
                                   const YUVToRGBCoefficients<8>& coefficients) {
     const __m128i zero = _mm_setzero_si128();
     for (; steps > 0; --steps) {
-        Source::Prefetch(from + kPrefetchDistance);
+        PrefetchAhead<Source, kPrefetchDistance>(from);
         for (int half = 0; half < 2; ++half) {
             const __m128i bytes = Source::Load(from + 16 * half);
             Pack::Store(to, coefficients.Sum(LessBlack(_mm_unpacklo_epi8(bytes, zero))));

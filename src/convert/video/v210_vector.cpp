@@ -109,7 +109,7 @@ KVX_ALWAYS_INLINE PlanarYUV LoadPlanes(const char* from) {
 
 template <int... kPrefetchDistances>
 KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {
-    (MisalignedSource::Prefetch(from + kPrefetchDistances), ...);
+    PrefetchAhead<MisalignedSource, kPrefetchDistances...>(from);
 }
 
 template <typename PlanarPack, int... kPrefetchDistances>

@@ -16,7 +16,7 @@ struct AlignedSource {
     static KVX_ALWAYS_INLINE __m128i Load(const char* from) {
         return _mm_load_si128(reinterpret_cast<const __m128i*>(from));
     }
-    static KVX_ALWAYS_INLINE void Prefetch(const char* from) { _mm_prefetch(from, _MM_HINT_NTA); }
+    static KVX_ALWAYS_INLINE const char* Line(const char* from) { return from; }
 };
 
 // A source that lies anywhere. Loads read ahead by whole lines all the same.
@@ -24,11 +24,25 @@ struct MisalignedSource {
     static KVX_ALWAYS_INLINE __m128i Load(const char* from) {
         return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
     }
-    static KVX_ALWAYS_INLINE void Prefetch(const char* from) {
+    static KVX_ALWAYS_INLINE const char* Line(const char* from) {
         const uintptr_t line = reinterpret_cast<uintptr_t>(from) & ~static_cast<uintptr_t>(15);
-        _mm_prefetch(reinterpret_cast<const char*>(line), _MM_HINT_NTA);
+        return reinterpret_cast<const char*>(line);
     }
 };
+
+// Once a step: tells the processor which lines of the source are to be loaded soon.
+//
+// The near hint, at distances that go with the length of a kernel's step, brings lines past the
+// outer caches and leaves those to others. Some processors have their own prefetcher in an outer
+// cache: it sees nothing of such lines and never wakes, and what a near hint has under way is not
+// enough for memory. The far hint, which is for all caches, has lines there in time.
+constexpr int kFarDistance = 1280;
+
+template <typename Source, int... kNearDistances>
+KVX_ALWAYS_INLINE void PrefetchAhead(const char* from) {
+    (_mm_prefetch(Source::Line(from + kNearDistances), _MM_HINT_NTA), ...);
+    _mm_prefetch(from + kFarDistance, _MM_HINT_T0);
+}
 
 // Past the caches: nobody reads a frame again before it has left them.
 KVX_ALWAYS_INLINE void Stream(char* to, __m128i value) {
