@@ -235,25 +235,4 @@ struct PlanarPack32f {
     }
 };
 
-// From load to store a step is a chain of some twenty-five instructions, and few processors look
-// far enough ahead to have two such chains under way. So the sums of a run of steps wait in memory
-// while all of them are made, and then all are packed.
-class PlanarRun {
-  public:
-    static constexpr ptrdiff_t kSteps = 12;  // v210 comes in threes
-
-    PlanarRGB& operator[](ptrdiff_t step) { return mSums[step]; }
-
-    template <typename PlanarPack>
-    KVX_ALWAYS_INLINE void Store(char* to, ptrdiff_t steps) const {
-        for (ptrdiff_t step = 0; step < steps; ++step) {
-            PlanarPack::Store(to, mSums[step]);
-            to += kPlanarPixels * PlanarPack::Pack::kBytesPerPixel;
-        }
-    }
-
-  private:
-    PlanarRGB mSums[kSteps];
-};
-
 }  // namespace KVX::Converter::Video

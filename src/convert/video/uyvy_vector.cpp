@@ -42,17 +42,11 @@ template <typename Source, int kPrefetchDistance, typename PlanarPack>
 KVX_ALWAYS_INLINE void ConvertRowInPlanes(const char* from, char* to, ptrdiff_t steps,
                                           const PlanarCoefficients& coefficients) {
     constexpr ptrdiff_t kStoredBytes = kStepPixels * PlanarPack::Pack::kBytesPerPixel;
-    PlanarRun run;
-    while (steps > 0) {
-        const ptrdiff_t count = steps < PlanarRun::kSteps ? steps : PlanarRun::kSteps;
-        for (ptrdiff_t step = 0; step < count; ++step) {
-            PrefetchAhead<Source, kPrefetchDistance>(from);
-            run[step] = coefficients.Sum<PlanarPack::kSaturates>(LoadPlanes<Source>(from));
-            from += kStepBytes;
-        }
-        run.Store<PlanarPack>(to, count);
-        to += count * kStoredBytes;
-        steps -= count;
+    for (; steps > 0; --steps) {
+        PrefetchAhead<Source, kPrefetchDistance>(from);
+        PlanarPack::Store(to, coefficients.Sum<PlanarPack::kSaturates>(LoadPlanes<Source>(from)));
+        from += kStepBytes;
+        to += kStoredBytes;
     }
 }
 

@@ -107,6 +107,12 @@ KVX_ALWAYS_INLINE PlanarYUV LoadPlanes(const char* from) {
             luma(_mm_unpacklo_epi64(lumaAB, lumaCD)), luma(_mm_unpackhi_epi64(lumaAB, lumaCD))};
 }
 
+template <typename PlanarPack, int kFirstRun>
+KVX_ALWAYS_INLINE void ConvertSixteen(const char* from, char* to,
+                                      const PlanarCoefficients& coefficients) {
+    PlanarPack::Store(to, coefficients.Sum<PlanarPack::kSaturates>(LoadPlanes<kFirstRun>(from)));
+}
+
 template <int... kPrefetchDistances>
 KVX_ALWAYS_INLINE void PrefetchGroup(const char* from) {
     PrefetchAhead<MisalignedSource, kPrefetchDistances...>(from);
@@ -123,22 +129,15 @@ void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
     const bool planarFits = planar.Fits();
 
     const auto convertGroups = [&](const char* from, char* to, ptrdiff_t groups) {
-        PlanarRun run;
-        while (planarFits && groups >= 2) {
-            // Two groups are three steps of sixteen pixels.
-            ptrdiff_t steps = 0;
-            for (; steps < PlanarRun::kSteps && groups >= 2; steps += 3) {
-                constexpr bool kSaturates = PlanarPack::kSaturates;
-                PrefetchGroup<kPrefetchDistances...>(from);
-                run[steps] = planar.Sum<kSaturates>(LoadPlanes<0>(from));
-                PrefetchGroup<kPrefetchDistances...>(from + kGroupBytes);
-                run[steps + 1] = planar.Sum<kSaturates>(LoadPlanes<1>(from + 32));
-                run[steps + 2] = planar.Sum<kSaturates>(LoadPlanes<2>(from + 64));
-                from += 2 * kGroupBytes;
-                groups -= 2;
-            }
-            run.Store<PlanarPack>(to, steps);
-            to += steps * kStoredStepBytes;
+        // Two groups are three steps of sixteen pixels.
+        for (; planarFits && groups >= 2; groups -= 2) {
+            PrefetchGroup<kPrefetchDistances...>(from);
+            ConvertSixteen<PlanarPack, 0>(from, to, planar);
+            PrefetchGroup<kPrefetchDistances...>(from + kGroupBytes);
+            ConvertSixteen<PlanarPack, 1>(from + 32, to + kStoredStepBytes, planar);
+            ConvertSixteen<PlanarPack, 2>(from + 64, to + 2 * kStoredStepBytes, planar);
+            from += 2 * kGroupBytes;
+            to += 2 * kStoredGroupBytes;
         }
         for (; groups > 0; --groups) {
             PrefetchGroup<kPrefetchDistances...>(from);
