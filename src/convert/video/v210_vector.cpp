@@ -58,7 +58,7 @@ KVX_ALWAYS_INLINE void ConvertTwelve(const char* from, char* to, const Coefficie
 // Where the samples of two pairs lie in sixteen bytes: each in two of them, at one of three places.
 struct RunBytes {
     signed char mFirst[8];  // the first byte of U U V V Y0 Y0 Y1 Y1
-    short mFactors[8];
+    short mFactors[8];      // that move a sample to the top of its word
 };
 
 // Two pairs at a time, of the three ways in which they lie in the file: the beginning of a block of
@@ -69,7 +69,7 @@ constexpr RunBytes kRuns[3] = {
     {{5, 10, 8, 13, 6, 12, 9, 14}, {kMiddle, kHigh, kLow, kMiddle, kHigh, kLow, kMiddle, kHigh}},
 };
 
-// U U V V Y0 Y0 Y1 Y1, each at the top of its word, with other bits below.
+// U U V V, times 64, and Y0 Y0 Y1 Y1, times 32.
 template <int kRun>
 KVX_ALWAYS_INLINE __m128i TakePlanarRun(const char* from) {
     constexpr const signed char(&b)[8] = kRuns[kRun].mFirst;
@@ -77,8 +77,13 @@ KVX_ALWAYS_INLINE __m128i TakePlanarRun(const char* from) {
     const __m128i bytes =
         _mm_setr_epi8(b[0], b[0] + 1, b[1], b[1] + 1, b[2], b[2] + 1, b[3], b[3] + 1, b[4],
                       b[4] + 1, b[5], b[5] + 1, b[6], b[6] + 1, b[7], b[7] + 1);
-    const __m128i factors = _mm_setr_epi16(f[0], f[1], f[2], f[3], f[4], f[5], f[6], f[7]);
-    return _mm_mullo_epi16(_mm_shuffle_epi8(LoadWords(from), bytes), factors);
+    const auto mask = [](short factor) { return static_cast<short>((0x3FF << 6) / factor); };
+    const __m128i masks = _mm_setr_epi16(mask(f[0]), mask(f[1]), mask(f[2]), mask(f[3]), mask(f[4]),
+                                         mask(f[5]), mask(f[6]), mask(f[7]));
+    const __m128i factors =
+        _mm_setr_epi16(f[0], f[1], f[2], f[3], f[4] / 2, f[5] / 2, f[6] / 2, f[7] / 2);
+    const __m128i samples = _mm_and_si128(_mm_shuffle_epi8(LoadWords(from), bytes), masks);
+    return _mm_mullo_epi16(samples, factors);
 }
 
 // Sixteen pixels from four runs, the first of which is of kind kFirstRun.
@@ -94,12 +99,10 @@ KVX_ALWAYS_INLINE PlanarYUV LoadPlanes(const char* from) {
     const __m128i chromaCD = _mm_unpacklo_epi32(c, d);
     const __m128i lumaAB = _mm_unpackhi_epi32(a, b);
     const __m128i lumaCD = _mm_unpackhi_epi32(c, d);
-    const auto chroma = [](__m128i words) {
-        return _mm_sub_epi16(_mm_and_si128(words, _mm_set1_epi16(static_cast<short>(0xFFC0))),
-                             _mm_set1_epi16(static_cast<short>(0x8000)));
+    const auto chroma = [](__m128i times64) {
+        return _mm_sub_epi16(times64, _mm_set1_epi16(static_cast<short>(512 << 6)));
     };
-    const auto luma = [](__m128i words) {
-        const __m128i times32 = _mm_and_si128(_mm_srli_epi16(words, 1), _mm_set1_epi16(0x7FE0));
+    const auto luma = [](__m128i times32) {
         return _mm_sub_epi16(times32, _mm_set1_epi16(64 << 5));
     };
     return {chroma(_mm_unpacklo_epi64(chromaAB, chromaCD)),
