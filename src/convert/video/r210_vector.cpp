@@ -200,13 +200,14 @@ struct YUVSource {
     }
 
   private:
-    // Both components moved to bits 13-4, where R is already.
+    // Both components moved to bits 13-4, where R is already, times the arithmetic's factor.
     static KVX_ALWAYS_INLINE __m128i LoadBG(__m128i pixels) {
         const __m128i kBG = _mm_setr_epi8(3, 2, 2, 1, 7, 6, 6, 5, 11, 10, 10, 9, 15, 14, 14, 13);
         const __m128i components = _mm_and_si128(_mm_shuffle_epi8(pixels, kBG),
                                                  _mm_set1_epi32(kRawMaskG << 16 | kRawMaskB));
-        return _mm_mullo_epi16(
-            components, _mm_set1_epi32((1 << (kRawShiftR - kRawShiftG)) << 16 | 1 << kRawShiftR));
+        constexpr int kFactorB = Arithmetic::kBGFactor << kRawShiftR;
+        constexpr int kFactorG = Arithmetic::kBGFactor << (kRawShiftR - kRawShiftG);
+        return _mm_mullo_epi16(components, _mm_set1_epi32(kFactorG << 16 | kFactorB));
     }
 };
 

@@ -13,7 +13,8 @@ namespace KVX::Converter::Video {
 constexpr int kYUVGroupPixels = 24;
 constexpr int kYUVGroupEights = kYUVGroupPixels / 8;
 
-// Eight pixels, each component a 14-bit number in a word of 16 bits.
+// Eight pixels, each component a 14-bit number in a word of 16 bits; B and G are kBGFactor times as
+// much where an arithmetic wants them so.
 struct RGBWords {
     __m128i mBG[2];  // B and G in turn, four pixels each
     __m128i mR;
@@ -81,9 +82,27 @@ struct YUVLevels {
 
 // Words of up to 15 bits, and any matrix.
 struct WideArithmetic {
+    static constexpr int kBGFactor = 1;
+
     static KVX_ALWAYS_INLINE __m128i Mean(__m128i a, __m128i b) {
         return _mm_srli_epi16(_mm_add_epi16(a, b), 1);
     }
+
+    static KVX_ALWAYS_INLINE __m128i LumaOfBG(const __m128i (&bg)[2],
+                                              const RGBToYUVCoefficients& coefficients) {
+        const auto weigh = [&coefficients](__m128i words) {
+            return _mm_srli_epi32(_mm_madd_epi16(words, coefficients.mYFromBG), 15);
+        };
+        return _mm_packs_epi32(weigh(bg[0]), weigh(bg[1]));
+    }
+
+    static KVX_ALWAYS_INLINE __m128i ChromaOfBG(__m128i bg,
+                                                const RGBToYUVCoefficients& coefficients) {
+        return TakeTurns(
+            _mm_packs_epi32(_mm_srai_epi32(_mm_madd_epi16(bg, coefficients.mCbFromBG), 15),
+                            _mm_srai_epi32(_mm_madd_epi16(bg, coefficients.mCrFromBG), 15)));
+    }
+
     static KVX_ALWAYS_INLINE __m128i PrepareR(__m128i r) { return r; }
 
     static KVX_ALWAYS_INLINE __m128i LumaOfR(__m128i r, const RGBToYUVCoefficients& coefficients) {
@@ -113,13 +132,33 @@ struct WideArithmetic {
 };
 
 // Words of 14 bits whose two lowest bits are clear: both means that the filter takes are whole. A
-// product of R doubled is had shifted by 15, if it is not negative where it makes luma.
+// product of R doubled is had shifted by 15, if it is not negative where it makes luma. With B and
+// G doubled as well, their sums stand in the upper halves of double words, as words.
 struct NarrowArithmetic {
+    static constexpr int kBGFactor = 2;
+
     static bool Fits(const RGBToYUVCoefficients& coefficients) {
         return _mm_extract_epi16(coefficients.mYFromR, 0) < 0x8000;
     }
 
     static KVX_ALWAYS_INLINE __m128i Mean(__m128i a, __m128i b) { return _mm_avg_epu16(a, b); }
+
+    static KVX_ALWAYS_INLINE __m128i LumaOfBG(const __m128i (&bg)[2],
+                                              const RGBToYUVCoefficients& coefficients) {
+        const auto weigh = [&coefficients](__m128i words) {
+            return _mm_srli_epi32(_mm_madd_epi16(words, coefficients.mYFromBG), 16);
+        };
+        return _mm_packs_epi32(weigh(bg[0]), weigh(bg[1]));
+    }
+
+    static KVX_ALWAYS_INLINE __m128i ChromaOfBG(__m128i bg,
+                                                const RGBToYUVCoefficients& coefficients) {
+        const __m128i cb = _mm_madd_epi16(bg, coefficients.mCbFromBG);
+        const __m128i cr = _mm_madd_epi16(bg, coefficients.mCrFromBG);
+        const __m128i upperHalves = _mm_set1_epi32(static_cast<int>(0xFFFF0000));
+        return _mm_or_si128(_mm_srli_epi32(cb, 16), _mm_and_si128(cr, upperHalves));
+    }
+
     static KVX_ALWAYS_INLINE __m128i PrepareR(__m128i r) { return _mm_add_epi16(r, r); }
 
     static KVX_ALWAYS_INLINE __m128i LumaOfR(__m128i r, const RGBToYUVCoefficients& coefficients) {
@@ -147,18 +186,12 @@ class RGBToYUV {
 
     KVX_ALWAYS_INLINE YUVWords Convert(const RGBWords& rgb) {
         const __m128i r = Arithmetic::PrepareR(rgb.mR);
-        return {Levels::Luma(_mm_add_epi16(LumaOfBG(rgb), Arithmetic::LumaOfR(r, mCoefficients))),
+        return {Levels::Luma(_mm_add_epi16(Arithmetic::LumaOfBG(rgb.mBG, mCoefficients),
+                                           Arithmetic::LumaOfR(r, mCoefficients))),
                 Levels::Chroma(_mm_add_epi16(ChromaOfBG(rgb), ChromaOfR(r)))};
     }
 
   private:
-    KVX_ALWAYS_INLINE __m128i LumaOfBG(const RGBWords& rgb) const {
-        const auto weigh = [this](__m128i bg) {
-            return _mm_srli_epi32(_mm_madd_epi16(bg, mCoefficients.mYFromBG), 15);
-        };
-        return _mm_packs_epi32(weigh(rgb.mBG[0]), weigh(rgb.mBG[1]));
-    }
-
     // Means of each pixel with the one to its left, then of an even one with the next.
     KVX_ALWAYS_INLINE __m128i ChromaOfBG(const RGBWords& rgb) {
         const __m128i means0 =
@@ -168,9 +201,7 @@ class RGBToYUV {
         mLeftBG = rgb.mBG[1];
         const __m128i bg =
             Arithmetic::Mean(TakeDwords<0, 2>(means0, means1), TakeDwords<1, 3>(means0, means1));
-        return WideArithmetic::TakeTurns(
-            _mm_packs_epi32(_mm_srai_epi32(_mm_madd_epi16(bg, mCoefficients.mCbFromBG), 15),
-                            _mm_srai_epi32(_mm_madd_epi16(bg, mCoefficients.mCrFromBG), 15)));
+        return Arithmetic::ChromaOfBG(bg, mCoefficients);
     }
 
     KVX_ALWAYS_INLINE __m128i ChromaOfR(__m128i r) {
