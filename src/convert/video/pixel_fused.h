@@ -1,5 +1,5 @@
-// A chain in fewer steps than its stages take one by one. It is the one that the host's 10-bit RGB
-// goes through, and it has to keep up with memory.
+// Chains to 10-bit RGB in fewer steps than their stages take one by one. The results are the same
+// to the bit. One of them is what the host's 10-bit RGB goes through.
 #pragma once
 
 #include <tmmintrin.h>
@@ -11,31 +11,25 @@
 
 namespace KVX::PixelConversion {
 
-// The stages have a 32-bit lane for each component, half of it empty. Here two share a lane: R and
-// B of a pixel, at their places in the byte-swapped word (R is 16 times its level there), and G of
-// a pixel and of the one four further. The results are the same to the bit.
-template <>
-struct BIND3<UNPACK_R210_TO_RGBv4, RGBv4_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv4_TO_R10KLE> : STAGE {
-    using OUTPUT = PACK_RGBv4_TO_R10KLE::OUTPUT;
-    static constexpr int kBlocksAtOnce = 2;
+namespace details {
 
-    template <bool MISALIGNED, bool FIRST, typename In>
-    static auto apply(const In& in) {
-        if constexpr (In::kPixels == 8) {
-            const __m128i low = details::LoadPixels<MISALIGNED>(in.pixels);
-            const __m128i high = details::LoadPixels<MISALIGNED>(in.pixels + 16);
-            const __m128i g = StretchG(low, high);
-            // Each half of the lanes by itself, moved to bits 21-12.
-            const __m128i gLow = _mm_madd_epi16(g, FourLanes(1 << 12));
-            const __m128i gHigh = _mm_madd_epi16(g, FourLanes(1 << 12 << 16));
-            return BLOCK<2, PACKED>{
-                {{_mm_or_si128(StretchRB(low), gLow)}, {_mm_or_si128(StretchRB(high), gHigh)}},
-                in.row};
-        } else {
-            using ONE_BY_ONE = BIND<UNPACK_R210_TO_RGBv4,
-                                    BIND<RGBv4_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv4_TO_R10KLE>>;
-            return ONE_BY_ONE::template apply<MISALIGNED, FIRST>(in);
-        }
+// Stretched levels of eight pixels, as PackR10K has them. The stages have a 32-bit lane for each
+// component, half of it empty. Here two share a lane: R and B of a pixel, at their places in the
+// byte-swapped word (R is 16 times its level there), and G of a pixel and of the one four further.
+class StretchToR10K {
+  public:
+    // Hands each half to `finish` for its last steps.
+    template <bool MISALIGNED, typename In, typename Finish>
+    static auto Convert(const In& in, Finish finish) {
+        const __m128i low = LoadPixels<MISALIGNED>(in.pixels);
+        const __m128i high = LoadPixels<MISALIGNED>(in.pixels + 16);
+        const __m128i g = StretchG(low, high);
+        // Each half of the lanes by itself, moved to bits 21-12.
+        const __m128i gLow = _mm_madd_epi16(g, FourLanes(1 << 12));
+        const __m128i gHigh = _mm_madd_epi16(g, FourLanes(1 << 12 << 16));
+        return BLOCK<2, PACKED>{{{finish(_mm_or_si128(StretchRB(low), gLow))},
+                                 {finish(_mm_or_si128(StretchRB(high), gHigh))}},
+                                in.row};
     }
 
   private:
@@ -45,7 +39,7 @@ struct BIND3<UNPACK_R210_TO_RGBv4, RGBv4_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv4_T
     // The factor of the stretching, 38155 / 32768, less one: 10774 / 65536. A level times 16 keeps
     // four bits of fraction, which go after the limit.
     static __m128i StretchRB(__m128i pixels) {
-        const __m128i levels = _mm_and_si128(details::SwapBytes(pixels), RB(0x3FF, 0x3FF));
+        const __m128i levels = _mm_and_si128(SwapBytes(pixels), RB(0x3FF, 0x3FF));
         const __m128i aboveBlack = _mm_subs_epu16(levels, RB(64, 64));
         const __m128i stretched =
             _mm_add_epi16(aboveBlack, _mm_mulhi_epu16(aboveBlack, EightLanes(10774)));
@@ -67,5 +61,85 @@ struct BIND3<UNPACK_R210_TO_RGBv4, RGBv4_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv4_T
         return _mm_min_epi16(stretched, v8i_0x3ff);
     }
 };
+
+// Eight pixels go through `kFinish` after the stretching, blocks by themselves through the stages.
+template <typename ONE_BY_ONE, __m128i (*kFinish)(__m128i r10k)>
+struct STRETCHED_R10K : STAGE {
+    using OUTPUT = typename ONE_BY_ONE::OUTPUT;
+    static constexpr int kBlocksAtOnce = 8 / OUTPUT::kPixels;
+
+    template <bool MISALIGNED, bool FIRST, typename In>
+    static auto apply(const In& in) {
+        if constexpr (In::kPixels == 8) {
+            return StretchToR10K::Convert<MISALIGNED>(in, kFinish);
+        } else {
+            return ONE_BY_ONE::template apply<MISALIGNED, FIRST>(in);
+        }
+    }
+};
+
+inline __m128i AsItIs(__m128i r10k) {
+    return r10k;
+}
+
+inline __m128i SwapAndPad(__m128i r10k) {
+    return _mm_or_si128(SwapBytes(r10k), v4i_r10kpaddingbe);
+}
+
+inline __m128i ToR210(__m128i r10k) {
+    return SwapBytes(_mm_srli_epi32(r10k, 2));
+}
+
+// Levels that stay as they are have only their place to change: two bits up, which pushes out the
+// two unused ones.
+template <typename PACK, __m128i (*kFinish)(__m128i r10k)>
+struct MOVED_TO_R10K : STAGE {
+    using OUTPUT = typename PACK::OUTPUT;
+    static constexpr int kBlocksAtOnce = 2;
+
+    template <bool MISALIGNED, bool FIRST, typename In>
+    static auto apply(const In& in) {
+        return MakeBlock<In::kPixels / 4>(in.row, [&](auto i) {
+            const __m128i words = SwapBytes(LoadPixels<MISALIGNED>(in.pixels + 16 * i));
+            return PACKED{kFinish(_mm_slli_epi32(words, 2))};
+        });
+    }
+};
+
+}  // namespace details
+
+template <>
+struct BIND3<UNPACK_R210_TO_RGBv4, RGBv4_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv4_TO_R10KLE>
+    : details::STRETCHED_R10K<
+          BIND<UNPACK_R210_TO_RGBv4, BIND<RGBv4_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv4_TO_R10KLE>>,
+          details::AsItIs> {};
+
+template <>
+struct BIND3<UNPACK_R210_TO_RGBv4, RGBv4_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv4_TO_R10KBE>
+    : details::STRETCHED_R10K<
+          BIND<UNPACK_R210_TO_RGBv4, BIND<RGBv4_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv4_TO_R10KBE>>,
+          details::SwapBytes> {};
+
+template <>
+struct BIND4<UNPACK_R210_TO_RGBv4, RGBv4_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv4_TO_R10KBE,
+             PAD_R10KBE_WITH_1>
+    : details::STRETCHED_R10K<
+          BIND<UNPACK_R210_TO_RGBv4,
+               BIND3<RGBv4_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv4_TO_R10KBE, PAD_R10KBE_WITH_1>>,
+          details::SwapAndPad> {};
+
+template <>
+struct BIND3<UNPACK_R210_TO_RGBv8, RGBv8_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv8_TO_R210>
+    : details::STRETCHED_R10K<
+          BIND<UNPACK_R210_TO_RGBv8, BIND<RGBv8_STUDIO_TO_COMPUTER<10, 0>, PACK_RGBv8_TO_R210>>,
+          details::ToR210> {};
+
+template <>
+struct BIND<UNPACK_R210_TO_RGBv4, PACK_RGBv4_TO_R10KLE>
+    : details::MOVED_TO_R10K<PACK_RGBv4_TO_R10KLE, details::AsItIs> {};
+
+template <>
+struct BIND<UNPACK_R210_TO_RGBv4, PACK_RGBv4_TO_R10KBE>
+    : details::MOVED_TO_R10K<PACK_RGBv4_TO_R10KBE, details::SwapBytes> {};
 
 }  // namespace KVX::PixelConversion

@@ -186,24 +186,20 @@ struct PACK_RGBA_TO_RGB : STAGE {
 
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
-        const __m128i run0 = TwelveBytes(in.v[0].v);
-        const __m128i run1 = TwelveBytes(in.v[1].v);
-        const __m128i run2 = TwelveBytes(in.v[2].v);
-        const __m128i run3 = TwelveBytes(in.v[3].v);
-        return BLOCK<3, PACKED>{{{_mm_or_si128(run0, _mm_slli_si128(run1, 12))},
-                                 {_mm_or_si128(_mm_srli_si128(run1, 4), _mm_slli_si128(run2, 8))},
-                                 {_mm_or_si128(_mm_srli_si128(run2, 8), _mm_slli_si128(run3, 4))}},
+        // The colour bytes of four pixels, each part of them where it is when two of these twelve
+        // bytes stand behind one another and sixteen are taken from there.
+        const __m128i run0 = _mm_shuffle_epi8(
+            in.v[0].v, _mm_setr_epi8(-1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14));
+        const __m128i run1 = _mm_shuffle_epi8(
+            in.v[1].v, _mm_setr_epi8(0, 1, 2, 4, -1, -1, -1, -1, 5, 6, 8, 9, 10, 12, 13, 14));
+        const __m128i run2 = _mm_shuffle_epi8(
+            in.v[2].v, _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, -1, -1, -1, -1, 10, 12, 13, 14));
+        const __m128i run3 = _mm_shuffle_epi8(
+            in.v[3].v, _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+        return BLOCK<3, PACKED>{{{_mm_alignr_epi8(run1, run0, 4)},
+                                 {_mm_alignr_epi8(run2, run1, 8)},
+                                 {_mm_alignr_epi8(run3, run2, 12)}},
                                 in.row};
-    }
-
-  private:
-    static __m128i TwelveBytes(__m128i rgba) {
-        using namespace details;
-        const __m128i p0 = _mm_and_si128(rgba, v4i_mask_p0);
-        const __m128i p1 = _mm_srli_si128(_mm_and_si128(rgba, v4i_mask_p1), 1);
-        const __m128i p2 = _mm_srli_si128(_mm_and_si128(rgba, v4i_mask_p2), 2);
-        const __m128i p3 = _mm_srli_si128(_mm_and_si128(rgba, v4i_mask_p3), 3);
-        return _mm_or_si128(_mm_or_si128(p0, p1), _mm_or_si128(p2, p3));
     }
 };
 

@@ -1,0 +1,171 @@
+// Chains to 8-bit RGB in fewer steps than their stages take one by one. The results are the same to
+// the bit.
+#pragma once
+
+#include <tmmintrin.h>
+
+#include "convert/video/pixel_constants.h"
+#include "convert/video/pixel_stages_rgb.h"
+#include "convert/video/pixel_transform.h"
+#include "convert/video/pixel_values.h"
+
+namespace KVX::PixelConversion {
+
+namespace details {
+
+// Stretched levels of eight pixels, a byte each, in one of the orders that pixels have. Two
+// components share a 32-bit lane, with R 16 times its level; G has words of its own. What is above
+// a component goes with a multiplication or a mask.
+//
+// 38155 / 2^15 of a level is truncated, and then a quarter of that: the same as 38155 / 2^17 once.
+class StretchToBytes {
+  public:
+    struct Halves {
+        __m128i low;
+        __m128i high;
+    };
+
+    // B, G, R and A of each pixel; R, G, B and A; A, R, G and B.
+    static Halves BGRA(__m128i low, __m128i high) {
+        return Interleave(Two<kBR>(low, high), GAndAlpha(low, high));
+    }
+    static Halves RGBA(__m128i low, __m128i high) {
+        return Interleave(Two<kRB>(low, high), GAndAlpha(low, high));
+    }
+    static Halves ARGB(__m128i low, __m128i high) {
+        return Interleave(AlphaAndG(low, high), Two<kRB>(low, high));
+    }
+
+  private:
+    static constexpr int kFactor = 38155;
+    static constexpr int kBlack = 64;
+    static constexpr int kWhite = 255;
+
+    // The two components of a lane in this order, each as where its bytes are in the source and how
+    // far it is from the top of its word.
+    struct Pair {
+        int firstByte;
+        int firstShift;
+        int secondByte;
+        int secondShift;
+    };
+    static constexpr Pair kRB = {1, 2, 3, 6};
+    static constexpr Pair kBR = {3, 6, 1, 2};
+
+    static Halves Interleave(__m128i a, __m128i b) {
+        return {_mm_unpacklo_epi8(a, b), _mm_unpackhi_epi8(a, b)};
+    }
+
+    template <const Pair& kPair>
+    static __m128i Two(__m128i low, __m128i high) {
+        return _mm_packus_epi16(Stretch<kPair>(low), Stretch<kPair>(high));
+    }
+
+    // From 0 to 279.
+    template <const Pair& kPair>
+    static __m128i Stretch(__m128i pixels) {
+        constexpr char a = kPair.firstByte;
+        constexpr char b = kPair.secondByte;
+        const __m128i words = _mm_shuffle_epi8(
+            pixels, _mm_setr_epi8(a, a - 1, b, b - 1, a + 4, a + 3, b + 4, b + 3, a + 8, a + 7,
+                                  b + 8, b + 7, a + 12, a + 11, b + 12, b + 11));
+        const __m128i highest = _mm_mullo_epi16(
+            words, FourLanes(1U << kPair.secondShift << 16 | 1U << kPair.firstShift));
+        const __m128i levels = _mm_and_si128(highest, EightLanes(0x3FF << 6));
+        const __m128i aboveBlack = _mm_subs_epu16(levels, EightLanes(kBlack << 6));
+        return _mm_srli_epi16(_mm_mulhi_epu16(aboveBlack, EightLanes(kFactor)), 6 + 1);
+    }
+
+    // Bytes 1 and 2 of each pixel have four times G between bits of its neighbours. What comes is
+    // eight times the result, with a fraction.
+    static __m128i StretchG(__m128i low, __m128i high) {
+        const __m128i kLow =
+            _mm_setr_epi8(2, 1, 6, 5, 10, 9, 14, 13, -1, -1, -1, -1, -1, -1, -1, -1);
+        const __m128i kHigh =
+            _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, 2, 1, 6, 5, 10, 9, 14, 13);
+        const __m128i words =
+            _mm_or_si128(_mm_shuffle_epi8(low, kLow), _mm_shuffle_epi8(high, kHigh));
+        const __m128i levels = _mm_and_si128(words, EightLanes(0x3FF << 2));
+        const __m128i aboveBlack = _mm_subs_epu16(levels, EightLanes(kBlack << 2));
+        const __m128i stretched = _mm_mulhi_epu16(aboveBlack, EightLanes(kFactor));
+        return _mm_min_epi16(stretched, EightLanes(kWhite << 3 | 7));
+    }
+
+    static __m128i GAndAlpha(__m128i low, __m128i high) {
+        return _mm_or_si128(_mm_srli_epi16(StretchG(low, high), 3), EightLanes(0xFF00));
+    }
+
+    // Alpha covers the fraction.
+    static __m128i AlphaAndG(__m128i low, __m128i high) {
+        return _mm_or_si128(_mm_slli_epi16(StretchG(low, high), 5), EightLanes(0x00FF));
+    }
+};
+
+// `kConvert` for every eight pixels.
+template <bool MISALIGNED, typename In>
+auto ConvertEights(const In& in, StretchToBytes::Halves (*convert)(__m128i low, __m128i high)) {
+    return MakeBlock<In::kPixels / 4>(in.row, [&](auto i) {
+        constexpr int kEight = decltype(i)::value / 2 * 32;
+        const auto halves = convert(LoadPixels<MISALIGNED>(in.pixels + kEight),
+                                    LoadPixels<MISALIGNED>(in.pixels + kEight + 16));
+        return PACKED{decltype(i)::value % 2 == 0 ? halves.low : halves.high};
+    });
+}
+
+// Blocks by themselves go through the stages.
+template <typename ONE_BY_ONE, StretchToBytes::Halves (*kConvert)(__m128i low, __m128i high)>
+struct STRETCHED_BYTES : STAGE {
+    using OUTPUT = typename ONE_BY_ONE::OUTPUT;
+    static constexpr int kBlocksAtOnce = 8 / OUTPUT::kPixels;
+
+    template <bool MISALIGNED, bool FIRST, typename In>
+    static auto apply(const In& in) {
+        if constexpr (In::kPixels == 8) {
+            return ConvertEights<MISALIGNED>(in, kConvert);
+        } else {
+            return ONE_BY_ONE::template apply<MISALIGNED, FIRST>(in);
+        }
+    }
+};
+
+// What the chains to 8 bits have in common, to the stage that packs.
+template <typename PACK>
+using TO_BYTES =
+    BIND<UNPACK_R210_TO_RGBv4, BIND3<RGBv4_STUDIO_TO_COMPUTER<10, 0>, RGBv4_BITDEPTH<-2>, PACK>>;
+
+}  // namespace details
+
+template <>
+struct BIND4<UNPACK_R210_TO_RGBv4, RGBv4_STUDIO_TO_COMPUTER<10, 0>, RGBv4_BITDEPTH<-2>,
+             PACK_RGBv4_TO_ARGB> : details::STRETCHED_BYTES<details::TO_BYTES<PACK_RGBv4_TO_ARGB>,
+                                                            details::StretchToBytes::ARGB> {};
+
+template <>
+struct BIND4<UNPACK_R210_TO_RGBv4, RGBv4_STUDIO_TO_COMPUTER<10, 0>, RGBv4_BITDEPTH<-2>,
+             PACK_RGBv4_TO_RGBA> : details::STRETCHED_BYTES<details::TO_BYTES<PACK_RGBv4_TO_RGBA>,
+                                                            details::StretchToBytes::RGBA> {};
+
+template <>
+struct BIND4<UNPACK_R210_TO_RGBv8, RGBv8_STUDIO_TO_COMPUTER<10, 0>, RGBv8_BITDEPTH<-2>,
+             PACK_RGBv8_TO_BGRA> : STAGE {
+    using OUTPUT = PACK_RGBv8_TO_BGRA::OUTPUT;
+
+    template <bool MISALIGNED, bool FIRST, typename In>
+    static auto apply(const In& in) {
+        return details::ConvertEights<MISALIGNED>(in, details::StretchToBytes::BGRA);
+    }
+};
+
+template <>
+struct BIND4<UNPACK_R210_TO_RGBv4, RGBv4_STUDIO_TO_COMPUTER<10, 0>, RGBv4_BITDEPTH<-2>,
+             BIND<PACK_RGBv4_TO_RGBA, PACK_RGBA_TO_RGB>> : STAGE {
+    using OUTPUT = PACK_RGBA_TO_RGB::OUTPUT;
+
+    template <bool MISALIGNED, bool FIRST, typename In>
+    static auto apply(const In& in) {
+        return PACK_RGBA_TO_RGB::template apply<MISALIGNED, FIRST>(
+            details::ConvertEights<MISALIGNED>(in, details::StretchToBytes::RGBA));
+    }
+};
+
+}  // namespace KVX::PixelConversion
