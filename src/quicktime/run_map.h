@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
-#include <map>
 #include <memory>
 #include <new>
+#include <stdexcept>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -63,14 +64,24 @@ class RunMap {
     using key_type = long long;
     using mapped_type = Value;
     using value_type = std::pair<long long, Value>;
+    using size_type = size_t;
+    using difference_type = ptrdiff_t;
+    using reference = const value_type&;
+    using const_reference = const value_type&;
     using const_iterator =
         typename std::vector<value_type, TableAllocator<value_type>>::const_iterator;
     using iterator = const_iterator;
+    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+    using reverse_iterator = const_reverse_iterator;
 
     const_iterator begin() const { return mEntries.begin(); }
     const_iterator end() const { return mEntries.end(); }
-    auto rbegin() const { return mEntries.rbegin(); }
-    auto rend() const { return mEntries.rend(); }
+    const_iterator cbegin() const { return begin(); }
+    const_iterator cend() const { return end(); }
+    const_reverse_iterator rbegin() const { return mEntries.rbegin(); }
+    const_reverse_iterator rend() const { return mEntries.rend(); }
+    const_reverse_iterator crbegin() const { return rbegin(); }
+    const_reverse_iterator crend() const { return rend(); }
     size_t size() const { return mEntries.size(); }
     bool empty() const { return mEntries.empty(); }
     void clear() {
@@ -93,6 +104,18 @@ class RunMap {
         return entry != end() && entry->first == key ? entry : end();
     }
     size_t count(long long key) const { return find(key) == end() ? 0 : 1; }
+    std::pair<const_iterator, const_iterator> equal_range(long long key) const {
+        return {lower_bound(key), upper_bound(key)};
+    }
+
+    // Throws std::out_of_range for a key that is not there.
+    const Value& at(long long key) const {
+        const const_iterator entry = find(key);
+        if (entry == end()) {
+            throw std::out_of_range("no run begins there");
+        }
+        return entry->second;
+    }
 
     // The entry with the greatest key not above `key`; the first entry for a key below all of them,
     // which only a file that contradicts itself asks for. The map must not be empty.
@@ -154,21 +177,29 @@ class RunMap {
     }
 };
 
-template <typename Value>
-bool operator==(const RunMap<Value>& a, const RunMap<Value>& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end());
-}
-
-template <typename Value, typename... Others>
-bool operator==(const RunMap<Value>& a, const std::map<Others...>& b) {
+// Equal to any ordered map that holds the same values under the same keys.
+template <typename Value, typename Map, typename = typename Map::mapped_type>
+bool operator==(const RunMap<Value>& a, const Map& b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
         return x.first == y.first && x.second == y.second;
     });
 }
 
-template <typename Value, typename... Others>
-bool operator==(const std::map<Others...>& a, const RunMap<Value>& b) {
+template <typename Value, typename Map, typename = typename Map::mapped_type>
+bool operator!=(const RunMap<Value>& a, const Map& b) {
+    return !(a == b);
+}
+
+template <typename Value, typename Map, typename = typename Map::mapped_type>
+std::enable_if_t<!std::is_base_of_v<RunMap<Value>, Map>, bool> operator==(const Map& a,
+                                                                          const RunMap<Value>& b) {
     return b == a;
+}
+
+template <typename Value, typename Map, typename = typename Map::mapped_type>
+std::enable_if_t<!std::is_base_of_v<RunMap<Value>, Map>, bool> operator!=(const Map& a,
+                                                                          const RunMap<Value>& b) {
+    return !(b == a);
 }
 
 // A record inside a map's own memory. It reads like a pointer to the record, which a map's
@@ -179,11 +210,8 @@ class HeldRecord {
     HeldRecord() = default;
     HeldRecord(const Record& record) : mRecord(record) {}
 
-    // Takes over a record that comes from `new`.
-    HeldRecord& operator=(Record* record) {
-        mRecord = *std::unique_ptr<Record>(record);
-        return *this;
-    }
+    // Of a record that comes from `new`, and ends here.
+    HeldRecord(Record* record) : mRecord(*std::unique_ptr<Record>(record)) {}
 
     Record* operator->() const { return &mRecord; }
     Record& operator*() const { return mRecord; }

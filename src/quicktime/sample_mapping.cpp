@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "core/log.h"
-#include "quicktime/track.h"
+#include "quicktime/sample_table.h"
 #include "quicktime/wrapping.h"
 
 namespace KVX::QT {
@@ -26,23 +26,23 @@ long long ToTime(double time) {
 
 }  // namespace
 
-unsigned int Track::GetSampleSize(long long trackSample) const {
+unsigned int SampleTable::GetSampleSize(long long trackSample) const {
     if (mSizeOffsets.empty()) {
         return 0;
     }
     return mSizeOffsets.AtOrBefore(TrackSampleToMediaSample(trackSample))->second->size;
 }
 
-long long Track::TrackSampleToMediaSample(long long trackSample) const {
+long long SampleTable::TrackSampleToMediaSample(long long trackSample) const {
     const long long trackTime = WrappingProduct(trackSample, mSampleDuration);
     return MediaTimeToMediaSample(TrackTimeToMediaTime(trackTime, nullptr), true);
 }
 
-long long Track::GetSampleOffset(long long trackSample) const {
+long long SampleTable::GetSampleOffset(long long trackSample) const {
     return MediaSampleToFileOffset(TrackSampleToMediaSample(trackSample), nullptr);
 }
 
-long long Track::MediaSampleToFileOffset(long long mediaSample, long long* contiguous) const {
+long long SampleTable::MediaSampleToFileOffset(long long mediaSample, long long* contiguous) const {
     if (mChunkOffsets.empty() || mSizeOffsets.empty()) {
         if (contiguous != nullptr) {
             *contiguous = 0;
@@ -65,7 +65,7 @@ long long Track::MediaSampleToFileOffset(long long mediaSample, long long* conti
     return WrappingSum(offset, WrappingProduct(sizes->size, WrappingDifference(mediaSample, key)));
 }
 
-long long Track::TrackSampleToContiguousSampleCount(long long trackSample) const {
+long long SampleTable::TrackSampleToContiguousSampleCount(long long trackSample) const {
     long long remaining = 0;
     const long long mediaTime =
         TrackTimeToMediaTime(WrappingProduct(trackSample, mSampleDuration), &remaining);
@@ -77,7 +77,7 @@ long long Track::TrackSampleToContiguousSampleCount(long long trackSample) const
     return std::min(toBreak, WrappingDifference(end, first));
 }
 
-long long Track::TrackTimeToMediaTime(long long trackTime, long long* remaining) const {
+long long SampleTable::TrackTimeToMediaTime(long long trackTime, long long* remaining) const {
     if (mEditRates.empty()) {
         if (remaining != nullptr) {
             *remaining = 0;
@@ -95,7 +95,7 @@ long long Track::TrackTimeToMediaTime(long long trackTime, long long* remaining)
                   static_cast<double>(WrappingDifference(trackTime, key)) * mapping->rate);
 }
 
-long long Track::MediaTimeToMediaSample(long long mediaTime, bool clamp) const {
+long long SampleTable::MediaTimeToMediaSample(long long mediaTime, bool clamp) const {
     if (mSampleDurations.empty()) {
         return 0;
     }
@@ -107,17 +107,17 @@ long long Track::MediaTimeToMediaSample(long long mediaTime, bool clamp) const {
     return clamp && sample >= mSampleCount ? mSampleCount - 1 : sample;
 }
 
-long long Track::GetNextKeyFrame(long long mediaSample) const {
+long long SampleTable::GetNextKeyFrame(long long mediaSample) const {
     const auto next = std::upper_bound(mKeyFrames.begin(), mKeyFrames.end(), mediaSample);
     return next == mKeyFrames.end() ? kNoSample : *next;
 }
 
-long long Track::GetPrecedingKeyFrame(long long mediaSample) const {
+long long SampleTable::GetPrecedingKeyFrame(long long mediaSample) const {
     const auto next = std::upper_bound(mKeyFrames.begin(), mKeyFrames.end(), mediaSample);
     return next == mKeyFrames.begin() ? kNoSample : *std::prev(next);
 }
 
-long long Track::DecodeSampleToDisplaySample(long long decodeSample) const {
+long long SampleTable::DecodeSampleToDisplaySample(long long decodeSample) const {
     if (mDisplayOffsets.empty()) {
         return decodeSample;
     }
@@ -125,7 +125,7 @@ long long Track::DecodeSampleToDisplaySample(long long decodeSample) const {
     return WrappingSum(decodeSample, WrappingQuotient(offset, mSampleDuration));
 }
 
-long long Track::DisplaySampleToDecodeSample(long long displaySample) const {
+long long SampleTable::DisplaySampleToDecodeSample(long long displaySample) const {
     const long long lowest = std::max(
         0LL,
         WrappingDifference(displaySample, WrappingQuotient(mMaxDisplayOffset, mSampleDuration)));

@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <map>
+#include <stdexcept>
+#include <vector>
 
 using KVX::QT::RecordMap;
 using KVX::QT::RunMap;
@@ -46,14 +49,41 @@ TEST(RunMap, SearchesAsAStandardMapDoes) {
     EXPECT_EQ(runs.size(), 3u);
 }
 
-TEST(RunMap, ComparesWithAStandardMap) {
+TEST(RunMap, ReadsAsAStandardMapDoes) {
+    const RunMap<long long> runs = ThreeRuns();
+    EXPECT_EQ(runs.at(10), 200);
+    EXPECT_THROW(runs.at(11), std::out_of_range);
+    EXPECT_THAT(std::vector(runs.cbegin(), runs.cend()),
+                ElementsAre(Pair(0, 100), Pair(10, 200), Pair(20, 300)));
+    EXPECT_THAT(std::vector(runs.crbegin(), runs.crend()),
+                ElementsAre(Pair(20, 300), Pair(10, 200), Pair(0, 100)));
+    const auto [first, last] = runs.equal_range(10);
+    EXPECT_EQ(first, runs.find(10));
+    EXPECT_EQ(std::distance(first, last), 1);
+    const auto [none, end] = runs.equal_range(11);
+    EXPECT_EQ(none, end);
+    EXPECT_EQ(none->first, 20);
+    const std::map<long long, long long> copy(runs.begin(), runs.end());
+    EXPECT_EQ(copy.size(), 3u);
+}
+
+TEST(RunMap, ComparesWithOrderedMaps) {
     std::map<long long, long long> same = {{0, 100}, {10, 200}, {20, 300}};
     EXPECT_TRUE(ThreeRuns() == same);
     EXPECT_TRUE(same == ThreeRuns());
+    EXPECT_FALSE(ThreeRuns() != same);
+    EXPECT_FALSE(same != ThreeRuns());
+    EXPECT_TRUE(ThreeRuns() == ThreeRuns());
+    EXPECT_FALSE(ThreeRuns() != ThreeRuns());
     same[20] = 301;
     EXPECT_FALSE(ThreeRuns() == same);
+    EXPECT_TRUE(ThreeRuns() != same);
+    EXPECT_TRUE(same != ThreeRuns());
     same.erase(20);
     EXPECT_FALSE(ThreeRuns() == same);
+    RunMap<long long> more = ThreeRuns();
+    more.Append(30, 400);
+    EXPECT_TRUE(ThreeRuns() != more);
 }
 
 TEST(RunMap, LaterEntryTakesTheKeyOver) {
@@ -118,6 +148,21 @@ TEST(RecordMap, ReadsLikeAMapOfPointers) {
     EXPECT_EQ(first->number, 0);
     first->number = 7;
     EXPECT_EQ((*records.begin()->second).number, 7);
+    EXPECT_EQ(records.at(1)->number, 1);
+}
+
+// As with pointers: a record is equal to itself alone.
+TEST(RecordMap, Compares) {
+    RecordMap<Record> records;
+    records.Append(0, {1});
+    RecordMap<Record> others;
+    others.Append(0, {1});
+    const std::map<long long, Record*> pointers = {{0, records.at(0)}};
+    EXPECT_TRUE(records == records);
+    EXPECT_TRUE(records != others);
+    EXPECT_TRUE(records == pointers);
+    EXPECT_TRUE(pointers == records);
+    EXPECT_TRUE(others != pointers);
 }
 
 // The leak checker and the address sanitizer watch these two.
