@@ -20,6 +20,11 @@ target_compile_options(kvx_build_options INTERFACE
   # The frame converters are exact to the bit: one instruction set, no contraction of a*b+c.
   -mssse3 -ffp-contract=off)
 
+# The code's promises to itself are looked at where people look for faults.
+if((CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT KVX_COVERAGE) OR KVX_SANITIZE)
+  target_compile_definitions(kvx_build_options INTERFACE KVX_ASSERTS)
+endif()
+
 find_package(Threads REQUIRED)
 target_link_libraries(kvx_build_options INTERFACE Threads::Threads)
 

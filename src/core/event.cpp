@@ -27,19 +27,19 @@ long Event::Init() {
 }
 
 long Event::Broadcast(bool* wasSignalled) {
-    return Set(wasSignalled, &pthread_cond_broadcast, "pthread_cond_broadcast", __func__);
+    return Set(wasSignalled, &pthread_cond_broadcast, "pthread_cond_broadcast");
 }
 
 long Event::Signal(bool* wasSignalled) {
-    return Set(wasSignalled, &pthread_cond_signal, "pthread_cond_signal", __func__);
+    return Set(wasSignalled, &pthread_cond_signal, "pthread_cond_signal");
 }
 
 long Event::Set(bool* wasSignalled, int (*wake)(pthread_cond_t*), const char* wakeName,
-                const char* function) {
+                LogSite caller) {
     long status = 0;
     {
         Core::Lock lock(this, &status);
-        if (Failed(status, "Lock", function)) {
+        if (Failed(status, "Lock", caller)) {
             return status;
         }
         if (wasSignalled != nullptr) {
@@ -48,7 +48,7 @@ long Event::Set(bool* wasSignalled, int (*wake)(pthread_cond_t*), const char* wa
         if (!mSignalled) {
             mSignalled = true;
             status = wake(&mCond);
-            Failed(status, wakeName, function);
+            Failed(status, wakeName, caller);
         }
     }
     return status;

@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include "core/lockable.h"
+#include "core/log.h"
 
 namespace KVX::Core {
 
@@ -30,7 +31,7 @@ class Event : public Lockable {
 
   private:
     long Set(bool* wasSignalled, int (*wake)(pthread_cond_t*), const char* wakeName,
-             const char* function);
+             LogSite caller = LogSite::Here());
 
     pthread_cond_t mCond;
     bool mInitialised = false;

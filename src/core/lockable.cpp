@@ -31,6 +31,14 @@ long Lockable::Unlock() {
     return status;
 }
 
+bool Lockable::IsLocked() {
+    if (pthread_mutex_trylock(&mMutex) != 0) {
+        return true;
+    }
+    pthread_mutex_unlock(&mMutex);
+    return false;
+}
+
 namespace {
 
 // The first failure of a scope is the one that its caller hears of.

@@ -18,6 +18,9 @@ class Lockable {
     long Lock();
     long Unlock();
 
+    // Whether somebody holds the lock, for assertions.
+    bool IsLocked();
+
   protected:
     // For waiting on a condition variable beside the lock.
     pthread_mutex_t mMutex;

@@ -3,8 +3,9 @@
 #include <pthread.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
+
+#include "core/log.h"
 
 namespace KVX::Core {
 
@@ -32,7 +33,7 @@ void MakeKey(Key& key) {
     const int status = pthread_key_create(&key.key, &std::free);
     key.isMade = status == 0;
     if (status != 0) {
-        std::fprintf(stderr, "pthread_key_create returned %d\n", status);
+        LogText("pthread_key_create returned %d\n", status);
     }
 }
 
@@ -44,7 +45,7 @@ void* GetSpecific(const Key& key) {
 bool SetSpecific(const Key& key, void* memory) {
     const int status = key.isMade ? pthread_setspecific(key.key, memory) : EINVAL;
     if (status != 0) {
-        std::fprintf(stderr, "pthread_setspecific returned %d\n", status);
+        LogText("pthread_setspecific returned %d\n", status);
         std::free(memory);
         return false;
     }
@@ -58,8 +59,8 @@ char* GetBlock() {
     }
     block = std::malloc(kPerThreadBufferSize);
     if (block == nullptr) {
-        std::fprintf(stderr, "Failed to allocate %lu byte buffer for thread %p\n",
-                     kPerThreadBufferSize, reinterpret_cast<void*>(pthread_self()));
+        LogText("Failed to allocate %lu byte buffer for thread %p\n", kPerThreadBufferSize,
+                reinterpret_cast<void*>(pthread_self()));
         return nullptr;
     }
     return SetSpecific(sPerThreadBufferKey, block) ? static_cast<char*>(block) : nullptr;
@@ -73,8 +74,8 @@ Offset* GetOffsetCell() {
     const unsigned long size = sizeof(Offset);
     cell = std::calloc(1, size);
     if (cell == nullptr) {
-        std::fprintf(stderr, "Failed to allocate %lu byte offset buffer for thread %p\n", size,
-                     reinterpret_cast<void*>(pthread_self()));
+        LogText("Failed to allocate %lu byte offset buffer for thread %p\n", size,
+                reinterpret_cast<void*>(pthread_self()));
         return nullptr;
     }
     return SetSpecific(sPerThreadBufferOffsetKey, cell) ? static_cast<Offset*>(cell) : nullptr;
@@ -89,13 +90,13 @@ void InitPerThreadBuffers() {
 
 char* GetPerThreadBuffer(unsigned long size) {
     if (size > kPerThreadBufferSize) {
-        std::fprintf(stderr, "Per-thread buffer of %lu requested but limit is %lu\n", size,
-                     kPerThreadBufferSize);
+        LogText("Per-thread buffer of %lu requested but limit is %lu\n", size,
+                kPerThreadBufferSize);
         return nullptr;
     }
     const long status = sUtilPrinterOnce.Call();
     if (status != 0) {
-        std::fprintf(stderr, "Once::Call returned %d\n", static_cast<int>(status));
+        LogText("Once::Call returned %d\n", static_cast<int>(status));
         return nullptr;
     }
     char* block = GetBlock();

@@ -29,9 +29,9 @@ Threaded::~Threaded() {
     std::free(mThreads);
 }
 
-bool Threaded::IsReady(const char* function) const {
+bool Threaded::IsReady(LogSite caller) const {
     if (!mCondInitialised) {
-        LogLine(function, __LINE__, "Cond not initialised.  Missing Threaded::Init() call?\n");
+        LogLine(caller, "Cond not initialised.  Missing Threaded::Init() call?\n");
     }
     return mCondInitialised;
 }
@@ -79,7 +79,7 @@ void* Threaded::StaticRunThread(void* arg) {
 }
 
 void Threaded::RunThread() {
-    if (!IsReady(__func__)) {
+    if (!IsReady()) {
         return;
     }
     long status = 0;
@@ -112,7 +112,7 @@ void Threaded::LeavePool() {
 }
 
 long Threaded::WakeOne() {
-    if (!IsReady(__func__)) {
+    if (!IsReady()) {
         return kStatusInvalid;
     }
     const long status = pthread_cond_signal(&mCond);
@@ -121,7 +121,7 @@ long Threaded::WakeOne() {
 }
 
 long Threaded::WakeAll() {
-    if (!IsReady(__func__)) {
+    if (!IsReady()) {
         return kStatusInvalid;
     }
     const long status = pthread_cond_broadcast(&mCond);
@@ -130,7 +130,7 @@ long Threaded::WakeAll() {
 }
 
 long Threaded::Sleep(long long micros, bool* woken) {
-    if (!IsReady(__func__)) {
+    if (!IsReady()) {
         return kStatusInvalid;
     }
     if (woken != nullptr) {
@@ -158,7 +158,7 @@ long Threaded::Sleep(long long micros, bool* woken) {
 }
 
 long Threaded::StopAll() {
-    if (!IsReady(__func__)) {
+    if (!IsReady()) {
         return kStatusInvalid;
     }
     long status = 0;
@@ -184,7 +184,7 @@ long Threaded::StopAll() {
 }
 
 long Threaded::DetachAll() {
-    if (!IsReady(__func__)) {
+    if (!IsReady()) {
         return kStatusInvalid;
     }
     long status = 0;

@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include "core/lockable.h"
+#include "core/log.h"
 
 namespace KVX::Core {
 
@@ -57,7 +58,7 @@ class Threaded : public Lockable {
     static void LeavePool();
 
   private:
-    bool IsReady(const char* function) const;
+    bool IsReady(LogSite caller = LogSite::Here()) const;
 
     pthread_t* mThreads = nullptr;
     pthread_cond_t mCond;

@@ -2,6 +2,7 @@
 
 #include <sys/time.h>
 
+#include "core/assert.h"
 #include "core/log.h"
 
 namespace KVX::Util::Timing {
@@ -15,6 +16,7 @@ constexpr long kNanosPerSecond = 1000000000;
 }  // namespace
 
 long TimespecForMicrosIntoFuture(long long micros, timespec* out) {
+    KVX_ASSERT(micros >= 0);
     timeval now;
     const long status = gettimeofday(&now, nullptr);
     if (Core::Failed(status, "gettimeofday")) {

@@ -10,6 +10,7 @@
 #include "host/host_path.h"
 #include "host/host_word.h"
 #include "host/std_parms.h"
+#include "pipeline/host_suites.h"
 #include "platform/core_foundation.h"
 #include "quicktime/movie.h"
 #include "quicktime/video_track.h"
@@ -28,25 +29,6 @@ int32_t HandleFromFileRef(const void* fileRef) {
 
 void* FileRefFromHandle(int32_t handle) {
     return PointerFromWord<void>(handle);
-}
-
-// Asks the host for its ticks in a frame of the track. `callee` is the function whose status is
-// answered.
-long GetTicksPerFrame(const SPBasicSuite* basicSuite, const QT::VideoTrack& track, int64_t& ticks,
-                      const char*& callee) {
-    callee = "AcquireSuite";
-    const void* suite = nullptr;
-    const long status =
-        basicSuite == nullptr
-            ? Core::kStatusInvalid
-            : basicSuite->AcquireSuite(kPrSDKLegacySuite, kPrSDKLegacySuiteVersion, &suite);
-    if (Core::StatusOfHandOut(status, suite) != 0) {
-        return Core::StatusOfHandOut(status, suite);
-    }
-    callee = "GetTicksPerTimebaseFrame";
-    return static_cast<const PrSDKLegacySuite*>(suite)->GetTicksPerTimebaseFrame(
-        static_cast<int32_t>(track.mMediaTimeScale), static_cast<int32_t>(track.mSampleDuration),
-        &ticks);
 }
 
 }  // namespace
@@ -130,9 +112,8 @@ long FileImportModule::OpenFile8(imStdParms* stdParms, void** fileRef, imFileOpe
         if (!module->VideoTracks().empty()) {
             const QT::VideoTrack* track = module->VideoTracks().front();
             openDescriptor = track->mFileDescriptor;
-            const char* callee = nullptr;
-            status = GetTicksPerFrame(module->mBasicSuite, *track, module->mTicksPerFrame, callee);
-            if (Core::Failed(status, callee)) {
+            status = GetTicksPerFrame(module->mBasicSuite, *track, module->mTicksPerFrame);
+            if (status != 0) {
                 return status;
             }
         }

@@ -3,6 +3,7 @@
 #include "core/four_char_code.h"
 #include "core/log.h"
 #include "host/std_parms.h"
+#include "pipeline/host_suites.h"
 
 namespace KVX {
 
@@ -19,14 +20,11 @@ bool AppIsPremiere(imStdParms* stdParms) {
     }
 
     const SPBasicSuite* basicSuite = GetBasicSuite(stdParms);
-    const void* suite = nullptr;
-    if (basicSuite == nullptr ||
-        basicSuite->AcquireSuite(kPrSDKAppInfoSuite, kPrSDKAppInfoSuiteVersion, &suite) != 0 ||
-        suite == nullptr) {
+    const PrSDKAppInfoSuite* appInfo = nullptr;
+    if (AcquireSuite(basicSuite, kPrSDKAppInfoSuite, kPrSDKAppInfoSuiteVersion, appInfo) != 0) {
         KVX_LOG("AcquireSuite() failed\n");
         return true;
     }
-    const auto* appInfo = static_cast<const PrSDKAppInfoSuite*>(suite);
     uint32_t application = 0;
     if (appInfo->GetAppInfo(PrSDKAppInfoSuite::kAppInfo_Version, &gPremiereVersionInfo) < 0 ||
         appInfo->GetAppInfo(PrSDKAppInfoSuite::kAppInfo_AppFourCC, &application) < 0) {

@@ -1,13 +1,13 @@
 #include "pipeline/async_import_module.h"
 
-#include <algorithm>
 #include <memory>
 #include <new>
 
-#include "core/four_char_code.h"
 #include "core/hold.h"
 #include "core/log.h"
 #include "core/status.h"
+#include "pipeline/destinations.h"
+#include "pipeline/host_suites.h"
 #include "pipeline/import_frame.h"
 #include "quicktime/video_track.h"
 #include "util/printer.h"
@@ -15,7 +15,7 @@
 namespace KVX {
 
 using Core::Failed;
-using Core::FourCharCode;
+using Core::LogSite;
 
 class AsyncImportModule::Call {
   public:
@@ -48,53 +48,30 @@ AsyncImportModule* AsyncImportModule::Create(long importerID, SPBasicSuite* basi
     return owner.release();
 }
 
-namespace {
-
-template <typename Suite>
-long Acquire(SPBasicSuite* basicSuite, const char* name, int32_t version, Suite*& suite) {
-    const void* found = nullptr;
-    // A host that gave no table of suites when the file was opened.
-    long status = basicSuite == nullptr ? Core::kStatusInvalid
-                                        : basicSuite->AcquireSuite(name, version, &found);
-    status = Core::StatusOfHandOut(status, found);
-    if (!Failed(status, "AcquireSuite", "Init")) {
-        suite = static_cast<Suite*>(const_cast<void*>(found));
-    }
-    return status;
-}
-
-}  // namespace
-
 long AsyncImportModule::Init() {
-    PrSDKLegacySuite* legacySuite = nullptr;
-    long status =
-        Acquire(mBasicSuite, kPrSDKPPixCacheSuite, kPrSDKPPixCacheSuiteVersion, mCacheSuite);
+    const LogSite here = LogSite::Here();
+    const auto acquire = [&](const char* name, int32_t version, auto*& suite) {
+        const long status = AcquireSuite(mBasicSuite, name, version, suite);
+        Failed(status, "AcquireSuite", here);
+        return status;
+    };
+    long status = acquire(kPrSDKPPixCacheSuite, kPrSDKPPixCacheSuiteVersion, mCacheSuite);
     if (status == 0) {
-        status = Acquire(mBasicSuite, kPrSDKPPixCreatorSuite, kPrSDKPPixCreatorSuiteVersion,
-                         mCreatorSuite);
+        status = acquire(kPrSDKPPixCreatorSuite, kPrSDKPPixCreatorSuiteVersion, mCreatorSuite);
     }
     if (status == 0) {
-        status = Acquire(mBasicSuite, kPrSDKPPixCreator2Suite, kPrSDKPPixCreator2SuiteVersion,
-                         mCreator2Suite);
+        status = acquire(kPrSDKPPixCreator2Suite, kPrSDKPPixCreator2SuiteVersion, mCreator2Suite);
     }
     if (status == 0) {
-        status = Acquire(mBasicSuite, kPrSDKPPixSuite, kPrSDKPPixSuiteVersion, mPPixSuite);
-    }
-    if (status == 0) {
-        status = Acquire(mBasicSuite, kPrSDKLegacySuite, kPrSDKLegacySuiteVersion, legacySuite);
+        status = acquire(kPrSDKPPixSuite, kPrSDKPPixSuiteVersion, mPPixSuite);
     }
     if (status != 0) {
         return status;
     }
     int64_t ticks = 0;
-    status = legacySuite->GetTicksPerTimebaseFrame(
-        static_cast<int32_t>(mVideoTrack->mMediaTimeScale),
-        static_cast<int32_t>(mVideoTrack->mSampleDuration), &ticks);
-    if (Failed(status, "GetTicksPerTimebaseFrame")) {
-        return status;
-    }
+    status = GetTicksPerFrame(mBasicSuite, *mVideoTrack, ticks);
     mTicksPerFrame = ticks;
-    return 0;
+    return status;
 }
 
 long AsyncImportModule::GetFrameIndex(const imSourceVideoRec* sourceVideo, long& frameIndex) const {
@@ -150,53 +127,6 @@ long AsyncImportModule::InitiateAsyncRead(imSourceVideoRec* sourceVideo) {
     return 0;
 }
 
-namespace {
-
-bool IsAny(unsigned int) {
-    return true;
-}
-
-bool IsV210(unsigned int source) {
-    return source == FourCharCode("v210");
-}
-
-bool IsR210(unsigned int source) {
-    return source == FourCharCode("r210");
-}
-
-// Wider than what the conversion fills: compressed sources are taken although nothing decodes them.
-bool IsDeliveredAsUYVY(unsigned int source) {
-    return source == FourCharCode("2vuy") || source == FourCharCode("2Vuy") ||
-           ImportFrame::IsSupportedCompressedVideoFormat(source);
-}
-
-struct Destination {
-    PrPixelFormat format;
-    bool (*acceptsSource)(unsigned int source);
-};
-
-constexpr Destination kDestinations[] = {
-    {PrPixelFormat_V210_422_10u_601, &IsV210},
-    {PrPixelFormat_V210_422_10u_709, &IsV210},
-    {PrPixelFormat_RGB_444_10u, &IsR210},
-    {PrPixelFormat_UYVY_422_8u_709, &IsDeliveredAsUYVY},
-    {PrPixelFormat_UYVY_422_8u_601, &IsDeliveredAsUYVY},
-    {kKVXCustomPixelFormat, &IsAny},
-    {PrPixelFormat_BGRA_4444_32f, &IsAny},
-    {PrPixelFormat_BGRA_4444_16u, &IsAny},
-    {PrPixelFormat_BGRA_4444_8u, &IsAny},
-    {PrPixelFormat_BGRX_4444_32f, &IsAny},
-};
-
-bool IsAcceptable(PrPixelFormat format, unsigned int source) {
-    return std::any_of(std::begin(kDestinations), std::end(kDestinations),
-                       [=](const Destination& destination) {
-                           return destination.format == format && destination.acceptsSource(source);
-                       });
-}
-
-}  // namespace
-
 long AsyncImportModule::ChooseDestinationFormat(imSourceVideoRec* sourceVideo,
                                                 PrPixelFormat& destination) {
     if (sourceVideo == nullptr) {
@@ -207,7 +137,7 @@ long AsyncImportModule::ChooseDestinationFormat(imSourceVideoRec* sourceVideo,
     const auto source = static_cast<unsigned int>(mVideoTrack->mFormat);
     for (int index = 0; index < sourceVideo->frameFormatCount; ++index) {
         const PrPixelFormat format = sourceVideo->frameFormats[index].pixelFormat;
-        if (IsAcceptable(format, source)) {
+        if (IsDestination(source, format)) {
             destination = format;
             return 0;
         }

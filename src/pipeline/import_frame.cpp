@@ -1,56 +1,21 @@
 #include "pipeline/import_frame.h"
 
-#include <algorithm>
-#include <cstring>
-
-#include "core/four_char_code.h"
 #include "core/log.h"
-#include "core/page.h"
-#include "core/status.h"
+#include "pipeline/frame_conversion.h"
 #include "pipeline/host_call.h"
-#include "pipeline/import_frame_converter.h"
-#include "pipeline/read_controller.h"
 #include "pipeline/read_request.h"
+#include "platform/system.h"
 #include "quicktime/video_track.h"
-#include "util/printer.h"
 
 namespace KVX {
 
 using Core::Failed;
-using Core::FourCharCode;
-using Core::kPageMask;
-using Core::kPageSize;
 
 namespace {
 
-struct LayoutPair {
-    unsigned int source;
-    PrPixelFormat destination;
-};
-
-// A file layout and the host format that is the same bytes.
-constexpr LayoutPair kSameLayouts[] = {
-    {FourCharCode("v210"), PrPixelFormat_V210_422_10u_601},
-    {FourCharCode("v210"), PrPixelFormat_V210_422_10u_709},
-    {FourCharCode("2vuy"), PrPixelFormat_UYVY_422_8u_601},
-    {FourCharCode("2vuy"), PrPixelFormat_UYVY_422_8u_709},
-    {FourCharCode("2Vuy"), PrPixelFormat_UYVY_422_8u_601},
-    {FourCharCode("2Vuy"), PrPixelFormat_UYVY_422_8u_709},
-};
-
-bool IsSameLayout(unsigned int source, PrPixelFormat destination) {
-    return std::any_of(std::begin(kSameLayouts), std::end(kSameLayouts),
-                       [=](const LayoutPair& pair) {
-                           return pair.source == source && pair.destination == destination;
-                       });
-}
-
-// The steps of Issue log under its name: to whoever reads the log they are one operation.
-constexpr const char* kIssue = "Issue";
-
-bool IsPageAligned(long long value) {
-    return (value & kPageMask) == 0;
-}
+// Of a frame that nobody but the conversion pool holds: the maker's, which ConvertCompleted drops,
+// and the queue's, which the thread has taken over.
+constexpr int32_t kReferencesInPool = 2;
 
 }  // namespace
 
@@ -86,241 +51,28 @@ long ImportFrame::Init() {
     return status;
 }
 
-long ImportFrame::Issue() {
-    const long long fileSize = mVideoTrack->mFileSize;
-    const unsigned int sampleSize = mVideoTrack->GetSampleSize(mFrameIndex);
-    const long long sampleOffset = mVideoTrack->GetSampleOffset(mFrameIndex);
-
-    mWidth = mVideoTrack->mWidth;
-    mHeight = mVideoTrack->mHeight;
-    if (mWidth < 1 || mHeight < 1) {
-        KVX_LOG("Invalid frame size %dx%d\n", mWidth, mHeight);
-        return Core::kStatusInvalid;
-    }
-    if (IsSupportedUncompressedVideoFormat(static_cast<unsigned int>(mVideoTrack->mFormat))) {
-        const long status = GetUncompressedRowBytes(mVideoTrack, mSourceRowBytes);
-        if (Failed(status, "GetUncompressedRowBytes")) {
-            return status;
-        }
-    }
-    int descriptor = -1;
-    long status = GetOpenDescriptor(descriptor);
-    if (status != 0) {
-        return status;
-    }
-    status = ReadController::GetInstance(mReadController);
-    if (Failed(status, "ReadController::GetInstance")) {
-        return status;
-    }
-    status = ImportFrameConverter::GetInstance(mFrameConverter);
-    if (Failed(status, "ImportFrameConverter::GetInstance")) {
-        return status;
-    }
-    ReadDestination destination;
-    status = mPixelFormat == kKVXCustomPixelFormat
-                 ? CreateCustomPPix(sampleSize, sampleOffset, destination)
-                 : CreatePixelPPix(sampleSize, sampleOffset, destination);
-    if (status != 0) {
-        return status;
-    }
-    status =
-        ReadRequest::Create(descriptor, fileSize, sampleOffset, sampleSize, &StaticReadCompleted,
-                            this, destination.buffer, destination.size, mReadRequest);
-    if (Failed(status, "ReadRequest::Create")) {
-        return status;
-    }
-    return SubmitRequest();
-}
-
-// Only a descriptor of exactly 0 means a file that has not been opened; a closed one stays closed.
-long ImportFrame::GetOpenDescriptor(int& descriptor) {
-    descriptor = mVideoTrack->mFileDescriptor;
-    if (descriptor == 0) {
-        const long status = mVideoTrack->OpenFile();
-        if (Failed(status, "OpenFile", kIssue)) {
-            return status;
-        }
-        descriptor = mVideoTrack->mFileDescriptor;
-    }
-    if (descriptor < 1) {
-        Core::LogLine(kIssue, __LINE__, "Track %p has invalid file descriptor %d\n",
-                      static_cast<void*>(mVideoTrack), descriptor);
-        return Core::kStatusInvalid;
-    }
-    return 0;
-}
-
-// A frame in the file's own bytes. The memory is a page larger than needed, so that the data area
-// can begin on a page boundary wherever the host's allocation lies.
-long ImportFrame::CreateCustomPPix(unsigned int sampleSize, long long sampleOffset,
-                                   ReadDestination& destination) {
-    const long long skew = sampleOffset & kPageMask;
-    const long long dataLength = (sampleSize + skew + kPageMask) & ~kPageMask;
-    const long long memorySize = dataLength + kPageSize;
-    if (memorySize > UINT32_MAX) {
-        Core::LogLine(kIssue, __LINE__, "Sample of %u bytes is too large for a custom frame\n",
-                      sampleSize);
-        return Core::kStatusTooBig;
-    }
-    long status =
-        mCreator2Suite->CreateCustomPPix(&mPPix, kPPixBufferAccess_ReadWrite, mPixelFormat, mWidth,
-                                         mHeight, 1, 1, static_cast<int32_t>(memorySize));
-    status = Core::StatusOfHandOut(status, mPPix);
-    if (CreatePPixFailed(status)) {
-        return status;
-    }
-    status = mPPixSuite->GetPixels(mPPix, kPPixBufferAccess_ReadWrite, &mPixels);
-    status = Core::StatusOfHandOut(status, mPixels);
-    if (Failed(status, "GetPixels", kIssue)) {
-        return status;
-    }
-    const auto address = reinterpret_cast<uintptr_t>(mPixels);
-    const auto dataAddress = (address + kPageSize) & ~static_cast<uintptr_t>(kPageMask);
-    CustomFrameHeader header;
-    header.sourceFormat = static_cast<uint32_t>(mVideoTrack->mFormat);
-    header.sourceRowBytes = static_cast<uint32_t>(mSourceRowBytes);
-    header.dataOffset = static_cast<uint32_t>(dataAddress - address);
-    header.dataLength = static_cast<uint32_t>(dataLength);
-    header.skew = static_cast<uint32_t>(skew);
-    std::memcpy(mPixels, &header, sizeof(header));
-
-    mNeedsConversion = false;
-    destination.buffer = mPixels + header.dataOffset;
-    destination.size = dataLength;
-    return 0;
-}
-
-long ImportFrame::CreatePixelPPix(unsigned int sampleSize, long long sampleOffset,
-                                  ReadDestination& destination) {
-    const prRect bounds = {0, 0, static_cast<int16_t>(mHeight), static_cast<int16_t>(mWidth)};
-    long status =
-        mCreatorSuite->CreatePPix(&mPPix, kPPixBufferAccess_ReadWrite, mPixelFormat, &bounds);
-    status = Core::StatusOfHandOut(status, mPPix);
-    if (CreatePPixFailed(status)) {
-        return status;
-    }
-    status = mPPixSuite->GetPixels(mPPix, kPPixBufferAccess_ReadWrite, &mPixels);
-    status = Core::StatusOfHandOut(status, mPixels);
-    if (Failed(status, "GetPixels", kIssue)) {
-        return status;
-    }
-    int32_t rowBytes = 0;
-    status = mPPixSuite->GetRowBytes(mPPix, &rowBytes);
-    if (Failed(status, "GetRowBytes", kIssue)) {
-        return status;
-    }
-    mDestRowBytes = rowBytes;
-    mCopyOnly = IsSameLayout(static_cast<unsigned int>(mVideoTrack->mFormat), mPixelFormat);
-
-    const bool aligned =
-        IsPageAligned(static_cast<long long>(reinterpret_cast<intptr_t>(mPixels))) &&
-        IsPageAligned(sampleOffset) && IsPageAligned(sampleSize);
-    if (mCopyOnly && aligned && mSourceRowBytes == mDestRowBytes) {
-        mNeedsConversion = false;
-        destination.buffer = mPixels;
-        destination.size = static_cast<long long>(mHeight) * mDestRowBytes;
-    }
-    return 0;
-}
-
-bool ImportFrame::CreatePPixFailed(long status) const {
-    if (status == 0) {
-        return false;
-    }
-    Core::LogLine(kIssue, __LINE__, "CreatePPix returned %ld for format %s at %dx%d\n", status,
-                  Util::Printer::PixelFormatPremiere(mPixelFormat), mWidth, mHeight);
-    return true;
-}
-
-// The completion can run to its end before AddRequest returns. It drops two references, the maker's
-// and the one that this function adds last; two more stand in for them until then, so that the
-// frame is never freed under it.
-long ImportFrame::SubmitRequest() {
-    Retain();
-    Retain();
-    const long status = mReadController->AddRequest(mReadRequest);
-    if (Failed(status, "ReadController::AddRequest", kIssue)) {
-        if (!mReadRequest->mQueued) {
-            Release();
-            Release();
-        }
-        // A request that is queued all the same completes, and the completion drops them.
-        return status;
-    }
-    Retain();
-    Release();
-    Release();
-    return 0;
-}
-
-void ImportFrame::StaticReadCompleted(void* userData, long status, void* arg) {
-    if (userData != nullptr) {
-        static_cast<ImportFrame*>(userData)->ReadCompleted(status, arg);
-    }
-}
-
-void ImportFrame::ReadCompleted(long status, void*) {
-    mReadDone = true;
-    mStatus = status;
-    if (status == 0 && mNeedsConversion) {
-        status = mFrameConverter->AddFrame(this);
-        if (!Failed(status, "ImportFrameConverter::AddFrame")) {
-            Release();
-            return;
-        }
-    }
-    if (status != 0 && !mNeedsConversion) {
-        // Other tickets of the request may still be writing into the host's pixels.
-        Retain();
-        mReadRequest->NotifyWhenIdle(&ReleaseFrame, this);
-    }
-    ConvertCompleted(status);
-    Release();
-}
-
-void ImportFrame::ReleaseFrame(void* frame) {
-    static_cast<ImportFrame*>(frame)->Release();
-}
-
+// The frame begins at the sample, not at the page that the read began with.
 long ImportFrame::Convert() {
-    // The frame begins at the sample, not at the page that the read began with.
-    const char* source = mReadRequest->mBuffer + mReadRequest->mBufferSkew;
-    const long long available = mReadRequest->mBufferSize - mReadRequest->mBufferSkew;
-    long status = 0;
-    if (!mCopyOnly) {
-        status = ConvertPixels(source, available);
-    } else if (mSourceRowBytes == mDestRowBytes) {
-        CopyWhole(source);
-    } else {
-        CopyRows(source, available);
+    FrameConversion frame;
+    frame.sourceFormat = static_cast<uint32_t>(mSourceFormat);
+    frame.source = mReadRequest->mBuffer + mReadRequest->mBufferSkew;
+    frame.sourceSize = mReadRequest->mSize;
+    frame.available = mReadRequest->mBufferSize - mReadRequest->mBufferSkew;
+    frame.sourceRowBytes = mSourceRowBytes;
+    frame.format = mPixelFormat;
+    frame.pixels = mPixels;
+    frame.rowBytes = mDestRowBytes;
+    frame.width = mWidth;
+    frame.height = mHeight;
+    frame.isSameLayout = mCopyOnly;
+    const long status = CopyOrConvert(frame);
+    // Before the host hears of the frame and asks for the next, which finds the buffer still in the
+    // processor's caches.
+    if (mIsConvertedOnce && OSAtomicAdd32(0, &mRefCount) == kReferencesInPool) {
+        mReadRequest->FreeBuffer();
     }
     ConvertCompleted(status);
     return status;
-}
-
-// The sample, all of which has been read.
-void ImportFrame::CopyWhole(const char* source) {
-    const long long frameSize = static_cast<long long>(mHeight) * mDestRowBytes;
-    long long size = mReadRequest->mSize;
-    if (size > frameSize) {
-        Core::LogLine("Convert", __LINE__, "Sample of %lld bytes cut to the frame's %lld\n", size,
-                      frameSize);
-        size = frameSize;
-    }
-    std::memcpy(mPixels, source, static_cast<size_t>(size));
-}
-
-// The source's row length in all cases: the host makes room for the rows of the format it offers.
-void ImportFrame::CopyRows(const char* source, long long available) {
-    long long left = available;
-    for (int row = 0; row < mHeight && left > 0; ++row) {
-        // 32 bits, as the host counts a frame's bytes.
-        const auto destOffset =
-            static_cast<int32_t>(static_cast<uint32_t>(row) * static_cast<uint32_t>(mDestRowBytes));
-        std::memcpy(mPixels + destOffset, source + row * mSourceRowBytes,
-                    static_cast<size_t>(std::min<long long>(mSourceRowBytes, left)));
-        left -= mSourceRowBytes;
-    }
 }
 
 void ImportFrame::ConvertCompleted(long status) {

@@ -5,6 +5,7 @@
 
 #include "core/lockable.h"
 #include "core/refcounted.h"
+#include "pipeline/custom_frame.h"
 #include "premiere/pixel_formats.h"
 #include "premiere/suites.h"
 
@@ -18,23 +19,6 @@ namespace QT {
 class Decompressor;
 class VideoTrack;
 }  // namespace QT
-
-#pragma pack(push, 1)
-
-// What stands at the start of the pixel memory of a kKVXCustomPixelFormat frame. The file's bytes
-// follow in a page-aligned data area. Native byte order. The data area begins at the next page
-// whatever the header's length: pixel memory that begins less than that before a page, which no
-// host hands out, would have the end of its header read over.
-struct CustomFrameHeader {
-    uint32_t sourceFormat;    // four-character code, first character in the highest byte
-    uint32_t sourceRowBytes;  // 0 for compressed sources
-    uint32_t dataOffset;      // from the start of the pixel memory to the data area, 1 to 4096
-    uint32_t dataLength;      // of the data area, whole pages
-    uint32_t skew;            // the sample begins this many bytes into the data area
-};
-static_assert(sizeof(CustomFrameHeader) == 20, "known to the modules that read such frames");
-
-#pragma pack(pop)
 
 // One video frame on its way from the movie file to the host's frame cache, and the tables of
 // source formats.
@@ -65,7 +49,7 @@ class ImportFrame : public Core::Lockable, public Core::Refcounted {
     void ReadCompleted(long status, void* arg);
 
     // Brings the bytes read into their final form, on a conversion thread, and ends the frame's
-    // road.
+    // road. The bytes go with that if nobody else holds the frame.
     long Convert();
 
     // The end of every road: the frame goes to the cache, whatever the status.
@@ -115,6 +99,10 @@ class ImportFrame : public Core::Lockable, public Core::Refcounted {
     bool mReadDone = false;
     bool mNeedsConversion = true;  // false when the read lands in its final place
 
+    // Set by the conversion pool: Convert will not be called again, unless by somebody else who
+    // holds the frame.
+    bool mIsConvertedOnce = false;
+
   private:
     // Where a read is to land; no buffer means the request's own.
     struct ReadDestination {
@@ -127,12 +115,11 @@ class ImportFrame : public Core::Lockable, public Core::Refcounted {
                           ReadDestination& destination);
     long CreatePixelPPix(unsigned int sampleSize, long long sampleOffset,
                          ReadDestination& destination);
-    bool CreatePPixFailed(long status) const;
+
+    // Of the PPix that the host has been asked for, with this status.
+    long GetPixels(long status);
     long SubmitRequest();
     static void ReleaseFrame(void* frame);
-    void CopyRows(const char* source, long long available);
-    void CopyWhole(const char* source);
-    long ConvertPixels(const char* source, long long available);
 
     // The track's; the track itself may be gone when a conversion thread asks, since the host may
     // close a file with frames in flight.

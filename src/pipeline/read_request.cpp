@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <new>
 
+#include "core/assert.h"
 #include "core/log.h"
 #include "core/page.h"
 #include "core/status.h"
@@ -37,8 +38,14 @@ ReadRequest::ReadRequest(int fd, long long fileLength, long long offset, long lo
       mCompletionData(userData) {}
 
 ReadRequest::~ReadRequest() {
+    FreeBuffer();
+}
+
+void ReadRequest::FreeBuffer() {
     if (mOwnsBuffer) {
         ReadBuffers::Free(mOwned);
+        mOwnsBuffer = false;
+        mBuffer = nullptr;
     }
 }
 
@@ -251,6 +258,7 @@ long ReadRequest::Cancel(void* arg) {
 // were never handed out are not counted: no null, no other request's, and never below zero.
 
 void ReadRequest::NotifyWhenIdle(void (*function)(void*), void* userData) {
+    KVX_ASSERT(mIdleData == nullptr && mIdleFunction == nullptr);
     mIdleData = userData;
     mIdleFunction = function;
     if (mTicketsOut == 0) {

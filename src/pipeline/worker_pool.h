@@ -5,6 +5,7 @@
 #include <deque>
 #include <new>
 
+#include "core/assert.h"
 #include "core/log.h"
 #include "core/status.h"
 #include "core/threaded.h"
@@ -86,6 +87,7 @@ void WorkerPool<Pool, Item>::Once() {
 
 template <typename Pool, typename Item>
 long WorkerPool<Pool, Item>::Push(Item* item) {
+    KVX_ASSERT(IsLocked());
     try {
         mQueue.push_back(item);
     } catch (const std::bad_alloc&) {

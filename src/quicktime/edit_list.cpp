@@ -1,3 +1,4 @@
+#include "core/assert.h"
 #include "core/big_endian.h"
 #include "core/four_char_code.h"
 #include "core/log.h"
@@ -22,6 +23,7 @@ constexpr uint64_t kTrackDurationOffset = 28;
 }  // namespace
 
 long Track::SetEditList(Atom* trakAtom) {
+    KVX_ASSERT(mMovieTimeScale != 0);
     mEditRates.clear();
     const auto toMediaTime = [this](long long movieTime) {
         return WrappingQuotient(WrappingProduct(mMediaTimeScale, movieTime), mMovieTimeScale);

@@ -1,6 +1,5 @@
 #include "quicktime/movie.h"
 
-#include <cstdio>
 #include <memory>
 #include <new>
 
@@ -120,7 +119,7 @@ long Movie::Init(const std::string& path) {
         }
         const TrackKind* const kind = FindKind(static_cast<uint32_t>(mediaType));
         if (kind == nullptr) {
-            std::fprintf(stderr, "skipping track type %s\n", Util::Printer::Fcc(mediaType));
+            Core::LogText("skipping track type %s\n", Util::Printer::Fcc(mediaType));
             continue;
         }
         if (!kind->append(*this, path, moovAtom, trakAtom)) {

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/assert.h"
 #include "core/four_char_code.h"
 #include "core/log.h"
 #include "core/status.h"
@@ -91,6 +92,7 @@ void LimitLength(Atom& atom, uint64_t limit) {
     } else {
         atom.mSize = __builtin_bswap32(static_cast<uint32_t>(limit));
     }
+    KVX_ASSERT(atom.Length() <= limit);
 }
 
 }  // namespace

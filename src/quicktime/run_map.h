@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/assert.h"
 #include "platform/large_memory.h"
 
 namespace KVX::QT {
@@ -120,6 +121,7 @@ class RunMap {
     // The entry with the greatest key not above `key`; the first entry for a key below all of them,
     // which only a file that contradicts itself asks for. The map must not be empty.
     const_iterator AtOrBefore(long long key) const {
+        KVX_ASSERT(!empty());
         const const_iterator above = upper_bound(key);
         return above == begin() ? above : std::prev(above);
     }

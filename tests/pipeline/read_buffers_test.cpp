@@ -3,6 +3,7 @@
 #include "pipeline/read_buffers.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -15,6 +16,9 @@
 #include <vector>
 
 #include "pipeline/frame_test.h"
+#include "pipeline/import_frame_converter.h"
+#include "pipeline/pool_by_hand.h"
+#include "pipeline/read_controller.h"
 #include "pipeline/read_request.h"
 #include "pipeline/reference.h"
 #include "support/fault_injection.h"
@@ -219,6 +223,109 @@ TEST(ReadBuffers, TheLastKeeperTakesAllWithIt) {
     EXPECT_EQ(CallCount(SystemCall::kValloc), before + 1);
 }
 
+// As many as are kept, and each a page too small for the clip that comes next.
+TEST(ReadBuffers, AClipIsNotKeptOffTheShelfByASmallerOne) {
+    const ReadBuffers::Keeper keeper;
+    FreshOfSecondTurn(kMiB, 64);
+    const long before = CallCount(SystemCall::kValloc);
+    for (int frame = 0; frame < 200; ++frame) {
+        Turn(kMiB + 4096);
+    }
+    EXPECT_EQ(CallCount(SystemCall::kValloc), before + 1);
+}
+
+TEST(ReadBuffers, ABufferThatIsTooLargeToBeKeptLeavesTheOthers) {
+    const ReadBuffers::Keeper keeper;
+    EXPECT_EQ(FreshOfSecondTurn(16 * kMiB, 12), 0);
+    Turn(192 * kMiB + 1);
+    EXPECT_EQ(FreshOfSecondTurn(16 * kMiB, 12), 0);
+}
+
+// The system refuses, and has what lies idle here by the time it is asked again.
+TEST(ReadBuffers, WhatIsKeptGoesBackBeforeMemoryIsRefused) {
+    const ReadBuffers::Keeper keeper;
+    FreshOfSecondTurn(16 * kMiB, 12);
+    {
+        const Fault fault(SystemCall::kValloc, ENOMEM);
+        const ReadBuffers::Buffer buffer = ReadBuffers::Allocate(kMiB);
+        EXPECT_NE(buffer.memory, nullptr);
+        EXPECT_EQ(fault.Calls(), 2);
+        ReadBuffers::Free(buffer);
+    }
+    const long before = CallCount(SystemCall::kValloc);
+    Turn(16 * kMiB);
+    EXPECT_EQ(CallCount(SystemCall::kValloc), before + 1);
+}
+
+TEST(ReadBuffers, MemoryIsAskedForOnceWhenNothingIsKept) {
+    const ReadBuffers::Keeper keeper;
+    const Fault fault(SystemCall::kValloc, ENOMEM);
+    EXPECT_EQ(ReadBuffers::Allocate(kMiB).memory, nullptr);
+    EXPECT_EQ(fault.Calls(), 1);
+}
+
+// Too large for the allocator's own heaps: each is a mapping that the system has back when it is
+// freed.
+constexpr size_t kMapped = 40 * kMiB;
+
+bool IsMapped(char* memory) {
+    unsigned char resident = 0;
+    return mincore(memory, 1, &resident) == 0;
+}
+
+// Answers what was kept, and has left with its keeper.
+std::vector<char*> KeepAndLeave() {
+    const ReadBuffers::Keeper keeper;
+    std::vector<ReadBuffers::Buffer> buffers;
+    std::vector<char*> memory;
+    for (int i = 0; i < 4; ++i) {
+        buffers.push_back(ReadBuffers::Allocate(kMapped));
+        memory.push_back(buffers.back().memory);
+    }
+    for (const ReadBuffers::Buffer& buffer : buffers) {
+        ReadBuffers::Free(buffer);
+    }
+    return memory;
+}
+
+// An address sanitizer keeps freed memory for a while, and looks for what is left by itself.
+void ExpectGone(const std::vector<char*>& memory, bool atOnce) {
+#if !defined(__SANITIZE_ADDRESS__)
+    const auto areGone = [&] { return std::none_of(memory.begin(), memory.end(), &IsMapped); };
+    EXPECT_TRUE(atOnce ? areGone() : Eventually(areGone));
+#else
+    static_cast<void>(memory);
+    static_cast<void>(atOnce);
+#endif
+}
+
+TEST(ReadBuffers, TheLastKeeperHasThemGivenBackByAThreadOfItsOwn) {
+    const long threads = CallCount(SystemCall::kThreadCreate);
+    const std::vector<char*> kept = KeepAndLeave();
+    EXPECT_EQ(CallCount(SystemCall::kThreadCreate), threads + 1);
+    ExpectGone(kept, false);
+}
+
+TEST(ReadBuffers, WithoutAThreadTheLastKeeperGivesThemBackItself) {
+    const Fault fault(SystemCall::kThreadCreate, EAGAIN);
+    const std::vector<char*> kept = KeepAndLeave();
+    EXPECT_EQ(fault.Hits(), 1);
+    ExpectGone(kept, true);
+}
+
+TEST(ReadBuffers, WithoutMemoryForAThreadsWorkTheLastKeeperGivesThemBackItself) {
+    const Fault fault(SystemCall::kNewNothrow, ENOMEM);
+    const std::vector<char*> kept = KeepAndLeave();
+    EXPECT_EQ(fault.Hits(), 1);
+    ExpectGone(kept, true);
+}
+
+TEST(ReadBuffers, ALastKeeperThatKeptNothingNeedsNoThread) {
+    const long threads = CallCount(SystemCall::kThreadCreate);
+    { const ReadBuffers::Keeper keeper; }
+    EXPECT_EQ(CallCount(SystemCall::kThreadCreate), threads);
+}
+
 TEST(ReadBuffers, NoMemoryIsNoBuffer) {
     const ReadBuffers::Keeper keeper;
     const Fault fault(SystemCall::kValloc, ENOMEM, 1, Fault::kForever);
@@ -269,7 +376,14 @@ TEST(ReadBuffers, ARequestGetsTheBufferOfTheOneBeforeIt) {
 // 608 and some bytes at the end of the file.
 const kvx_test::Picture kHalfPages = {"v210", 1280, 720, 3456 * 720};
 
-class ReadBuffersOfFrames : public FrameTest {};
+class ReadBuffersOfFrames : public FrameTest {
+  protected:
+    template <typename Pool>
+    static void RunAll(kvx_test::PoolByHand<Pool>& pool) {
+        while (pool.RunOne()) {
+        }
+    }
+};
 
 TEST_F(ReadBuffersOfFrames, AClipsFramesUseOneBufferAfterTheOtherUntilItIsClosed) {
     OpenMovie(MovieOfPicture(kHalfPages, 6, kvx_test::kMediaOffset + 2500));
@@ -283,6 +397,61 @@ TEST_F(ReadBuffersOfFrames, AClipsFramesUseOneBufferAfterTheOtherUntilItIsClosed
     modules.clear();
     RequestOf(kHalfPages.frameSize);
     EXPECT_EQ(CallCount(SystemCall::kValloc), before + 1);
+}
+
+// The host asks for the next frame as soon as it has this one.
+TEST_F(ReadBuffersOfFrames, AFramesBufferIsBackWhenTheHostHearsOfIt) {
+    OpenMovie(MovieOfPicture(kHalfPages, 2, kvx_test::kMediaOffset + 2500));
+    kvx_test::PoolByHand<KVX::ReadController> reading;
+    kvx_test::PoolByHand<KVX::ImportFrameConverter> converting;
+    static long sFresh;
+    static PrSDKPPixCacheSuite sUsual;
+    sUsual = *module->mCacheSuite;
+    PrSDKPPixCacheSuite cacheSuite = sUsual;
+    cacheSuite.AddFrameToCache = [](uint32_t importerID, int32_t stream, PPixHand ppix,
+                                    int32_t index, void* preferences, int32_t size) {
+        const long before = CallCount(SystemCall::kValloc);
+        // What the next frame of the clip takes, with the pages that it lies in.
+        Turn(kHalfPages.frameSize + 8192);
+        sFresh = CallCount(SystemCall::kValloc) - before;
+        return sUsual.AddFrameToCache(importerID, stream, ppix, index, preferences, size);
+    };
+    for (const PrPixelFormat format :
+         {PrPixelFormat_V210_422_10u_709, PrPixelFormat_BGRA_4444_8u}) {
+        // Nothing is left from before.
+        module->Close();
+        static_cast<void>(modules.back().release());
+        modules.back().reset(KVX::AsyncImportModule::Create(
+            clip->ImporterID(), kvx_hostkit::Host::BasicSuite(), track));
+        module = modules.back().get();
+        module->mCacheSuite = &cacheSuite;
+        sFresh = -1;
+        ASSERT_EQ(NewFrame(format)->Issue(), 0);
+        RunAll(reading);
+        RunAll(converting);
+        EXPECT_EQ(sFresh, 0);
+    }
+}
+
+// Whoever holds a frame may look at its bytes, and have them converted again.
+TEST_F(ReadBuffersOfFrames, AFrameThatIsHeldKeepsItsBytes) {
+    OpenMovie(MovieOfPicture(kHalfPages, 1, kvx_test::kMediaOffset + 2500));
+    kvx_test::PoolByHand<KVX::ReadController> reading;
+    kvx_test::PoolByHand<KVX::ImportFrameConverter> converting;
+    const Reference<KVX::ImportFrame> frame(NewFrame(PrPixelFormat_V210_422_10u_709));
+    frame->Retain();
+    ASSERT_EQ(frame->Issue(), 0);
+    RunAll(reading);
+    RunAll(converting);
+    ASSERT_NE(frame->mReadRequest->mBuffer, nullptr);
+    ASSERT_EQ(frame->mRefCount, 1);
+    const kvx_test::Bytes media = Media(0, kHalfPages.frameSize);
+    for (int turn = 0; turn < 3; ++turn) {
+        EXPECT_EQ(kvx_test::Bytes(frame->mPixels, media.size()), media);
+        std::memset(frame->mPixels, turn, media.size());
+        EXPECT_EQ(frame->Convert(), 0);
+    }
+    EXPECT_EQ(cache.Additions(), 1);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "convert/video/choice.h"
 
-#include <cstdio>
+#include "core/log.h"
 
 namespace KVX::Converter::Video {
 
@@ -30,12 +30,11 @@ const char* HostFormatName(int pixelFormat) {
 
 void LogRevert(const char* function, const char* from, const char* to, const char* src,
                int srcRowBytes, const char* dst, int dstRowBytes) {
-    std::fprintf(stderr,
-                 "%s: Reverting to scalar code for conversion from %s to %s: srcPtr %p "
-                 "srcRowBytes 0x%x dstPtr %p dstRowBytes 0x%x\n",
-                 function, from, to, static_cast<const void*>(src),
-                 static_cast<unsigned>(srcRowBytes), static_cast<const void*>(dst),
-                 static_cast<unsigned>(dstRowBytes));
+    Core::LogText(
+        "%s: Reverting to scalar code for conversion from %s to %s: srcPtr %p "
+        "srcRowBytes 0x%x dstPtr %p dstRowBytes 0x%x\n",
+        function, from, to, static_cast<const void*>(src), static_cast<unsigned>(srcRowBytes),
+        static_cast<const void*>(dst), static_cast<unsigned>(dstRowBytes));
 }
 
 }  // namespace KVX::Converter::Video

@@ -1,7 +1,6 @@
 #include "convert/video/yuv_choice.h"
 
-#include <cstdio>
-
+#include "core/log.h"
 #include "core/status.h"
 #include "premiere/pixel_formats.h"
 
@@ -41,7 +40,7 @@ long ConvertYUV(const YUVConversion& conversion, const YUVFrame& frame, int host
     }
     YUVRoutine* const routine = PickRoutine(conversion.mRoutines, hostFormat, mode, alignment);
     if (routine == nullptr) {
-        std::fputs("Unsupported pixel format\n", stderr);
+        Core::LogText("Unsupported pixel format\n");
         return Core::kStatusInvalid;
     }
     char* dst = frame.mDst;

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include "pipeline/read_buffers.h"
+
+namespace KVX {
+
+// Memory on its way back to the allocator, which can take the system as long as a read: collected
+// under a lock, given back without it.
+class LeavingBuffers {
+  public:
+    LeavingBuffers() = default;
+
+    // Gives back what is left.
+    ~LeavingBuffers() { FreeHere(); }
+
+    LeavingBuffers(const LeavingBuffers&) = delete;
+    LeavingBuffers& operator=(const LeavingBuffers&) = delete;
+
+    void Add(char* memory);
+    bool IsEmpty() const { return mCount == 0; }
+
+    // Gives all back on a thread of its own, if there can be one: not a moment of the caller's.
+    void FreeElsewhere();
+
+  private:
+    void FreeHere();
+
+    // All that is kept, and one that does not come to it.
+    std::array<char*, ReadBuffers::kMostKept + 1> mBuffers{};
+    size_t mCount = 0;
+};
+
+// Buffers that are kept, the last that came on top. What lies at the bottom is what nobody has
+// asked for longest: it makes room, and it is what the system may take. No lock of its own.
+class BufferShelf {
+  public:
+    using Buffer = ReadBuffers::Buffer;
+
+    // The topmost that will do. Without memory when there is none.
+    Buffer Take(size_t size);
+
+    // Lays a buffer on top, and makes room for it from the bottom. One that is too large for the
+    // shelf leaves, and nothing else.
+    void Put(const Buffer& buffer, LeavingBuffers& leaving);
+
+    // While more is held than the system is to be kept from, takes out the lowest buffer that it
+    // may not take yet: the caller offers it, without the lock, and puts it back. Without memory
+    // when there is none.
+    Buffer TakeToOffer();
+
+    // Lays a buffer that has been offered above those that were before, if there is still room.
+    void PutBackOffered(const Buffer& buffer, LeavingBuffers& leaving);
+
+    void Clear(LeavingBuffers& leaving);
+
+  private:
+    bool HasRoom(size_t size) const;
+    Buffer TakeAt(size_t index);
+    void InsertAt(size_t index, const Buffer& buffer);
+
+    std::array<Buffer, ReadBuffers::kMostKept> mKept{};
+    size_t mCount = 0;
+    size_t mOffered = 0;  // of those, the lowest
+    size_t mBytes = 0;
+    size_t mBytesHeld = 0;  // of the others
+};
+
+}  // namespace KVX
