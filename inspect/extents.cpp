@@ -133,7 +133,10 @@ bool FindFirstTime(const TrackFacts& track, const Missing& missing, double& firs
 void CheckExtents(const TrackReader& reader) {
     const TrackFacts& track = reader.track;
     const SampleTables& tables = track.tables;
-    if (!track.media.canBeRead || !tables.chunkOffsets || !tables.chunkRuns || !tables.sizes) {
+    // Of compressed sound the tables count packets of another size than is taken for a sample.
+    const bool isCompressed = track.sound && track.sound->isCompressed;
+    if (isCompressed || !track.media.canBeRead || !tables.chunkOffsets || !tables.chunkRuns ||
+        !tables.sizes) {
         return;
     }
     const Missing missing = FindMissing(tables, track.media.size);

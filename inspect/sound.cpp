@@ -271,9 +271,8 @@ void CheckDelivery(const TrackReader& reader, const SoundFacts& sound) {
 
 // What follows from form and format together, of sound that is imported at all.
 void CheckSound(const TrackReader& reader, const SoundFacts& sound, const Description& read) {
-    const uint32_t format = reader.track.format;
-    if (!IsPcm(format)) {
-        reader.Add(Code::SoundCompressed, "its sound is " + Quoted(format) +
+    if (sound.isCompressed) {
+        reader.Add(Code::SoundCompressed, "its sound is " + Quoted(reader.track.format) +
                                               ", which is not decoded: its bytes are taken for "
                                               "samples and heard as noise");
     }
@@ -285,7 +284,7 @@ void CheckSound(const TrackReader& reader, const SoundFacts& sound, const Descri
         return;
     }
     CheckDelivery(reader, sound);
-    if (IsPcm(format)) {
+    if (!sound.isCompressed) {
         CheckByteOrder(reader, sound, read);
     }
 }
@@ -294,6 +293,7 @@ void CheckSound(const TrackReader& reader, const SoundFacts& sound, const Descri
 
 bool ReadSound(TrackReader& reader) {
     const AtomView& entry = reader.description;
+    SoundFacts& sound = reader.track.sound.emplace();
     if (!entry) {
         return true;
     }
@@ -302,7 +302,6 @@ bool ReadSound(TrackReader& reader) {
         reader.Add(Code::Damaged, "the sample description is cut short");
         return true;
     }
-    SoundFacts& sound = reader.track.sound.emplace();
     sound.version = version;
     if (version < 0 || version >= kVersionCount) {
         reader.Add(Code::SoundForm, "its sample description is of version " +
@@ -333,6 +332,7 @@ bool ReadSound(TrackReader& reader) {
     sound.isFloat = format == kFloat32 || format == kFloat64;
     sound.isSigned = format != kRaw && !sound.isFloat;
     sound.isBigEndian = format == kBigEndian16;
+    sound.isCompressed = !IsPcm(format);
     if (version == 2) {
         sound.formatFlags = entry.Unsigned32(kFormatFlagsV2);
     }

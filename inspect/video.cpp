@@ -390,13 +390,13 @@ void CheckTicks(const TrackReader& reader) {
 
 void ReadVideo(TrackReader& reader) {
     const AtomView& entry = reader.description;
+    VideoFacts& video = reader.track.video.emplace();
     if (!entry) {
         return;
     }
     if (!entry.Holds(0, kExtensions)) {
         reader.Add(Code::Damaged, "the sample description is cut short");
     }
-    VideoFacts& video = reader.track.video.emplace();
     video.width = entry.Signed16(kWidth);
     video.height = entry.Signed16(kHeight);
     video.depth = entry.Signed16(kDepth);
@@ -414,11 +414,11 @@ void ReadVideo(TrackReader& reader) {
 }
 
 void CheckVideo(const TrackReader& reader) {
-    if (!reader.track.video) {
-        return;
-    }
     VideoFacts& video = *reader.track.video;
     video.frameCount = FrameCount(reader.track);
+    if (!reader.description) {
+        return;
+    }
     CheckTicks(reader);
     CheckFrameCount(reader, video);
     CheckRate(reader);

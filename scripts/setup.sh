@@ -6,7 +6,7 @@
 setup_debian_build=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
     nlohmann-json3-dev libpng-dev libcairo2-dev pkg-config fonts-dejavu-core python3)
 setup_debian_sample=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good)
-setup_debian_tests=(ffmpeg quicktime-utils qemu-user)
+setup_debian_tests=(ffmpeg quicktime-utils qemu-user python3-jsonschema)
 setup_debian_macos=(lld-16 llvm zip ca-certificates)
 
 setup_brew_build=(cmake ninja googletest google-benchmark cli11 nlohmann-json libpng

@@ -54,6 +54,13 @@ def edit_cut(source, target, length):
     _write(target, _read(source)[:length])
 
 
+def edit_shorten(source, target, length):
+    """Retags, and cuts the last `length` bytes off."""
+    data = _read(source)
+    retag(data)
+    _write(target, data[:-length])
+
+
 def edit_stretch(source, target, gap, moov_first):
     """Opens a hole of `gap` bytes in the middle of the media, as a sparse file.
 

@@ -319,7 +319,64 @@ def odd():
                  {"odd/four-channels.mov": ("retag", "raw.mov")})
 
 
+def checked():
+    """What `kvx check` has something to say about, from the encoders that write it."""
+    sound = ["-c:a", "pcm_s16le"]
+    v210 = PICTURES["v210"]
+
+    def check(name, *command, edit=("retag",)):
+        return Recipe(f"checked {name}", [ffmpeg(*command, "raw.mov")],
+                      {f"checked/{name}.mov": (edit[0], "raw.mov", *edit[1:])}, measured=False)
+
+    yield check("ffmpeg-fragments", picture(), noise("stereo"), v210, sound, "-movflags",
+                "frag_keyframe+empty_moov")
+    yield check("ffmpeg-delayed-sound", picture(seconds=1), "-itsoffset", "0.5", noise("stereo"),
+                v210, sound)
+    yield check("ffmpeg-variable-rate", picture(seconds=0.4), "-vf", "select=not(eq(n\\,3))",
+                "-fps_mode", "vfr", v210)
+    yield check("ffmpeg-prores", picture(), "-c:v", "prores_ks")
+    yield check("ffmpeg-jpeg", picture(), "-c:v", "mjpeg", "-pix_fmt", "yuvj422p")
+    yield check("ffmpeg-aac", picture(), noise("stereo", 0.5), v210, "-c:a", "aac")
+    yield check("ffmpeg-mulaw", picture(), noise("stereo"), v210, "-c:a", "pcm_mulaw")
+    yield check("ffmpeg-709", picture(), v210, "-colorspace", "bt709", "-color_primaries", "bt709",
+                "-color_trc", "bt709")
+    yield check("ffmpeg-601-in-hd", picture("1280x720", seconds=0.04), PICTURES["2vuy"],
+                "-colorspace", "smpte170m", "-color_primaries", "smpte170m", "-color_trc", "bt709")
+    yield check("ffmpeg-cut-off", picture(seconds=0.4), v210, "-movflags", "+faststart",
+                edit=("shorten", 20000))
+    for rate in (15, 120):
+        yield check(f"ffmpeg-timecode-{rate}", picture(rate=rate, seconds=0.2), v210, "-timecode",
+                    "00:00:00:00")
+
+    def gstreamer(name, pictures, sounds):
+        return Recipe(f"checked {name}", [[
+            "gst-launch-1.0", "-q",
+            "videotestsrc", "num-buffers=4", "!",
+            "video/x-raw,width=96,height=64,framerate=25/1", "!", *pictures, "!", "queue", "!",
+            "mux.",
+            "audiotestsrc", "num-buffers=4", "samplesperbuffer=1920", "!", *sounds, "!", "queue",
+            "!", "mux.", "qtmux", "name=mux", "!", "filesink", "location=raw.mov",
+        ]], {f"checked/{name}.mov": ("keep", "raw.mov")}, measured=False)
+
+    uncompressed = ["videoconvert", "!", "video/x-raw,format=v210"]
+    yield gstreamer("gstreamer-jpeg", ["jpegenc"],
+                    ["audio/x-raw,format=S16LE,rate=48000,channels=2"])
+    yield gstreamer("gstreamer-alaw", uncompressed,
+                    ["audio/x-raw,format=S16LE,rate=8000,channels=1", "!", "alawenc"])
+    yield gstreamer("gstreamer-four-channels", uncompressed,
+                    ["audio/x-raw,format=S16LE,rate=48000,channels=4,channel-mask=(bitmask)0"])
+
+    for name, options in {"libquicktime-jpeg": ["-vc", "jpeg", "-ac", "twos"],
+                          "libquicktime-ulaw": ["-vc", "v210", "-ac", "ulaw"],
+                          "libquicktime-ima4": ["-vc", "2vuy", "-ac", "ima4"]}.items():
+        yield Recipe(f"checked {name}", [
+            ffmpeg(picture(), noise("stereo"), PICTURES["2vuy"], "-c:a", "pcm_s16le",
+                   "source.mov"),
+            ["lqt_transcode", *options, "source.mov", "raw.mov"],
+        ], {f"checked/{name}.mov": ("keep", "raw.mov")}, measured=False)
+
+
 def all_recipes():
     for family in (matrix, sizes_and_rates, tracks, timecodes, layouts, large, gstreamer,
-                   libquicktime, odd, aligned, pictures, refused):
+                   libquicktime, odd, aligned, pictures, refused, checked):
         yield from family()
