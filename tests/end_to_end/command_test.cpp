@@ -67,7 +67,8 @@ INSTANTIATE_TEST_SUITE_P(
                     "audio_not_importable", "audio_four_channels", "audio_stream_too_high",
                     "audio_onto_the_movie", "audio_no_such_folder", "frames_not_importable",
                     "frames_range_too_high", "frames_range_of_another_form",
-                    "frames_folder_is_a_file", "sheet_onto_the_movie"),
+                    "frames_folder_is_a_file", "sheet_onto_the_movie", "check_fine",
+                    "check_warnings", "check_refused"),
     [](const auto& info) { return info.param; });
 
 uint32_t Number(const std::string& bytes, size_t offset) {
