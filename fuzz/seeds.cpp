@@ -107,8 +107,10 @@ void AddRandomInputs(SeedFolder& folder, int longest) {
 
 void WriteSeeds(const std::filesystem::path& root) {
     SeedFolder movie(root, "movie");
+    SeedFolder inspect(root, "inspect");
     for (const MovieRecipe& recipe : Movies()) {
         movie.Add(MovieBytes(recipe));
+        inspect.Add(MovieBytes(recipe));
     }
     SeedFolder sound(root, "sound");
     for (const AtomNode& description : SoundDescriptions()) {
