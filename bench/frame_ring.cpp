@@ -31,13 +31,13 @@ char* Allocate(size_t bytes) {
 }
 
 // Less than a frame, so that making it takes no time; more than any predictor remembers.
-std::vector<uint64_t> Noise(unsigned wordMask) {
+std::vector<uint64_t> Noise(unsigned wordMask, unsigned wordBase) {
     constexpr size_t kWords = 1 << 16;
-    const uint64_t mask = uint64_t{wordMask} * 0x0001000100010001U;
+    constexpr uint64_t kFourWords = 0x0001000100010001U;
     std::mt19937_64 random(1);
     std::vector<uint64_t> noise(kWords);
     for (uint64_t& word : noise) {
-        word = random() & mask;
+        word = (random() & wordMask * kFourWords) | wordBase * kFourWords;
     }
     return noise;
 }
@@ -48,9 +48,9 @@ void FrameRing::Freer::operator()(char* memory) const {
     std::free(memory);
 }
 
-FrameRing::FrameRing(size_t frameBytes, unsigned wordMask) {
+FrameRing::FrameRing(size_t frameBytes, unsigned wordMask, unsigned wordBase) {
     const size_t count = std::max<size_t>(2, 2 * LastLevelCacheBytes() / frameBytes + 1);
-    const std::vector<uint64_t> noise = Noise(wordMask);
+    const std::vector<uint64_t> noise = Noise(wordMask, wordBase);
     const size_t noiseBytes = noise.size() * sizeof(noise[0]);
     for (size_t i = 0; i < count; ++i) {
         const size_t bytes = frameBytes + kSlack;

@@ -12,8 +12,9 @@ namespace kvx_bench {
 // little past their ends is theirs too.
 class FrameRing {
   public:
-    // Each 16-bit word of noise is masked: samples of 10 bits in words of their own keep to them.
-    explicit FrameRing(size_t frameBytes, unsigned wordMask = 0xFFFF);
+    // Each 16-bit word of noise is masked, so that samples of 10 bits in words of their own keep to
+    // them, and then has `wordBase` in it as well.
+    explicit FrameRing(size_t frameBytes, unsigned wordMask = 0xFFFF, unsigned wordBase = 0);
 
     char* Next();
 

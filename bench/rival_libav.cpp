@@ -14,7 +14,7 @@ namespace kvx_bench {
 
 namespace {
 
-class Converter {
+class Converter : public AudioRival {
   public:
     Converter(const std::string& kind, int channels) : mChannels(channels) {
         mContext = avcodec_alloc_context3(avcodec_find_decoder_by_name(("pcm_" + kind).c_str()));
@@ -27,7 +27,7 @@ class Converter {
                                       nullptr) == 0 &&
                   swr_init(mResampler) == 0;
     }
-    ~Converter() {
+    ~Converter() override {
         av_frame_free(&mFrame);
         av_packet_free(&mPacket);
         swr_free(&mResampler);
@@ -37,12 +37,12 @@ class Converter {
     Converter(const Converter&) = delete;
     Converter& operator=(const Converter&) = delete;
 
-    bool Run(const char* samples, size_t bytes, const std::vector<float*>& planes) {
+    bool Run(char* samples, size_t bytes, const std::vector<float*>& planes) override {
         if (!mIsOpen) {
             return false;
         }
         // Memory that the decoder need not copy.
-        auto* const data = reinterpret_cast<uint8_t*>(const_cast<char*>(samples));
+        auto* const data = reinterpret_cast<uint8_t*>(samples);
         mPacket->buf = av_buffer_create(
             data, bytes, [](void*, uint8_t*) {}, nullptr, AV_BUFFER_FLAG_READONLY);
         mPacket->data = data;
@@ -72,13 +72,8 @@ class Converter {
 
 }  // namespace
 
-void AddLibav(std::vector<Contender>& contenders, const char* kind,
-              const std::vector<char>& samples, unsigned channels,
-              const std::vector<float*>& planes) {
-    const auto converter = std::make_shared<Converter>(kind, static_cast<int>(channels));
-    contenders.push_back({"libav", [converter, &samples, planes] {
-                              return converter->Run(samples.data(), samples.size(), planes);
-                          }});
+std::shared_ptr<AudioRival> MakeLibav(const char* kind, unsigned channels) {
+    return std::make_shared<Converter>(kind, static_cast<int>(channels));
 }
 
 }  // namespace kvx_bench

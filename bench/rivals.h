@@ -6,6 +6,8 @@
 // knows 10-bit RGB in the machine's byte order only, it is spared swapping bytes.
 #pragma once
 
+#include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "conversions.h"
@@ -20,10 +22,14 @@ AddRival AddLibyuv;
 AddRival AddZimg;
 AddRival AddLibswscale;
 
-// Audio: `kind` is libavcodec's name of the samples' form, without "pcm_". The samples outlive the
-// contender.
-void AddLibav(std::vector<Contender>& contenders, const char* kind,
-              const std::vector<char>& samples, unsigned channels,
-              const std::vector<float*>& planes);
+// Audio. Planes are as many as there are channels.
+class AudioRival {
+  public:
+    virtual ~AudioRival() = default;
+    virtual bool Run(char* samples, size_t bytes, const std::vector<float*>& planes) = 0;
+};
+
+// `kind` is libavcodec's name of the samples' form, without "pcm_".
+std::shared_ptr<AudioRival> MakeLibav(const char* kind, unsigned channels);
 
 }  // namespace kvx_bench

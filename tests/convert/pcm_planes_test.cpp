@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -130,6 +131,49 @@ TEST(PcmPlanes, EveryLengthUpToSeveralBlocks) {
         CheckPlanes<SInt24>(frames, false, KVX::QT::SampleOrder51A, kSurround[0].planeOf, 0);
         CheckPlanes<short>(frames, true, KVX::QT::SampleOrderStereo, kStereo, 0);
         CheckPlanes<signed char>(frames, false, KVX::QT::SampleOrderStereo, kStereo, 0);
+    }
+}
+
+// Four frames at a time and what is left over.
+template <typename T>
+void CheckLengthsOfCommonForms() {
+    for (unsigned int frames = 0; frames <= 70; ++frames) {
+        for (size_t misalignment = 0; misalignment < 3; ++misalignment) {
+            CheckPlanes<T>(frames, false, KVX::QT::SampleOrderMono, kMono, misalignment);
+            CheckPlanes<T>(frames, false, KVX::QT::SampleOrderStereo, kStereo, misalignment);
+            CheckPlanes<T>(frames, false, KVX::QT::SampleOrder51C, kSurround[2].planeOf,
+                           misalignment);
+        }
+    }
+}
+
+TEST(PcmPlanes, EveryLengthOf16BitIntegers) {
+    CheckLengthsOfCommonForms<short>();
+}
+
+TEST(PcmPlanes, EveryLengthOf32BitIntegers) {
+    CheckLengthsOfCommonForms<int>();
+}
+
+// Any bits at all, not a number among them, pass in every channel as they are.
+TEST(PcmPlanes, EveryLengthOf32BitFloats) {
+    for (const auto* planeOf : {&kMono, &kStereo, &kSurround[3].planeOf}) {
+        const unsigned int channels = static_cast<unsigned int>(planeOf->size());
+        for (unsigned int frames = 0; frames <= 70; ++frames) {
+            std::vector<char> source(size_t{frames} * channels * sizeof(float));
+            for (size_t i = 0; i < source.size(); ++i) {
+                source[i] = static_cast<char>(ByteAt(i) | (i % 12 == 3 ? 0x7F : 0));
+            }
+            GuardedPlanes planes(channels, frames);
+            PCM::Write<float>(source.data(), false, planes.Get(), channels, frames,
+                              KVX::QT::SampleOrder51D);
+            EXPECT_TRUE(planes.GuardsIntact());
+            for (size_t i = 0; i < size_t{frames} * channels; ++i) {
+                const float& sample = planes.Get()[(*planeOf)[i % channels]][i / channels];
+                ASSERT_EQ(std::memcmp(&sample, &source[i * sizeof(float)], sizeof(float)), 0)
+                    << channels << " channels, " << frames << " frames, sample " << i;
+            }
+        }
     }
 }
 
