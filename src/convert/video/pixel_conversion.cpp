@@ -3,6 +3,7 @@
 
 #include "convert/video/pixel_fused.h"
 #include "convert/video/pixel_fused_bytes.h"
+#include "convert/video/pixel_fused_yuv.h"
 #include "convert/video/pixel_stages_rgb.h"
 #include "convert/video/pixel_stages_scalar.h"
 #include "convert/video/pixel_stages_yuv.h"

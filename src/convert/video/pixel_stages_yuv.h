@@ -34,17 +34,29 @@ struct StudioRange709 {
 
 namespace details {
 
-// One row of a matrix in 1/32768, truncated, over the words B, G, R and A of two pixels.
+// One row of a matrix in 1/32768, truncated: the coefficients of B and G, as pairs of words have
+// them, and that of R.
+struct COEFFICIENTS {
+    uint32_t bg;
+    uint32_t r;
+};
+
 template <typename RANGE, size_t MATRIX_ROW>
-constexpr __m128i Coefficients() {
+constexpr COEFFICIENTS CoefficientPairs() {
     constexpr RGB2YUV kMatrix = RANGE::RGB2YUVMatrix();
     const auto fixed = [](float coefficient) {
         return static_cast<uint16_t>(static_cast<int>(coefficient * 32768.0f));
     };
-    const uint32_t gb = static_cast<uint32_t>(fixed(kMatrix.m[3 * MATRIX_ROW + 1])) << 16 |
-                        fixed(kMatrix.m[3 * MATRIX_ROW + 2]);
-    const uint32_t r = fixed(kMatrix.m[3 * MATRIX_ROW]);
-    return FourLanes(gb, r, gb, r);
+    return {static_cast<uint32_t>(fixed(kMatrix.m[3 * MATRIX_ROW + 1])) << 16 |
+                fixed(kMatrix.m[3 * MATRIX_ROW + 2]),
+            fixed(kMatrix.m[3 * MATRIX_ROW])};
+}
+
+// The same over the words B, G, R and A of two pixels.
+template <typename RANGE, size_t MATRIX_ROW>
+constexpr __m128i Coefficients() {
+    constexpr COEFFICIENTS kRow = CoefficientPairs<RANGE, MATRIX_ROW>();
+    return FourLanes(kRow.bg, kRow.r, kRow.bg, kRow.r);
 }
 
 }  // namespace details
