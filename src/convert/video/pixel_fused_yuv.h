@@ -11,6 +11,7 @@
 #include "convert/video/pixel_stages_yuv.h"
 #include "convert/video/pixel_transform.h"
 #include "convert/video/pixel_values.h"
+#include "convert/video/v210_words.h"
 
 namespace KVX::PixelConversion {
 
@@ -164,52 +165,23 @@ inline PACKED InterleaveBytes(const EIGHT_YUV& eight) {
                              _mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15))};
 }
 
-// Three eights, 24 pixels, to four times four words of three samples each. Samples go into place by
-// whole bytes once they are 1, 4 or 16 times as much, by their place in the word: the lowest at its
-// bit 0, the middle one at its bit 8, the highest at its bit 16.
-class PackV210 {
-  public:
-    static BLOCK<4, PACKED> Pack(const BLOCK<3, EIGHT_YUV>& block) {
-        // Luma is within its ten bits by its coefficients.
-        const auto enlarge = [&](auto i, bool isLuma) {
-            return _mm_mullo_epi16(isLuma ? block.v[i].y : Limit(block.v[i].chroma, v8i_0x3ff),
-                                   Factors<8 * decltype(i)::value>(isLuma));
-        };
-        const std::integral_constant<int, 0> first;
-        const std::integral_constant<int, 1> second;
-        const std::integral_constant<int, 2> third;
-        const __m128i y0 = enlarge(first, true);
-        const __m128i y1 = enlarge(second, true);
-        const __m128i y2 = enlarge(third, true);
-        const __m128i c0 = enlarge(first, false);
-        const __m128i c1 = enlarge(second, false);
-        const __m128i c2 = enlarge(third, false);
-        return {
-            {SixPixels(y0, c0), SixPixels(_mm_alignr_epi8(y1, y0, 12), _mm_alignr_epi8(c1, c0, 12)),
-             SixPixels(_mm_alignr_epi8(y2, y1, 8), _mm_alignr_epi8(c2, c1, 8)),
-             SixPixels(_mm_srli_si128(y2, 4), _mm_srli_si128(c2, 4))},
+// Three eights, 24 pixels, to four times four words of v210. Luma is within its ten bits by its
+// coefficients.
+inline BLOCK<4, PACKED> PackV210(const BLOCK<3, EIGHT_YUV>& block) {
+    using namespace Converter::Video;
+    const auto limit = [](__m128i chroma) { return Limit(chroma, v8i_0x3ff); };
+    const __m128i y0 = EnlargeForV210Luma<0>(block.v[0].y);
+    const __m128i y1 = EnlargeForV210Luma<8>(block.v[1].y);
+    const __m128i y2 = EnlargeForV210Luma<16>(block.v[2].y);
+    const __m128i c0 = EnlargeForV210Chroma<0>(limit(block.v[0].chroma));
+    const __m128i c1 = EnlargeForV210Chroma<8>(limit(block.v[1].chroma));
+    const __m128i c2 = EnlargeForV210Chroma<16>(limit(block.v[2].chroma));
+    return {{{MakeV210Words(y0, c0)},
+             {MakeV210Words(_mm_alignr_epi8(y1, y0, 12), _mm_alignr_epi8(c1, c0, 12))},
+             {MakeV210Words(_mm_alignr_epi8(y2, y1, 8), _mm_alignr_epi8(c2, c1, 8))},
+             {MakeV210Words(_mm_srli_si128(y2, 4), _mm_srli_si128(c2, 4))}},
             block.row};
-    }
-
-  private:
-    // Of the words Cb0 Y0 Cr0, Y1 Cb2 Y2, Cr2 Y3 Cb4 and Y4 Cr4 Y5, for samples from FIRST on.
-    template <int FIRST>
-    static __m128i Factors(bool isLuma) {
-        constexpr short kOfLuma[6] = {4, 1, 16, 4, 1, 16};
-        constexpr short kOfChroma[6] = {1, 16, 4, 1, 16, 4};
-        const auto& f = isLuma ? kOfLuma : kOfChroma;
-        return _mm_setr_epi16(f[FIRST % 6], f[(FIRST + 1) % 6], f[(FIRST + 2) % 6],
-                              f[(FIRST + 3) % 6], f[(FIRST + 4) % 6], f[(FIRST + 5) % 6],
-                              f[FIRST % 6], f[(FIRST + 1) % 6]);
-    }
-
-    static PACKED SixPixels(__m128i y, __m128i chroma) {
-        return {_mm_or_si128(_mm_shuffle_epi8(y, _mm_setr_epi8(-1, 0, 1, -1, 2, 3, 4, 5, -1, 6, 7,
-                                                               -1, 8, 9, 10, 11)),
-                             _mm_shuffle_epi8(chroma, _mm_setr_epi8(0, 1, 2, 3, -1, 4, 5, -1, 6, 7,
-                                                                    8, 9, -1, 10, 11, -1)))};
-    }
-};
+}
 
 using TO_BGRAv8 = BIND<UNPACK_R210_TO_RGBv4, RGBv4_TO_BGRAv8>;
 
@@ -241,7 +213,7 @@ struct BIND3<details::TO_BGRAv8, BGRAv8_TO_UYVYv8<RANGE, 10, 10, 0, 0>, PACK_UYV
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
         if constexpr (In::kPixels == 2 * OUTPUT::kPixels) {
-            return details::PackV210::Pack(
+            return details::PackV210(
                 details::EightsToYUV<RANGE, 10>::template Convert<MISALIGNED, FIRST>(in));
         } else {
             using ONE_BY_ONE =

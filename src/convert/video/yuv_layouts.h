@@ -4,6 +4,7 @@
 #include <tmmintrin.h>
 
 #include "convert/video/rgb_to_yuv.h"
+#include "convert/video/v210_words.h"
 #include "convert/video/vector_memory.h"
 
 namespace KVX::Converter::Video {
@@ -28,34 +29,41 @@ struct V210Layout {
     static constexpr int kGroupBytes = kYUVGroupPixels / 6 * 16;
 
     static KVX_ALWAYS_INLINE void StoreGroup(char* to, const YUVWords (&yuv)[kYUVGroupEights]) {
+        const Samples first = Enlarge<0>(yuv[0]);
+        const Samples second = Enlarge<8>(yuv[1]);
+        const Samples third = Enlarge<16>(yuv[2]);
         // Every six luma words go with six chroma words, three pairs.
-        StoreSix(to, yuv[0].mY, yuv[0].mChroma);
-        StoreSix(to + 16, _mm_alignr_epi8(yuv[1].mY, yuv[0].mY, 12),
-                 _mm_alignr_epi8(yuv[1].mChroma, yuv[0].mChroma, 12));
-        StoreSix(to + 32, _mm_alignr_epi8(yuv[2].mY, yuv[1].mY, 8),
-                 _mm_alignr_epi8(yuv[2].mChroma, yuv[1].mChroma, 8));
-        StoreSix(to + 48, _mm_srli_si128(yuv[2].mY, 4), _mm_srli_si128(yuv[2].mChroma, 4));
+        StoreSix(to, first);
+        StoreSix(to + 16, Join<12>(first, second));
+        StoreSix(to + 32, Join<8>(second, third));
+        StoreSix(to + 48, Join<4>(third, third));
     }
 
   private:
-    // From luma Y0 to Y5 and chroma Cb0 Cr0 Cb2 Cr2 Cb4 Cr4 the words Cb0 Y0 Cr0, Y1 Cb2 Y2,
-    // Cr2 Y3 Cb4 and Y4 Cr4 Y5, lowest sample first.
-    static KVX_ALWAYS_INLINE void StoreSix(char* to, __m128i y, __m128i chroma) {
-        const __m128i lowAndMiddle = _mm_or_si128(
-            _mm_shuffle_epi8(y,
-                             _mm_setr_epi8(-1, -1, 0, 1, 2, 3, -1, -1, -1, -1, 6, 7, 8, 9, -1, -1)),
-            _mm_shuffle_epi8(
-                chroma, _mm_setr_epi8(0, 1, -1, -1, -1, -1, 4, 5, 6, 7, -1, -1, -1, -1, 10, 11)));
-        const __m128i high = _mm_or_si128(
-            _mm_shuffle_epi8(
-                y, _mm_setr_epi8(-1, -1, -1, -1, -1, -1, 4, 5, -1, -1, -1, -1, -1, -1, 10, 11)),
-            _mm_shuffle_epi8(
-                chroma, _mm_setr_epi8(-1, -1, 2, 3, -1, -1, -1, -1, -1, -1, 8, 9, -1, -1, -1, -1)));
-        // Chroma of superwhite colours can pass 10 bits; samples are laid over one another then.
-        const __m128i low = _mm_madd_epi16(lowAndMiddle, _mm_set1_epi32(1));
-        const __m128i middle = _mm_madd_epi16(lowAndMiddle, _mm_set1_epi32(1 << (16 + 10)));
-        const __m128i words =
-            _mm_or_si128(_mm_or_si128(low, middle), _mm_slli_epi32(high, 20 - 16));
+    struct Samples {
+        __m128i mY;
+        __m128i mChroma;
+        __m128i mSigns;  // of chroma
+    };
+
+    template <int kFirst>
+    static KVX_ALWAYS_INLINE Samples Enlarge(const YUVWords& yuv) {
+        return {EnlargeForV210Luma<kFirst>(yuv.mY), EnlargeForV210Chroma<kFirst>(yuv.mChroma),
+                _mm_srai_epi16(yuv.mChroma, 15)};
+    }
+
+    // The sixteen bytes from kByte on.
+    template <int kByte>
+    static KVX_ALWAYS_INLINE Samples Join(const Samples& low, const Samples& high) {
+        return {_mm_alignr_epi8(high.mY, low.mY, kByte),
+                _mm_alignr_epi8(high.mChroma, low.mChroma, kByte),
+                _mm_alignr_epi8(high.mSigns, low.mSigns, kByte)};
+    }
+
+    // Chroma of superwhite colours can pass 10 bits; samples are laid over one another then.
+    static KVX_ALWAYS_INLINE void StoreSix(char* to, const Samples& samples) {
+        const __m128i words = _mm_or_si128(MakeV210Words(samples.mY, samples.mChroma),
+                                           V210SignsOfChroma(samples.mSigns));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to), words);
     }
 };
