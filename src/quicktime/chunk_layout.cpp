@@ -13,100 +13,105 @@ namespace KVX::QT {
 
 namespace {
 
+// Where a walk stands. One that visits hundreds of thousands of chunks keeps it in registers.
+struct Place {
+    long long sample = 0;     // the next one
+    long long position = -1;  // where it begins if it follows on from the last one
+};
+
 // Passes samples that all have one size.
 class EqualSizes {
   public:
     explicit EqualSizes(unsigned int size) : mSize(size) {}
 
-    // The number of the next sample.
-    long long Sample() const { return mSample; }
-
-    // Passes the samples of a chunk, which stand back to back from `position` on, and moves it to
-    // where they end. Answers 0, or 22 after a log line.
-    long Pass(long long count, long long& position) {
+    // Passes the samples of a chunk, which stand back to back from the place's position on. Answers
+    // 0, or 22 after a log line.
+    long Pass(long long count, Place& place) {
         // The format's sizes are 32 bits wide, and so is a chunk's.
-        position = WrappingSum(position, static_cast<unsigned int>(count) * mSize);
-        mSample += count;
+        place.position = WrappingSum(place.position, static_cast<unsigned int>(count) * mSize);
+        place.sample += count;
         return 0;
     }
 
   private:
     const unsigned int mSize;
-    long long mSample = 0;
 };
 
 // Passes samples whose sizes stand in a table, and keeps where a size differs from the one before.
 class TableSizes {
   public:
-    TableSizes(RecordMap<SizeOffset>& runs, AtomFields table)
-        : mRuns(runs), mTable(table), mStated(std::max(table.Signed32(kSizeCountOffset), 0)) {
-        // A table that does not hold as many as it says fails in the end.
-        const uint64_t length = std::max(table.Length(), kSizesOffset) - kSizesOffset;
-        if (static_cast<uint64_t>(mStated) <= length / kSizeEntry) {
-            mKept = mStated;
-            mRuns.Reserve(static_cast<size_t>(mKept));
-        }
+    TableSizes(RecordMap<SizeOffset>& map, AtomFields table)
+        : mMap(map),
+          mRuns(map),
+          mTable(table),
+          mSizes(table.Bytes(0, 0) + kSizesOffset),
+          mHeld(EntriesHeld(table, kSizesOffset, kSizeEntry)),
+          mStated(std::max(table.Signed32(kSizeCountOffset), 0)),
+          // A table that does not hold as many as it says fails in the end.
+          mKept(mStated <= mHeld ? mStated : 0) {
+        mRuns.Expect(static_cast<size_t>(mKept));
     }
 
-    // As EqualSizes has them.
-    long long Sample() const { return mSample; }
-    long Pass(long long count, long long& position) {
-        if (count <= 0) {
-            return 0;
+    // As EqualSizes has it.
+    long Pass(long long count, Place& place) {
+        if (count > mHeld - place.sample) {
+            return Refuse(count, place.sample);
         }
-        const char* size = mTable.Bytes(kSizesOffset + static_cast<uint64_t>(mSample) * kSizeEntry,
-                                        static_cast<uint64_t>(count) * kSizeEntry);
-        if (size == nullptr) {
-            return mTable.Status();
-        }
-        for (const char* const end = size + count * kSizeEntry; size != end; size += kSizeEntry) {
-            Take(Core::ReadBig32(size), position);
+        // A negative count passes none.
+        for (const long long end = place.sample + count; place.sample < end; ++place.sample) {
+            const unsigned int size = Core::ReadBig32(mSizes + place.sample * kSizeEntry);
+            if (size != mPrevious && place.sample < mKept) {
+                BeginRun(size, place);
+            }
+            place.position = WrappingSum(place.position, size);
         }
         return 0;
     }
 
     // Passes what the table has beyond the last chunk. Answers 0, or 22 after a log line, also for
     // a sample without bytes anywhere in it.
-    long Finish(long long position, unsigned int& largest) {
-        if (mTable.Bytes(kSizesOffset, static_cast<uint64_t>(mStated) * kSizeEntry) == nullptr) {
-            return mTable.Status();
+    long Finish(Place place, unsigned int& largest) {
+        if (mStated > mHeld) {
+            return Refuse(mStated, 0);
         }
-        Pass(mStated - mSample, position);
+        Pass(mStated - place.sample, place);
+        mRuns.Flush();
         largest = mLargest;
         if (mHasEmptySample) {
             Core::LogLine(kLayoutOperation, __LINE__, "Got invalid first size of %u\n", 0U);
             return Core::kStatusInvalid;
         }
-        mRuns.Finish();
+        mMap.Finish();
         return 0;
     }
 
   private:
-    void Take(unsigned int size, long long& position) {
-        if (size != mPrevious && mSample < mKept) {
-            Begin(size, position);
-        }
-        ++mSample;
-        position = WrappingSum(position, size);
-    }
-
     // What comes behind a sample without bytes is not kept.
-    void Begin(unsigned int size, long long position) {
+    void BeginRun(unsigned int size, Place place) {
         if (size == 0) {
             mHasEmptySample = true;
-            mKept = mSample;
+            mKept = place.sample;
             return;
         }
-        mRuns.Append(mSample, {size, position});
+        mRuns.Append(place.sample, SizeOffset{size, place.position});
         mPrevious = size;
         mLargest = std::max(mLargest, size);
     }
 
-    RecordMap<SizeOffset>& mRuns;
+    // Sizes that the atom does not hold.
+    long Refuse(long long count, long long first) {
+        mTable.Bytes(kSizesOffset + static_cast<uint64_t>(first) * kSizeEntry,
+                     static_cast<uint64_t>(count) * kSizeEntry);
+        return mTable.Status();
+    }
+
+    RecordMap<SizeOffset>& mMap;
+    RunAppender<HeldRecord<SizeOffset>> mRuns;
     AtomFields mTable;
+    const char* const mSizes;
+    const long long mHeld;
     const long long mStated;
-    long long mKept = 0;  // runs are kept up to this sample
-    long long mSample = 0;
+    long long mKept;  // runs are kept up to this sample
     long long mPrevious = -1;
     unsigned int mLargest = 0;
     bool mHasEmptySample = false;
@@ -116,8 +121,9 @@ class TableSizes {
 template <typename Sizes>
 class ChunkWalk {
   public:
-    ChunkWalk(RunMap<long long>& runs, const Atom* chunksAtom, Sizes& sizes)
-        : mRuns(runs),
+    ChunkWalk(RunMap<long long>& map, const Atom* chunksAtom, Sizes& sizes)
+        : mMap(map),
+          mRuns(map),
           mChunks(TableFields(chunksAtom, __LINE__)),
           mSizes(sizes),
           mHasLongOffsets(mChunks.Type() == Core::FourCharCode("co64")) {}
@@ -127,79 +133,102 @@ class ChunkWalk {
         if (const long status = entries.Init(TableFields(stscAtom, __LINE__), kRunLength)) {
             return status;
         }
-        const long long chunkCount = mChunks.Signed32(kTableCountOffset);
+        mCount = mChunks.Signed32(kTableCountOffset);
         if (mChunks.Status() != 0) {
             return mChunks.Status();
         }
+        mHeld = EntriesHeld(mChunks, kTableEntriesOffset, mHasLongOffsets ? 8 : 4);
         // Every chunk belongs to one entry. A table out of order visits some twice; one that goes
         // over very many twice, or over them again and again, is made to cost time and memory.
-        mVisitsLeft = std::max(chunkCount, std::min(2 * chunkCount, kMostRepeatedVisits));
-        mRuns.Reserve(std::min(static_cast<uint64_t>(std::max(chunkCount, 0LL)),
-                               mChunks.Length() / EntryLength()));
-        const long status = VisitAll(entries, chunkCount);
-        mRuns.Finish();
+        mVisitsLeft = std::max(mCount, std::min(2 * mCount, kMostRepeatedVisits));
+        mRuns.Expect(static_cast<size_t>(std::clamp(mCount, 0LL, mHeld)));
+        const long status = VisitAll(entries);
+        mRuns.Flush();
+        mMap.Finish();
         return status;
     }
 
-    // Where the last chunk ends; 0 if none was visited.
-    long long End() const { return mRuns.empty() ? 0 : mExpected; }
+    // Behind the last chunk.
+    Place End() const { return {mEnd.sample, mMap.empty() ? 0 : mEnd.position}; }
 
   private:
     static constexpr uint64_t kRunLength = 12;  // of an "stsc" entry
     static constexpr long long kMostRepeatedVisits = 1 << 20;
 
-    long VisitAll(const TableEntries& entries, long long chunkCount) {
+    long VisitAll(const TableEntries& entries) {
         for (long long i = 0; i < entries.count; ++i) {
             const char* const entry = entries.bytes + i * kRunLength;
             const long long first = FirstChunk(entry);
-            const long long end =
-                i + 1 < entries.count ? FirstChunk(entry + kRunLength) : chunkCount;
+            const long long next = i + 1 < entries.count ? FirstChunk(entry + kRunLength) : mCount;
+            // An entry goes on to the end of the table if the next one's first chunk never comes.
+            const long long end = first <= next && next <= mCount ? next : mCount;
             const long long samplesPerChunk = TableSigned32(entry + 4);
-            for (long long chunk = first; chunk < chunkCount && chunk != end; ++chunk) {
-                if (const long status = Visit(chunk, samplesPerChunk)) {
-                    return status;
-                }
+            if (const long status = mHasLongOffsets ? Visit<8>(first, end, samplesPerChunk)
+                                                    : Visit<4>(first, end, samplesPerChunk)) {
+                return status;
             }
         }
         return 0;
     }
-
-    uint64_t EntryLength() const { return mHasLongOffsets ? 8 : 4; }
 
     // Chunks are counted from 1 in the file.
     static long long FirstChunk(const char* entry) {
         return static_cast<long long>(Core::ReadBig32(entry)) - 1;
     }
 
-    long Visit(long long chunk, long long sampleCount) {
-        if (chunk < 0 || mVisitsLeft-- == 0) {
+    // The chunks from `first` up to `end`, of so many samples each, whose entries have so many
+    // bytes.
+    template <int kLength>
+    long Visit(long long first, long long end, long long sampleCount) {
+        if (first >= end) {
+            return 0;
+        }
+        const long long last = first + std::min({end - first, mVisitsLeft, mHeld - first});
+        const char* const table = mChunks.Bytes(0, 0) + kTableEntriesOffset;
+        Place place = mEnd;
+        long long chunk = first;
+        for (; chunk >= 0 && chunk < last; ++chunk) {
+            const char* const entry = table + chunk * kLength;
+            const long long offset = kLength == 8 ? static_cast<long long>(Core::ReadBig64(entry))
+                                                  : Core::ReadBig32(entry);
+            if (offset <= 0) {
+                Core::LogLine(kLayoutOperation, __LINE__, "Got invalid offset of %lld\n", offset);
+                return Core::kStatusInvalid;
+            }
+            if (offset != place.position) {
+                mRuns.Append(place.sample, offset);
+            }
+            place.position = offset;
+            if (const long status = mSizes.Pass(sampleCount, place)) {
+                return status;
+            }
+        }
+        mVisitsLeft -= chunk - first;
+        mEnd = place;
+        return chunk == end ? 0 : Refuse(chunk, kLength);
+    }
+
+    // A chunk that cannot be visited.
+    long Refuse(long long chunk, uint64_t entryLength) {
+        if (chunk < 0 || mVisitsLeft == 0) {
             Core::LogLine(kLayoutOperation, __LINE__,
                           "Invalid sample to chunk table at chunk %lld\n", chunk + 1);
             return Core::kStatusInvalid;
         }
-        const uint64_t entry = kTableEntriesOffset + static_cast<uint64_t>(chunk) * EntryLength();
-        const long long offset = mHasLongOffsets ? static_cast<long long>(mChunks.Unsigned64(entry))
-                                                 : mChunks.Unsigned32(entry);
-        if (mChunks.Status() != 0) {
-            return mChunks.Status();
-        }
-        if (offset <= 0) {
-            Core::LogLine(kLayoutOperation, __LINE__, "Got invalid offset of %lld\n", offset);
-            return Core::kStatusInvalid;
-        }
-        if (offset != mExpected) {
-            mRuns.Append(mSizes.Sample(), offset);
-        }
-        mExpected = offset;
-        return mSizes.Pass(sampleCount, mExpected);
+        mChunks.Bytes(kTableEntriesOffset + static_cast<uint64_t>(chunk) * entryLength,
+                      entryLength);
+        return mChunks.Status();
     }
 
-    RunMap<long long>& mRuns;
+    RunMap<long long>& mMap;
+    RunAppender<long long> mRuns;
     AtomFields mChunks;
     Sizes& mSizes;
     const bool mHasLongOffsets;
+    long long mCount = 0;  // as the table states it
+    long long mHeld = 0;   // as its length tells
     long long mVisitsLeft = 0;
-    long long mExpected = -1;  // where the next chunk continues the run
+    Place mEnd;
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -151,6 +152,11 @@ class RunMap {
         mEntries.emplace_back(key, value);
     }
 
+    // Entries whose keys go up, from one above the last key on.
+    void Append(const value_type* first, const value_type* last) {
+        mEntries.insert(mEntries.end(), first, last);
+    }
+
     void Finish() {
         if (!mInOrder) {
             Sort();
@@ -232,10 +238,57 @@ class RecordMap : public RunMap<HeldRecord<Record>> {
     RecordMap(const RecordMap&) = delete;
     RecordMap& operator=(const RecordMap&) = delete;
 
-    // As RunMap::Append.
+    using RunMap<HeldRecord<Record>>::Append;
     void Append(long long key, Record record) {
         RunMap<HeldRecord<Record>>::Append(key, HeldRecord<Record>(record));
     }
+};
+
+// Appends to an empty map as RunMap::Append does, in blocks: for tables of many runs. No more than
+// one block costs a map no memory but its own.
+template <typename Value>
+class RunAppender {
+  public:
+    explicit RunAppender(RunMap<Value>& map) : mMap(map) {}
+    RunAppender(const RunAppender&) = delete;
+    RunAppender& operator=(const RunAppender&) = delete;
+
+    // How many runs there may be at most; see RunMap::Reserve.
+    void Expect(size_t most) { mMost = most; }
+
+    void Append(long long key, Value value) {
+        if (mNext == mBlock + kBlock || key <= mLastKey) {
+            AppendBehindBlock(key, value);
+            return;
+        }
+        mNext->first = key;
+        mNext->second = value;
+        ++mNext;
+        mLastKey = key;
+    }
+
+    // To be called after the last entry.
+    void Flush() {
+        mMap.Append(mBlock, mNext);
+        mNext = mBlock;
+    }
+
+  private:
+    using Entry = typename RunMap<Value>::value_type;
+    static constexpr int kBlock = 128;
+
+    __attribute__((noinline)) void AppendBehindBlock(long long key, Value value) {
+        mMap.Reserve(mMost);
+        Flush();
+        mMap.Append(key, value);
+        mLastKey = key;
+    }
+
+    RunMap<Value>& mMap;
+    size_t mMost = 0;
+    long long mLastKey = std::numeric_limits<long long>::min();
+    Entry mBlock[kBlock];
+    Entry* mNext = mBlock;
 };
 
 }  // namespace KVX::QT

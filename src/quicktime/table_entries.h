@@ -41,6 +41,12 @@ struct TableEntries {
     }
 };
 
+// Entries that a table has room for, whatever its count says.
+inline long long EntriesHeld(const AtomFields& table, uint64_t offset, uint64_t entrySize) {
+    const uint64_t length = table.Length();
+    return length < offset ? 0 : static_cast<long long>((length - offset) / entrySize);
+}
+
 inline long long TableSigned32(const char* field) {
     return static_cast<int32_t>(Core::ReadBig32(field));
 }

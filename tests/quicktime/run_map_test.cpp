@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <iterator>
+#include <limits>
 #include <map>
 #include <stdexcept>
 #include <vector>
 
 using KVX::QT::RecordMap;
+using KVX::QT::RunAppender;
 using KVX::QT::RunMap;
 using testing::ElementsAre;
 using testing::Pair;
@@ -128,6 +130,40 @@ TEST(RunMap, SubscriptInsertsAnywhere) {
     runs[5] = 150;
     runs[20] = 301;
     EXPECT_THAT(runs, ElementsAre(Pair(0, 100), Pair(5, 150), Pair(10, 200), Pair(20, 301)));
+}
+
+// Keys that go up, stay and go back, with breaks everywhere in a block.
+TEST(RunAppender, AppendsAsTheMapDoes) {
+    for (const int count : {0, 1, 127, 128, 129, 130, 256, 257, 1000}) {
+        for (const int step : {1, 2, 3, 7, 128, 129}) {
+            SCOPED_TRACE(testing::Message() << count << " entries, another way each " << step);
+            RunMap<long long> expected;
+            RunMap<long long> runs;
+            RunAppender<long long> appender(runs);
+            appender.Expect(static_cast<size_t>(count));
+            long long key = 0;
+            for (int i = 0; i < count; ++i) {
+                expected.Append(key, i);
+                appender.Append(key, i);
+                key += i % step != step - 1 ? 5 : i % 2 == 0 ? 0 : -7;
+            }
+            appender.Flush();
+            expected.Finish();
+            runs.Finish();
+            EXPECT_EQ(runs, expected);
+        }
+    }
+}
+
+TEST(RunAppender, TakesTheLowestKey) {
+    RunMap<long long> runs;
+    RunAppender<long long> appender(runs);
+    constexpr long long kLowest = std::numeric_limits<long long>::min();
+    appender.Append(kLowest, 1);
+    appender.Append(kLowest, 2);
+    appender.Append(0, 3);
+    appender.Flush();
+    EXPECT_THAT(runs, ElementsAre(Pair(kLowest, 2), Pair(0, 3)));
 }
 
 struct Record {
