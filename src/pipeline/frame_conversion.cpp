@@ -7,7 +7,6 @@
 #include "core/log.h"
 #include "core/status.h"
 #include "pipeline/destinations.h"
-#include "pipeline/streamed_copy.h"
 #include "util/printer.h"
 
 namespace KVX {
@@ -19,16 +18,6 @@ using Core::LogSite;
 // To whoever reads the log, the choice of a road is a part of ImportFrame::Convert.
 constexpr const char* kConvert = "Convert";
 
-using Copy = void(char* to, const char* from, size_t size);
-
-void CopyCached(char* to, const char* from, size_t size) {
-    std::memcpy(to, from, size);
-}
-
-Copy* ChooseCopy(long long frameSize) {
-    return frameSize < static_cast<long long>(kLeastStreamed) ? &CopyCached : &CopyStreamed;
-}
-
 // The sample, all of which has been read.
 void CopyWhole(const FrameConversion& frame) {
     const long long frameSize = static_cast<long long>(frame.height) * frame.rowBytes;
@@ -38,19 +27,18 @@ void CopyWhole(const FrameConversion& frame) {
                       frameSize);
         size = frameSize;
     }
-    ChooseCopy(size)(frame.pixels, frame.source, static_cast<size_t>(size));
+    std::memcpy(frame.pixels, frame.source, static_cast<size_t>(size));
 }
 
 // The source's row length in all cases: the host makes room for the rows of the format it offers.
 void CopyRows(const FrameConversion& frame) {
-    Copy* const copy = ChooseCopy(static_cast<long long>(frame.height) * frame.sourceRowBytes);
     long long left = frame.available;
     for (int row = 0; row < frame.height && left > 0; ++row) {
         // 32 bits, as the host counts a frame's bytes.
         const auto destOffset = static_cast<int32_t>(static_cast<uint32_t>(row) *
                                                      static_cast<uint32_t>(frame.rowBytes));
-        copy(frame.pixels + destOffset, frame.source + row * frame.sourceRowBytes,
-             static_cast<size_t>(std::min<long long>(frame.sourceRowBytes, left)));
+        std::memcpy(frame.pixels + destOffset, frame.source + row * frame.sourceRowBytes,
+                    static_cast<size_t>(std::min<long long>(frame.sourceRowBytes, left)));
         left -= frame.sourceRowBytes;
     }
 }
@@ -90,7 +78,6 @@ long CopyOrConvert(const FrameConversion& frame) {
     } else {
         CopyRows(frame);
     }
-    EndStreamedCopies();
     return 0;
 }
 
