@@ -25,8 +25,7 @@ struct MisalignedSource {
         return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
     }
     static KVX_ALWAYS_INLINE const char* Line(const char* from) {
-        const uintptr_t line = reinterpret_cast<uintptr_t>(from) & ~static_cast<uintptr_t>(15);
-        return reinterpret_cast<const char*>(line);
+        return from - reinterpret_cast<uintptr_t>(from) % 16;
     }
 };
 
