@@ -95,7 +95,7 @@ struct Interleaved<4, 2> {
 template <>
 struct Interleaved<4, 6> {
     static ChannelVectors<6> Load(const char* from) {
-        constexpr size_t kFrame = 6 * 4;
+        constexpr size_t kFrame = 6 * sizeof(float);
         ChannelVectors<6> channels;
         for (size_t pair = 0; pair < 3; ++pair) {
             const char* const at = from + 8 * pair;
