@@ -1,7 +1,53 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+
 #include "cli/command_line/parse.h"
+#include "cli/movie/time_limit.h"
+#include "cli/output/complain.h"
+#include "cli/output/output_file.h"
+#include "cli/output/progress_bar.h"
+#include "cli/output/unfinished_files.h"
+
+namespace {
+
+// Whoever starts the program with one of these closed must not have a movie opened in its place,
+// and has to be told that nothing can be written there.
+void OccupyStandardDescriptors() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(descriptor, F_GETFD) == -1) {
+            // Each takes the lowest that is free. Nothing can be written to this one, nor be read.
+            const int flags = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+            if (open("/dev/null", flags) != descriptor) {
+                _exit(kvx_cli::kExitFailed);
+            }
+        }
+    }
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
-    int exitCode = 0;
-    const auto invocation = kvx_cli::ParseCommandLine(argc, argv, exitCode);
-    return invocation ? invocation->command->run(invocation->arguments) : exitCode;
+    using namespace kvx_cli;
+
+    OccupyStandardDescriptors();
+    KeepStandardError();
+    // A pipe whose reader has gone is told like a full disk.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    int exitCode = kExitDone;
+    if (const auto invocation = ParseCommandLine(argc, argv, exitCode)) {
+        EndTidilyOnSignals();
+        if (invocation->arguments.Has(OptionId::kQuiet)) {
+            ProgressBar::DrawNone();
+        }
+        exitCode = invocation->command->run(invocation->arguments);
+    }
+    exitCode = CloseStandardOutput(exitCode);
+    if (TimeLimit::HasLeftThreadBehind()) {
+        EndAtOnce(exitCode);
+    }
+    return exitCode;
 }

@@ -64,11 +64,14 @@ constexpr OptionInfo kOptions[] = {
     Flag(Id::kJsonLines, kInfo, "--json-lines", "Print JSON, one object a line").Excludes(Id::kLog),
     Flag(Id::kJson, kCheck, "--json", "Print JSON, an array of one object a movie"),
     Flag(Id::kJsonLines, kCheck, "--json-lines", "Print JSON, one object a line"),
-    Text(Id::kOutput, kAudio, "--output", "OUT.wav", "The WAV file to write")
+    Text(Id::kOutput, kAudio, "--output", "OUT.wav|-",
+         "The WAV file to write; - is standard output")
         .Letter("-o")
         .Required(),
     Number(Id::kStream, kAudio, "--stream", "N", "0", 0, kUnlimited,
            "The sound stream, as `kvx info` numbers them"),
+    Flag(Id::kPartial, kAudio, "--partial",
+         "Write what there is of a sound that is not all in the file"),
     Text(Id::kOutput, kFrames, "--output", "DIR|-",
          "The folder to write into, a file for each frame named by its number; with --raw, - "
          "writes all frames to standard output, one after the other")
@@ -85,15 +88,21 @@ constexpr OptionInfo kOptions[] = {
          "behind a header. What is written are again the frame's own bytes, taken from behind the "
          "header")
         .Needs(Id::kRaw),
-    Text(Id::kOutput, kSheet, "--output", "SHEET.png", "The picture to write")
+    Flag(Id::kPartial, kFrames, "--partial",
+         "On standard output, fill the places of frames that can't be read with zeros")
+        .Needs(Id::kRaw),
+    Text(Id::kOutput, kSheet, "--output", "SHEET.png|-",
+         "The picture to write; - is standard output")
         .Letter("-o")
         .Required(),
     Number(Id::kColumns, kSheet, "--columns", "N", "4", 1, 20, "Frames beside each other"),
     Number(Id::kRows, kSheet, "--rows", "N", "3", 1, 100, "Frames below each other"),
     Number(Id::kWidth, kSheet, "--width", "N", "1600", 400, 16000, "Of the sheet, in pixels"),
-    Number(Id::kPatience, kFrames | kSheet, "--patience", "SECONDS", "30", 1, kUnlimited,
-           "How many seconds a frame may take before the command gives up"),
     Text(Id::kModule, kInAllCommands, "--module", "PATH", "The importer module to load"),
+    Number(Id::kTimeout, kInAllCommands, "--timeout", "SECONDS", "10", 1, kUnlimited,
+           "How long a file may take to answer"),
+    Flag(Id::kQuiet, kInAllCommands, "--quiet",
+         "Say nothing of what went well, and draw no bar while at work"),
 };
 
 bool ReadNumber(const std::string& text, int64_t& number) {

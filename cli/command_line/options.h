@@ -34,6 +34,8 @@ struct CommandInfo {
 
 enum class OptionId {
     kModule,
+    kTimeout,
+    kQuiet,
     kLog,
     kJson,
     kJsonLines,
@@ -43,7 +45,7 @@ enum class OptionId {
     kRaw,
     kDepth,
     kCustom,
-    kPatience,
+    kPartial,
     kColumns,
     kRows,
     kWidth,

@@ -1,5 +1,4 @@
 #include <cmath>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -9,6 +8,7 @@
 #include "cli/output/complain.h"
 #include "cli/output/progress_bar.h"
 #include "cli/output/text.h"
+#include "cli/output/unfinished_files.h"
 #include "cli/sound/sound_reader.h"
 #include "cli/sound/wav_writer.h"
 
@@ -16,71 +16,79 @@ namespace kvx_cli {
 
 namespace {
 
-struct AudioOptions {
-    std::string movie;
-    std::string output;
-    int stream;
-};
+// A problem of the reader, which may leave nothing to be done but to end.
+Problem ReaderProblem(const MovieAtWork& movie, const SoundReader& reader) {
+    if (reader.HasTimedOut()) {
+        EndAtOnce(Complain(movie.path, reader.GetProblem()));
+    }
+    return reader.GetProblem();
+}
 
-int Copy(SoundReader& reader, const imFileInfoRec8& info, const AudioOptions& options) {
-    const WavFormat format = {info.audioChannels,
-                              static_cast<int>(std::lround(info.audioSampleRate))};
+Problem Copy(const MovieAtWork& movie, SoundReader& reader, const WavFormat& format,
+             const std::string& output, int64_t length) {
     WavWriter writer;
-    if (!writer.Open(options.output, format)) {
-        return Complain(kExitRefused, options.movie, writer.Problem());
+    if (Problem problem =
+            writer.Open(output, movie.inputs, format, static_cast<uint64_t>(length))) {
+        return problem;
     }
     std::vector<float> interleaved(SoundReader::kBlockFrames *
                                    static_cast<size_t>(format.channels));
+    ProgressBar progress("sound", length);
     int64_t done = 0;
-    {
-        ProgressBar progress("sound", info.audioDuration);
-        while (const size_t frames = reader.ReadBlock()) {
-            Interleave(reader.Planes(), format.channels, frames, interleaved.data());
-            if (!writer.Write(interleaved.data(), frames)) {
-                return Complain(kExitRefused, options.movie, writer.Problem());
-            }
-            done += static_cast<int64_t>(frames);
-            progress.Update(done);
+    while (const size_t frames = reader.ReadBlock()) {
+        Interleave(reader.Planes(), format.channels, frames, interleaved.data());
+        if (Problem problem = writer.Write(interleaved.data(), frames)) {
+            return problem;
         }
+        done += static_cast<int64_t>(frames);
+        progress.Update(done);
     }
-    if (!reader.Problem().empty()) {
-        return Complain(kExitRefused, options.movie, reader.Problem());
-    }
-    if (!writer.Finish()) {
-        return Complain(kExitRefused, options.movie, writer.Problem());
-    }
-    std::printf("%s: %s, %d Hz, %d channel%s, 32-bit float\n", options.output.c_str(),
-                DurationText(done, format.sampleRate).c_str(), format.sampleRate, format.channels,
-                format.channels == 1 ? "" : "s");
-    return kExitDone;
+    const Problem problem = ReaderProblem(movie, reader);
+    return problem ? problem : writer.Finish();
 }
 
-int WriteSound(const kvx_hostkit::Clip& clip, const AudioOptions& options) {
-    const std::vector<imFileInfoRec8> streams = clip.Streams();
+int WriteSound(const MovieAtWork& movie, const Arguments& arguments) {
+    const std::vector<imFileInfoRec8> streams = movie.clip.Streams();
     const size_t count = SoundStreamCount(streams);
     if (count == 0) {
-        return Complain(kExitRefused, options.movie, "it has no sound");
+        return Complain(kExitRefused, movie.path, "it has no sound");
     }
-    const size_t number = static_cast<size_t>(options.stream);
+    const auto number = static_cast<size_t>(arguments.Number(OptionId::kStream));
     if (number >= count) {
-        return Complain(kExitUsage, options.movie,
+        return Complain(kExitRefused, movie.path,
                         "its last sound stream is number " + std::to_string(count - 1));
     }
-    SoundReader reader(clip, options.stream, streams[number]);
+    const imFileInfoRec8& info = streams[number];
+    SoundReader reader(movie.clip, static_cast<int32_t>(number), info, movie.limit);
+    Problem problem;
     if (!reader.Start()) {
-        return Complain(kExitRefused, options.movie, reader.Problem());
+        return Complain(movie.path, ReaderProblem(movie, reader));
     }
-    return Copy(reader, streams[number], options);
+    const int64_t length = reader.FindLength();
+    problem = ReaderProblem(movie, reader);
+    const WavFormat format = {info.audioChannels,
+                              static_cast<int>(std::lround(info.audioSampleRate))};
+    const std::string output = arguments.Text(OptionId::kOutput);
+    if (!problem) {
+        problem = Copy(movie, reader, format, output, length);
+    }
+    if (problem) {
+        return Complain(movie.path, problem);
+    }
+    if (!arguments.Has(OptionId::kQuiet)) {
+        Complain(kExitDone, output,
+                 DurationText(length, format.sampleRate) + ", " +
+                     std::to_string(format.sampleRate) + " Hz, " + std::to_string(format.channels) +
+                     (format.channels == 1 ? " channel" : " channels") + ", 32-bit float");
+    }
+    return kExitDone;
 }
 
 }  // namespace
 
 int RunAudio(const Arguments& arguments) {
-    const AudioOptions options = {arguments.Movie(), arguments.Text(OptionId::kOutput),
-                                  static_cast<int>(arguments.Number(OptionId::kStream))};
-    return WithMovieInto(arguments, options.output, [&options](const kvx_hostkit::Clip& clip) {
-        return WriteSound(clip, options);
-    });
+    return WithMovie(
+        arguments, [&arguments](const MovieAtWork& movie) { return WriteSound(movie, arguments); });
 }
 
 }  // namespace kvx_cli

@@ -2,17 +2,9 @@
 #pragma once
 
 #include "cli/command_line/options.h"
+#include "cli/output/exit_code.h"
 
 namespace kvx_cli {
-
-// How every subcommand ends.
-enum ExitCode : int {
-    kExitDone = 0,
-    kExitRefused = 1,   // a movie is not importable, or could not be carried through
-    kExitUsage = 2,     // the command line, or the installation, is not right
-    kExitFailed = 3,    // a movie can't be read, an output can't be written, no module
-    kExitWarnings = 4,  // imports, with warnings
-};
 
 // Each does what its subcommand was called for, and answers an ExitCode.
 int RunInfo(const Arguments& arguments);

@@ -1,6 +1,6 @@
-#include <chrono>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/commands/commands.h"
@@ -16,80 +16,120 @@ namespace kvx_cli {
 
 namespace {
 
-struct FramesOptions {
-    std::string movie;
-    std::string output;
-    std::string range;
-    bool raw;
-    bool custom;
-    int depth;
-    std::chrono::seconds patience;
+// Frames that can't be had, told in stretches that have the same reason.
+class MissingFrames {
+  public:
+    explicit MissingFrames(std::string movie) : mMovie(std::move(movie)) {}
+
+    void Add(int64_t frame, const std::string& reason) {
+        mCode = kExitRefused;
+        if (mCount != 0 && mFirst + mCount == frame && mReason == reason) {
+            ++mCount;
+            return;
+        }
+        Tell();
+        mFirst = frame;
+        mCount = 1;
+        mReason = reason;
+    }
+
+    ExitCode Code() const { return mCode; }
+
+    // Those that have not been told. Call it at the end.
+    void Tell() {
+        if (mCount == 1) {
+            Complain(kExitRefused, mMovie, "frame " + std::to_string(mFirst) + ": " + mReason);
+        } else if (mCount > 1) {
+            Complain(kExitRefused, mMovie,
+                     "frames " + std::to_string(mFirst) + " to " +
+                         std::to_string(mFirst + mCount - 1) + ": " + mReason);
+        }
+        mCount = 0;
+    }
+
+  private:
+    std::string mMovie;
+    int64_t mFirst = 0;
+    int64_t mCount = 0;
+    std::string mReason;
+    ExitCode mCode = kExitDone;
 };
 
-// Answers what went wrong; nothing if all frames are written.
-std::string WriteFrames(const kvx_hostkit::Clip& clip, FrameRange range,
-                        std::chrono::seconds patience, FrameOutput& output) {
+Problem WriteFrame(const FrameReader::Frame& frame, bool fillsPlaces, FrameOutput& output,
+                   MissingFrames& missing) {
+    if (frame.ppix != nullptr) {
+        return output.Write(frame.number, kvx_hostkit::PixelBuffers::View(frame.ppix));
+    }
+    missing.Add(frame.number, frame.failure);
+    if (output.NamesFrames() || fillsPlaces) {
+        return output.WriteZeros(frame.number);
+    }
+    return {kExitRefused,
+            "ended before frame " + std::to_string(frame.number) +
+                "; --partial goes on, with zeros in the places of frames that can't be read"};
+}
+
+int WriteFrames(const MovieAtWork& movie, FrameRange range, bool fillsPlaces, FrameOutput& output) {
+    if (const Problem problem = output.Open()) {
+        return Complain(movie.path, problem);
+    }
+    MissingFrames missing(movie.path);
     // Before the reader takes standard error away.
     ProgressBar progress("frames", range.end - range.first);
-    FrameReader reader(clip, FramesOf(range), {output.Format()}, patience);
-    if (!reader.Start()) {
-        return reader.Problem();
-    }
-    while (const PPixHand frame = reader.Next()) {
-        const std::string problem =
-            output.Write(reader.FrameNumber(), kvx_hostkit::PixelBuffers::View(frame));
-        if (!problem.empty()) {
-            return problem;
-        }
+    FrameReader reader(movie.clip, FramesOf(range), {output.Format()}, movie.limit.Limit());
+    Problem problem = reader.Start();
+    FrameReader::Frame frame;
+    while (!problem && reader.Next(frame)) {
+        problem = WriteFrame(frame, fillsPlaces, output, missing);
         progress.Update(static_cast<int64_t>(reader.Delivered()));
     }
-    return reader.Problem();
-}
-
-std::unique_ptr<FrameOutput> MakeOutput(const FramesOptions& options, const imFileInfoRec8& video) {
-    if (options.raw) {
-        return std::make_unique<RawOutput>(options.output, static_cast<uint32_t>(video.subType),
-                                           options.custom);
+    if (!problem) {
+        problem = reader.GetProblem();
     }
-    return std::make_unique<PngOutput>(options.output, options.depth, PixelAspectOf(video));
+    if (!problem) {
+        problem = output.Finish();
+    }
+    missing.Tell();
+    if (problem) {
+        Complain(movie.path, problem);
+    }
+    return Graver(problem.code, missing.Code());
 }
 
-int WriteVideo(const kvx_hostkit::Clip& clip, const FramesOptions& options) {
-    const std::vector<imFileInfoRec8> streams = clip.Streams();
+std::unique_ptr<FrameOutput> MakeOutput(const Arguments& arguments, const InputFiles& inputs,
+                                        const imFileInfoRec8& video) {
+    const std::string place = arguments.Text(OptionId::kOutput);
+    if (arguments.Has(OptionId::kRaw)) {
+        const RawLayout layout = {static_cast<uint32_t>(video.subType), video.width, video.height};
+        return std::make_unique<RawOutput>(place, inputs, layout, arguments.Has(OptionId::kCustom));
+    }
+    return std::make_unique<PngOutput>(
+        place, inputs, static_cast<int>(arguments.Number(OptionId::kDepth)), PixelAspectOf(video));
+}
+
+int WriteVideo(const MovieAtWork& movie, const Arguments& arguments) {
+    const std::vector<imFileInfoRec8> streams = movie.clip.Streams();
     const imFileInfoRec8* const video = FindVideo(streams);
-    if (video == nullptr) {
-        return Complain(kExitRefused, options.movie, "it has no video");
+    Problem problem = CheckPictures(video);
+    FrameRange range = {};
+    if (!problem) {
+        problem = ReadFrameRange(arguments.Text(OptionId::kRange), FrameCount(*video), range);
     }
-    FrameRange range;
-    std::string problem;
-    if (!ReadFrameRange(options.range, FrameCount(*video), range, problem)) {
-        return Complain(kExitUsage, options.movie, problem);
+    if (problem) {
+        return Complain(movie.path, problem);
     }
-    const std::unique_ptr<FrameOutput> output = MakeOutput(options, *video);
-    problem = output->Open();
-    if (problem.empty()) {
-        problem = WriteFrames(clip, range, options.patience, *output);
-    }
-    return problem.empty() ? kExitDone : Complain(kExitRefused, options.movie, problem);
+    const auto output = MakeOutput(arguments, movie.inputs, *video);
+    return WriteFrames(movie, range, arguments.Has(OptionId::kPartial), *output);
 }
 
 }  // namespace
 
 int RunFrames(const Arguments& arguments) {
-    const FramesOptions options = {
-        arguments.Movie(),
-        arguments.Text(OptionId::kOutput),
-        arguments.Text(OptionId::kRange),
-        arguments.Has(OptionId::kRaw),
-        arguments.Has(OptionId::kCustom),
-        static_cast<int>(arguments.Number(OptionId::kDepth)),
-        std::chrono::seconds(arguments.Number(OptionId::kPatience)),
-    };
-    if (options.output == "-" && !options.raw) {
-        return Complain(kExitUsage, options.movie, "only --raw frames go to standard output");
+    if (arguments.Text(OptionId::kOutput) == "-" && !arguments.Has(OptionId::kRaw)) {
+        return Complain(kExitUsage, "only --raw frames go to standard output");
     }
     return WithMovie(
-        arguments, [&options](const kvx_hostkit::Clip& clip) { return WriteVideo(clip, options); });
+        arguments, [&arguments](const MovieAtWork& movie) { return WriteVideo(movie, arguments); });
 }
 
 }  // namespace kvx_cli

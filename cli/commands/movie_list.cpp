@@ -1,15 +1,16 @@
 #include "cli/commands/movie_list.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <iterator>
-#include <memory>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "cli/commands/commands.h"
+#include "cli/commands/with_movie.h"
 #include "cli/movie/movie_json.h"
 #include "cli/movie/session.h"
+#include "cli/movie/time_limit.h"
 #include "cli/output/complain.h"
+#include "cli/output/output_file.h"
 
 namespace kvx_cli {
 
@@ -17,7 +18,7 @@ namespace {
 
 using kvx_inspect::Verdict;
 
-int ExitCodeOf(const MovieFacts& facts, bool countsWarnings) {
+ExitCode ExitCodeOf(const MovieFacts& facts, bool countsWarnings) {
     switch (facts.GetVerdict()) {
         case Verdict::Unreadable:
             return kExitFailed;
@@ -28,11 +29,13 @@ int ExitCodeOf(const MovieFacts& facts, bool countsWarnings) {
     }
 }
 
-// The first of these that occurred counts.
-int Graver(int one, int other) {
-    constexpr int kOrder[] = {kExitFailed, kExitRefused, kExitWarnings, kExitDone};
-    return *std::find_if(std::begin(kOrder), std::end(kOrder),
-                         [=](int code) { return code == one || code == other; });
+InputFiles InputsOf(const MovieFacts& facts) {
+    InputFiles inputs;
+    inputs.Add(facts.path);
+    for (const kvx_inspect::TrackFacts& track : facts.report.tracks) {
+        inputs.Add(track.media.path);
+    }
+    return inputs;
 }
 
 // What is printed around and between movies, and of each.
@@ -65,28 +68,41 @@ Format ChooseFormat(const Arguments& arguments,
 
 int TellOfMovies(const Arguments& arguments, bool countsWarnings,
                  const std::function<std::string(const MovieFacts&)>& inWords) {
-    std::string problem;
+    Problem problem;
     const auto session = Session::Start(arguments.Text(OptionId::kModule), problem);
     if (session == nullptr) {
-        return Complain(kExitFailed, problem);
+        return Complain(problem.code, problem.words);
+    }
+    // Only a file can be one that a movie is read from.
+    const bool mayWriteOverInput = IsStandardOutputFile();
+    if (mayWriteOverInput) {
+        InputFiles inputs;
+        for (const std::string& path : arguments.Movies()) {
+            inputs.Add(path);
+        }
+        if (problem = CheckStandardOutput(inputs); problem) {
+            return Complain(problem.code, problem.words);
+        }
     }
     const Format format = ChooseFormat(arguments, inWords);
-    int exitCode = kExitDone;
+    ExitCode exitCode = kExitDone;
     const char* before = format.before;
+    TimeLimit limit(Timeout(arguments));
     for (const std::string& path : arguments.Movies()) {
-        const MovieFacts facts = FindFacts(*session, path);
-        const std::string text = before + format.write(facts);
+        auto facts = limit.Ask<MovieFacts>([session, path] { return FindFacts(*session, path); });
+        const MovieFacts told = facts ? std::move(*facts) : NoFacts(path, limit.Words());
+        if (problem = mayWriteOverInput ? CheckStandardOutput(InputsOf(told)) : problem; problem) {
+            return Complain(path, problem);
+        }
+        const std::string text = before + format.write(told);
         std::fwrite(text.data(), 1, text.size(), stdout);
         if (arguments.Has(OptionId::kJsonLines)) {
             std::fflush(stdout);
         }
-        exitCode = Graver(exitCode, ExitCodeOf(facts, countsWarnings));
+        exitCode = Graver(exitCode, ExitCodeOf(told, countsWarnings));
         before = format.between;
     }
     std::fputs(format.after, stdout);
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        return Complain(kExitFailed, "the report cannot be written");
-    }
     return exitCode;
 }
 

@@ -1,7 +1,7 @@
-#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/commands/commands.h"
@@ -9,8 +9,10 @@
 #include "cli/movie/streams.h"
 #include "cli/movie/timecode.h"
 #include "cli/output/complain.h"
+#include "cli/output/output_file.h"
 #include "cli/output/progress_bar.h"
 #include "cli/output/text.h"
+#include "cli/output/unfinished_files.h"
 #include "cli/picture/contact_sheet.h"
 #include "cli/picture/frame_reader.h"
 #include "cli/sound/sound_reader.h"
@@ -19,28 +21,22 @@ namespace kvx_cli {
 
 namespace {
 
-struct SheetOptions {
-    std::string movie;
-    std::string output;
-    SheetLayout layout;
-    int rows = 0;
-    std::chrono::seconds patience{0};  // that a frame may take
-};
-
-std::string Facts(const imFileInfoRec8& video, const std::vector<imFileInfoRec8>& streams,
-                  const TimecodeStart& start) {
-    std::string facts = FourCharText(static_cast<uint32_t>(video.subType)) + "    " +
-                        std::to_string(video.width) + " x " + std::to_string(video.height) +
-                        "    " + RateText(video.videoScale, video.videoSampleSize) +
-                        " frames a second    " +
-                        DurationText(video.videoDuration, video.videoScale);
+std::vector<std::string> Facts(const imFileInfoRec8& video,
+                               const std::vector<imFileInfoRec8>& streams,
+                               const TimecodeStart& start) {
+    std::vector<std::string> facts = {
+        FourCharText(static_cast<uint32_t>(video.subType)),
+        std::to_string(video.width) + " x " + std::to_string(video.height),
+        RateText(video.videoScale, video.videoSampleSize) + " frames a second",
+        DurationText(video.videoDuration, video.videoScale),
+    };
     if (!start.text.empty()) {
-        facts += "    from " + start.text;
+        facts.push_back("from " + start.text);
     }
     for (size_t number = 0; number < SoundStreamCount(streams); ++number) {
         const int32_t channels = streams[number].audioChannels;
-        facts += "    " + std::to_string(std::lround(streams[number].audioSampleRate)) + " Hz, " +
-                 std::to_string(channels) + (channels == 1 ? " channel" : " channels");
+        facts.push_back(std::to_string(std::lround(streams[number].audioSampleRate)) + " Hz, " +
+                        std::to_string(channels) + (channels == 1 ? " channel" : " channels"));
     }
     return facts;
 }
@@ -54,16 +50,80 @@ std::string Caption(const TimecodeStart& start, const imFileInfoRec8& video, int
            "    frame " + std::to_string(frame);
 }
 
-// A sound that cannot be delivered leaves the sheet without it: the pictures are still of use.
-void ReadSounds(const kvx_hostkit::Clip& clip, const std::vector<imFileInfoRec8>& streams,
-                const SheetLayout& layout, std::vector<Waveform>& sounds) {
-    for (size_t number = 0; number < SoundStreamCount(streams); ++number) {
-        const imFileInfoRec8& info = streams[number];
-        SoundReader reader(clip, static_cast<int32_t>(number), info);
-        if (!reader.Start()) {
-            continue;
+// A sheet, and what is missing on it.
+class SheetMaker {
+  public:
+    SheetMaker(const MovieAtWork& movie, const SheetLayout& layout)
+        : mMovie(movie), mLayout(layout), mStreams(movie.clip.Streams()) {}
+
+    Problem Draw(int rows, Picture& sheet) {
+        const imFileInfoRec8* const video = FindVideo(mStreams);
+        if (Problem problem = CheckPictures(video)) {
+            return problem;
         }
-        Waveform wave(info.audioChannels, info.audioDuration, SheetSoundColumns(layout));
+        const TimecodeStart start = ReadTimecodeStart(mMovie.clip);
+        const std::vector<int64_t> numbers =
+            SpreadFrames(FrameCount(*video), int64_t{mLayout.columns} * rows);
+        mContents.title = std::filesystem::path(mMovie.path).filename().string();
+        mContents.facts = Facts(*video, mStreams, start);
+        mContents.aspect = PixelAspectOf(*video);
+        mContents.frameWidth = video->width;
+        mContents.frameHeight = video->height;
+        mContents.frameCount = static_cast<int>(numbers.size());
+        ReadSounds();
+
+        // Before the reader takes standard error away.
+        ProgressBar progress("frames", mContents.frameCount);
+        FrameReader reader(mMovie.clip, numbers, {PictureFormat(8)}, mMovie.limit.Limit());
+        if (Problem problem = reader.Start()) {
+            return problem;
+        }
+        mContents.nextFrame = [&](SheetFrame& drawn) {
+            FrameReader::Frame frame;
+            if (!reader.Next(frame)) {
+                return reader.GetProblem();
+            }
+            drawn.caption = Caption(start, *video, frame.number);
+            if (frame.ppix != nullptr) {
+                drawn.picture = PictureOf(kvx_hostkit::PixelBuffers::View(frame.ppix));
+            } else {
+                Miss("frame " + std::to_string(frame.number) + ": " + frame.failure);
+            }
+            progress.Update(static_cast<int64_t>(reader.Delivered()));
+            return Problem();
+        };
+        return DrawSheet(mContents, mLayout, sheet);
+    }
+
+    // kExitRefused if anything is missing.
+    ExitCode Code() const { return mCode; }
+
+  private:
+    void Miss(const std::string& words) {
+        mCode = ExitCode(Complain(kExitRefused, mMovie.path, words));
+    }
+
+    // A sound that can't be had leaves the sheet without it: the pictures are still of use.
+    void ReadSounds() {
+        for (size_t number = 0; number < SoundStreamCount(mStreams); ++number) {
+            const imFileInfoRec8& info = mStreams[number];
+            SoundReader reader(mMovie.clip, static_cast<int32_t>(number), info, mMovie.limit);
+            if (reader.Start()) {
+                ReadSound(reader, info);
+            }
+            if (reader.HasTimedOut()) {
+                EndAtOnce(Complain(mMovie.path, reader.GetProblem()));
+            }
+            if (const Problem& problem = reader.GetProblem()) {
+                const std::string words = "sound " + std::to_string(number) + ": " + problem.words;
+                mContents.notes.push_back(words);
+                Miss(words);
+            }
+        }
+    }
+
+    void ReadSound(SoundReader& reader, const imFileInfoRec8& info) {
+        Waveform wave(info.audioChannels, info.audioDuration, SheetSoundColumns(mLayout));
         ProgressBar progress("sound", info.audioDuration);
         int64_t done = 0;
         while (const size_t count = reader.ReadBlock()) {
@@ -71,59 +131,38 @@ void ReadSounds(const kvx_hostkit::Clip& clip, const std::vector<imFileInfoRec8>
             done += static_cast<int64_t>(count);
             progress.Update(done);
         }
-        if (reader.Problem().empty()) {
-            sounds.push_back(std::move(wave));
+        if (!reader.GetProblem()) {
+            mContents.sounds.push_back(std::move(wave));
         }
     }
-}
 
-std::string WriteSheet(const kvx_hostkit::Clip& clip, const SheetOptions& options) {
-    const std::vector<imFileInfoRec8> streams = clip.Streams();
-    const imFileInfoRec8* const video = FindVideo(streams);
-    if (video == nullptr) {
-        return "it has no video";
-    }
-    const TimecodeStart start = ReadTimecodeStart(clip);
-    const std::vector<int64_t> numbers =
-        SpreadFrames(FrameCount(*video), int64_t{options.layout.columns} * options.rows);
-    SheetContents contents;
-    contents.title = std::filesystem::path(options.movie).filename().string();
-    contents.facts = Facts(*video, streams, start);
-    contents.aspect = PixelAspectOf(*video);
-    contents.frameWidth = video->width;
-    contents.frameHeight = video->height;
-    contents.frameCount = static_cast<int>(numbers.size());
-    ReadSounds(clip, streams, options.layout, contents.sounds);
-
-    // Before the reader takes standard error away.
-    ProgressBar progress("frames", contents.frameCount);
-    FrameReader reader(clip, numbers, {PictureFormat(8)}, options.patience);
-    contents.nextFrame = [&](SheetFrame& frame) {
-        const PPixHand ppix = reader.Next();
-        if (ppix == nullptr) {
-            return reader.Problem();
-        }
-        frame.picture = PictureOf(kvx_hostkit::PixelBuffers::View(ppix));
-        frame.caption = Caption(start, *video, reader.FrameNumber());
-        progress.Update(static_cast<int64_t>(reader.Delivered()));
-        return std::string();
-    };
-    return reader.Start() ? DrawSheet(options.output, contents, options.layout) : reader.Problem();
-}
+    const MovieAtWork& mMovie;
+    SheetLayout mLayout;
+    std::vector<imFileInfoRec8> mStreams;
+    SheetContents mContents;
+    ExitCode mCode = kExitDone;
+};
 
 }  // namespace
 
 int RunSheet(const Arguments& arguments) {
-    SheetOptions options;
-    options.movie = arguments.Movie();
-    options.output = arguments.Text(OptionId::kOutput);
-    options.layout.width = static_cast<int>(arguments.Number(OptionId::kWidth));
-    options.layout.columns = static_cast<int>(arguments.Number(OptionId::kColumns));
-    options.rows = static_cast<int>(arguments.Number(OptionId::kRows));
-    options.patience = std::chrono::seconds(arguments.Number(OptionId::kPatience));
-    return WithMovieInto(arguments, options.output, [&options](const kvx_hostkit::Clip& clip) {
-        const std::string problem = WriteSheet(clip, options);
-        return problem.empty() ? kExitDone : Complain(kExitRefused, options.movie, problem);
+    const SheetLayout layout = {static_cast<int>(arguments.Number(OptionId::kWidth)),
+                                static_cast<int>(arguments.Number(OptionId::kColumns))};
+    if (const Problem problem = CheckLayout(layout)) {
+        return Complain(problem.code, problem.words);
+    }
+    return WithMovie(arguments, [&](const MovieAtWork& movie) -> int {
+        OutputFile file;
+        Problem problem = file.Open(arguments.Text(OptionId::kOutput), movie.inputs);
+        SheetMaker maker(movie, layout);
+        Picture sheet;
+        if (!problem) {
+            problem = maker.Draw(static_cast<int>(arguments.Number(OptionId::kRows)), sheet);
+        }
+        if (!problem) {
+            problem = WritePng(file, sheet, {});
+        }
+        return problem ? Complain(movie.path, problem) : maker.Code();
     });
 }
 

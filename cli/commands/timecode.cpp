@@ -10,10 +10,10 @@
 namespace kvx_cli {
 
 int RunTimecode(const Arguments& arguments) {
-    return WithMovie(arguments, [&arguments](const kvx_hostkit::Clip& clip) {
-        const std::string timecode = ReadTimecodeStart(clip).text;
+    return WithMovie(arguments, [](const MovieAtWork& movie) {
+        const std::string timecode = ReadTimecodeStart(movie.clip).text;
         if (timecode.empty()) {
-            return Complain(kExitRefused, arguments.Movie(), "the movie has no timecode");
+            return Complain(kExitRefused, movie.path, "the movie has no timecode");
         }
         std::printf("%s\n", timecode.c_str());
         return static_cast<int>(kExitDone);

@@ -1,36 +1,39 @@
 #include "cli/commands/with_movie.h"
 
-#include <filesystem>
-#include <memory>
-#include <system_error>
-
-#include "cli/movie/session.h"
 #include "cli/output/complain.h"
+#include "cli/output/output_file.h"
 
 namespace kvx_cli {
 
-int WithMovie(const Arguments& arguments,
-              const std::function<int(const kvx_hostkit::Clip&)>& work) {
-    std::string problem;
-    const std::unique_ptr<Session> session =
-        Session::Start(arguments.Text(OptionId::kModule), problem);
-    if (session == nullptr) {
-        return Complain(kExitUsage, problem);
-    }
-    const OpenedMovie movie = OpenMovie(*session, arguments.Movie());
-    if (movie.clip == nullptr) {
-        return Complain(kExitRefused, arguments.Movie(), "not importable: " + movie.refusal);
-    }
-    return work(*movie.clip);
+std::chrono::milliseconds Timeout(const Arguments& arguments) {
+    return std::chrono::seconds(arguments.Number(OptionId::kTimeout));
 }
 
-int WithMovieInto(const Arguments& arguments, const std::string& output,
-                  const std::function<int(const kvx_hostkit::Clip&)>& work) {
-    std::error_code ignored;
-    if (std::filesystem::equivalent(arguments.Movie(), output, ignored)) {
-        return Complain(kExitUsage, output, "this is the movie itself");
+int WithMovie(const Arguments& arguments, const std::function<int(const MovieAtWork&)>& work) {
+    const std::string path = arguments.Movie();
+    Problem problem;
+    const auto session = Session::Start(arguments.Text(OptionId::kModule), problem);
+    if (session == nullptr) {
+        return Complain(problem.code, problem.words);
     }
-    return WithMovie(arguments, work);
+    TimeLimit limit(Timeout(arguments));
+    InputFiles inputs;
+    const auto movie = std::make_shared<OpenedMovie>();
+    const bool hasAnswered = limit.Run([session, movie, path] {  //
+        *movie = OpenMovie(*session, path);
+    });
+    if (!hasAnswered) {
+        return Complain(kExitFailed, path, limit.Words());
+    }
+    if (movie->clip == nullptr) {
+        const bool isRefusal = movie->problem.code == kExitRefused;
+        return Complain(movie->problem.code, path,
+                        (isRefusal ? "not importable: " : "") + movie->problem.words);
+    }
+    inputs.Add(path);
+    inputs.AddOpened();
+    problem = CheckStandardOutput(inputs);
+    return problem ? Complain(path, problem) : work({path, *movie->clip, inputs, limit});
 }
 
 }  // namespace kvx_cli

@@ -2,10 +2,29 @@
 
 #include <unistd.h>
 
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
 namespace kvx_cli {
 
+namespace {
+
+// In memory, where there is a way: a full disk must not take the reasons away.
+std::FILE* OpenLogFile() {
+#ifdef __linux__
+    const int descriptor = memfd_create("kvx-log", MFD_CLOEXEC);
+    if (descriptor != -1) {
+        return fdopen(descriptor, "w+b");
+    }
+#endif
+    return std::tmpfile();
+}
+
+}  // namespace
+
 // Without a temporary file the log goes where it always went, and Text() stays empty.
-ModuleLog::ModuleLog() : mFile(std::tmpfile()) {
+ModuleLog::ModuleLog() : mFile(OpenLogFile()) {
     if (mFile != nullptr) {
         std::fflush(stderr);
         mStandardError = dup(STDERR_FILENO);

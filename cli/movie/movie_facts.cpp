@@ -14,7 +14,7 @@ namespace {
 ImporterAnswer AskImporter(const Session& session, const std::string& path) {
     const OpenedMovie movie = OpenMovie(session, path);
     ImporterAnswer answer;
-    answer.words = movie.refusal;
+    answer.words = movie.problem.words;
     answer.log = movie.log;
     if (movie.clip != nullptr) {
         const ModuleLog moduleLog;
@@ -24,7 +24,7 @@ ImporterAnswer AskImporter(const Session& session, const std::string& path) {
         answer.timecode = ReadTimecodeStart(*movie.clip).text;
         answer.log += moduleLog.Text();
         if (result != imNoErr) {
-            answer.words = RefusalInWords(result, answer.log);
+            answer.words = Refusal(result, answer.log).words;
         }
     }
     answer.imports = answer.words.empty();
@@ -50,6 +50,15 @@ bool MovieFacts::HasWarnings() const {
 
 MovieFacts FindFacts(const Session& session, const std::string& path) {
     return {path, AskImporter(session, path), kvx_inspect::Inspect(path)};
+}
+
+MovieFacts NoFacts(const std::string& path, const std::string& why) {
+    MovieFacts facts;
+    facts.path = path;
+    facts.importer.words = why;
+    facts.report.path = path;
+    facts.report.findings = {{kvx_inspect::Code::Unreadable, kvx_inspect::kWholeMovie, why}};
+    return facts;
 }
 
 const char* NameOf(Verdict verdict) {

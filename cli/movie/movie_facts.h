@@ -36,6 +36,9 @@ struct MovieFacts {
 
 MovieFacts FindFacts(const Session& session, const std::string& path);
 
+// Of a movie of which nothing could be found out: it is unreadable.
+MovieFacts NoFacts(const std::string& path, const std::string& why);
+
 // "imports", "refused" or "unreadable".
 const char* NameOf(kvx_inspect::Verdict verdict);
 

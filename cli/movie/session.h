@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "cli/output/exit_code.h"
+#include "cli/output/input_files.h"
 #include "hostkit/clip.h"
 #include "hostkit/host.h"
 #include "hostkit/importer.h"
@@ -15,8 +17,8 @@ namespace kvx_cli {
 class Session {
   public:
     // Loads the module at `path`, or the one that belongs to this program if `path` is empty. Null
-    // on failure; `problem` then says why.
-    static std::unique_ptr<Session> Start(const std::string& path, std::string& problem);
+    // on failure; `problem` then says why. Shared, for work that may be left behind.
+    static std::shared_ptr<const Session> Start(const std::string& path, Problem& problem);
 
     const kvx_hostkit::Importer& Importer() const { return mImporter; }
 
@@ -28,13 +30,30 @@ class Session {
     kvx_hostkit::Importer mImporter;
 };
 
+// A descriptor that is closed in the end.
+class OwnedDescriptor {
+  public:
+    OwnedDescriptor() = default;
+    explicit OwnedDescriptor(int descriptor) : mDescriptor(descriptor) {}
+    OwnedDescriptor(OwnedDescriptor&& other) noexcept;
+    OwnedDescriptor& operator=(OwnedDescriptor&& other) noexcept;
+    ~OwnedDescriptor();
+
+    int Number() const { return mDescriptor; }
+
+  private:
+    int mDescriptor = -1;
+};
+
 // A movie that was opened, or the reason why it was not.
 struct OpenedMovie {
+    OwnedDescriptor descriptor;               // lets a name be opened that the host can't write
     std::unique_ptr<kvx_hostkit::Clip> clip;  // null if the movie is not importable
-    std::string refusal;                      // then in words why not
+    Problem problem;                          // then why not
     std::string log;                          // what the module logged meanwhile
 };
 
+// May not come back, where a disk does not answer.
 OpenedMovie OpenMovie(const Session& session, const std::string& path);
 
 }  // namespace kvx_cli

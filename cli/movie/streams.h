@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "cli/output/exit_code.h"
 #include "cli/picture/png_file.h"
 #include "premiere/import_records.h"
 
@@ -12,6 +13,10 @@ namespace kvx_cli {
 
 // The stream with the movie's video; null if there is none.
 const imFileInfoRec8* FindVideo(const std::vector<imFileInfoRec8>& streams);
+
+// What is wrong with the pictures of a movie with that stream: none at all, no frames, or nothing
+// in them. `video` may be null.
+Problem CheckPictures(const imFileInfoRec8* video);
 
 // The frames of a stream with video, 0 if it does not tell how long one is.
 int64_t FrameCount(const imFileInfoRec8& video);

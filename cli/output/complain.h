@@ -1,13 +1,21 @@
+// What goes to standard error: everything that is no data.
 #pragma once
 
 #include <string>
 
+#include "cli/output/exit_code.h"
+
 namespace kvx_cli {
 
-// Tells on standard error what is wrong. Answers `exitCode`.
-int Complain(int exitCode, const std::string& problem);
+// Keeps standard error for what follows, whoever takes its place over later, as the module's log is
+// taken. Once, at the start of the program.
+void KeepStandardError();
 
-// The same of `subject`, usually a file.
-int Complain(int exitCode, const std::string& subject, const std::string& problem);
+// "kvx: WORDS" on standard error. Answers `exitCode`.
+int Complain(int exitCode, const std::string& words);
+
+// "kvx: SUBJECT: WORDS"; the subject is usually a path.
+int Complain(int exitCode, const std::string& subject, const std::string& words);
+int Complain(const std::string& subject, const Problem& problem);
 
 }  // namespace kvx_cli

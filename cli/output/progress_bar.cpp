@@ -14,8 +14,10 @@ constexpr int kBarWidth = 40;
 constexpr std::chrono::milliseconds kQuietTime{400};
 constexpr std::chrono::milliseconds kBetweenDraws{100};
 
+bool gDrawsNone = false;
+
 std::FILE* OpenTerminal() {
-    return isatty(STDERR_FILENO) == 1 ? fdopen(dup(STDERR_FILENO), "w") : nullptr;
+    return !gDrawsNone && isatty(STDERR_FILENO) == 1 ? fdopen(dup(STDERR_FILENO), "w") : nullptr;
 }
 
 }  // namespace
@@ -29,6 +31,10 @@ std::string ProgressText(const std::string& label, int64_t done, int64_t total) 
     std::snprintf(percent, sizeof percent, "%3d %%", static_cast<int>(part * 100));
     return label + " [" + std::string(static_cast<size_t>(filled), '#') +
            std::string(static_cast<size_t>(kBarWidth - filled), '.') + "] " + percent;
+}
+
+void ProgressBar::DrawNone() {
+    gDrawsNone = true;
 }
 
 ProgressBar::ProgressBar(std::string label, int64_t total)

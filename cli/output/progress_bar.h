@@ -14,6 +14,9 @@ class ProgressBar {
   public:
     ProgressBar(std::string label, int64_t total);
 
+    // No bar of the program is drawn from now on.
+    static void DrawNone();
+
     // Leaves an empty line behind.
     ~ProgressBar();
 

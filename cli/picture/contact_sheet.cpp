@@ -17,7 +17,9 @@ constexpr double kGap = 16;
 constexpr double kTitleSize = 26;
 constexpr double kFactsSize = 16;
 constexpr double kCaptionSize = 14;
-constexpr double kHeaderHeight = 72;
+constexpr double kTitleHeight = 46;
+constexpr double kFactsHeight = 26;  // of each line
+constexpr double kLeastCellWidth = 40;
 constexpr double kCaptionHeight = 26;
 constexpr double kLaneHeight = 64;
 constexpr double kSoundGap = 24;
@@ -34,6 +36,7 @@ constexpr Colour kLane = {0.13, 0.13, 0.15};
 constexpr Colour kLine = {0.25, 0.25, 0.28};
 constexpr Colour kText = {0.93, 0.93, 0.93};
 constexpr Colour kDimText = {0.62, 0.62, 0.65};
+constexpr Colour kBad = {0.80, 0.36, 0.33};
 constexpr Colour kWave = {0.36, 0.72, 0.66};
 
 struct Destroy {
@@ -47,13 +50,83 @@ void SetColour(cairo_t* context, const Colour& colour) {
     cairo_set_source_rgb(context, colour.red, colour.green, colour.blue);
 }
 
-void DrawText(cairo_t* context, double x, double baseline, double size, const Colour& colour,
-              const std::string& text) {
+void SetFont(cairo_t* context, double size) {
     cairo_select_font_face(context, kFont, CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
     cairo_set_font_size(context, size);
+}
+
+double TextWidth(cairo_t* context, double size, const std::string& text) {
+    cairo_text_extents_t extents;
+    SetFont(context, size);
+    cairo_text_extents(context, text.c_str(), &extents);
+    return extents.x_advance;
+}
+
+// Shortened to `width`, with an ellipsis in place of what has no room.
+std::string Elided(cairo_t* context, double size, const std::string& text, double width) {
+    if (TextWidth(context, size, text) <= width) {
+        return text;
+    }
+    std::string start = text;
+    std::string shown;
+    do {
+        // A whole character, of however many bytes.
+        while (!start.empty() && (static_cast<unsigned char>(start.back()) & 0xC0) == 0x80) {
+            start.pop_back();
+        }
+        if (!start.empty()) {
+            start.pop_back();
+        }
+        shown = start + "\u2026";
+    } while (!start.empty() && TextWidth(context, size, shown) > width);
+    return shown;
+}
+
+// cairo draws nothing of a text that is not UTF-8: each byte that belongs to no character is shown
+// as a question mark.
+std::string Drawable(const std::string& text) {
+    std::string drawable;
+    for (size_t index = 0; index < text.size();) {
+        const auto lead = static_cast<unsigned char>(text[index]);
+        size_t length = lead < 0x80                    ? 1
+                        : lead >= 0xC2 && lead <= 0xDF ? 2
+                        : lead >= 0xE0 && lead <= 0xEF ? 3
+                        : lead >= 0xF0 && lead <= 0xF4 ? 4
+                                                       : 0;
+        bool isCharacter = length != 0 && index + length <= text.size() && lead >= 0x20;
+        for (size_t trail = 1; isCharacter && trail < length; ++trail) {
+            isCharacter = (static_cast<unsigned char>(text[index + trail]) & 0xC0) == 0x80;
+        }
+        length = isCharacter ? length : 1;
+        drawable += isCharacter ? text.substr(index, length) : "?";
+        index += length;
+    }
+    return drawable;
+}
+
+void DrawText(cairo_t* context, double x, double baseline, double size, const Colour& colour,
+              const std::string& text, double width) {
+    SetFont(context, size);
     SetColour(context, colour);
     cairo_move_to(context, x, baseline);
-    cairo_show_text(context, text.c_str());
+    cairo_show_text(context, Elided(context, size, Drawable(text), width).c_str());
+}
+
+// The facts in as many lines as they take; one that is longer than a line is elided later.
+std::vector<std::string> Lines(const std::vector<std::string>& facts, double width) {
+    const char* const gap = "    ";
+    const Surface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1));
+    const Context context(cairo_create(surface.get()));
+    std::vector<std::string> lines;
+    for (const std::string& fact : facts) {
+        const std::string longer = lines.empty() ? fact : lines.back() + gap + fact;
+        if (!lines.empty() && TextWidth(context.get(), kFactsSize, longer) <= width) {
+            lines.back() = longer;
+        } else {
+            lines.push_back(fact);
+        }
+    }
+    return lines;
 }
 
 // A row of 32-bit words 0x00RRGGBB in the machine's order.
@@ -115,22 +188,35 @@ class Plan {
   public:
     Plan(const SheetContents& contents, const SheetLayout& layout)
         : mColumns(layout.columns), mWidth(layout.width) {
-        mCellWidth = (mWidth - 2 * kMargin - (mColumns - 1) * kGap) / mColumns;
+        mCellWidth = CellWidthOf(layout);
+        mFacts = Lines(contents.facts, TextRoom());
         mCellHeight = std::round(mCellWidth * contents.frameHeight * contents.aspect.height /
                                  (double{1} * contents.frameWidth * contents.aspect.width));
         mRows = (contents.frameCount + mColumns - 1) / mColumns;
     }
 
+    static double CellWidthOf(const SheetLayout& layout) {
+        return (layout.width - 2 * kMargin - (layout.columns - 1) * kGap) / layout.columns;
+    }
+    double TextRoom() const { return mWidth - 2 * kMargin; }
+    const std::vector<std::string>& Facts() const { return mFacts; }
+
     double CellWidth() const { return mCellWidth; }
     double CellHeight() const { return mCellHeight; }
     double CellX(int frame) const { return kMargin + frame % mColumns * (mCellWidth + kGap); }
     double CellY(int frame) const {
-        return kMargin + kHeaderHeight + frame / mColumns * (mCellHeight + kCaptionHeight + kGap);
+        return kMargin + kTitleHeight + static_cast<double>(mFacts.size()) * kFactsHeight +
+               frame / mColumns * (mCellHeight + kCaptionHeight + kGap);
     }
     double SoundY(int lane) const { return FramesEnd() + kSoundGap + lane * (kLaneHeight + 4); }
-    int Height(int lanes) const {
-        const double end = lanes > 0 ? SoundY(lanes) : FramesEnd();
-        return static_cast<int>(std::ceil(end + kMargin - kGap));
+    double NoteY(int lanes, size_t note) const {
+        return (lanes > 0 ? SoundY(lanes) : FramesEnd()) +
+               static_cast<double>(note) * kCaptionHeight;
+    }
+    // More than any picture has where it leaves what can be counted.
+    int Height(int lanes, size_t notes) const {
+        const double height = std::ceil(NoteY(lanes, notes) + kMargin - kGap);
+        return static_cast<int>(std::clamp(height, 0.0, 1e9));
     }
 
   private:
@@ -138,14 +224,37 @@ class Plan {
 
     int mColumns;
     int mWidth;
+    std::vector<std::string> mFacts;  // lines
     int mRows = 0;
     double mCellWidth = 0;
     double mCellHeight = 0;
 };
 
+// A frame that can't be had: crossed out.
+void DrawMissing(cairo_t* context, double x, double y, double width, double height) {
+    SetColour(context, kLane);
+    cairo_rectangle(context, x, y, width, height);
+    cairo_fill(context);
+    SetColour(context, kBad);
+    cairo_set_line_width(context, 2);
+    cairo_rectangle(context, x + 1, y + 1, std::max(width - 2, 0.0), std::max(height - 2, 0.0));
+    cairo_move_to(context, x, y);
+    cairo_line_to(context, x + width, y + height);
+    cairo_move_to(context, x + width, y);
+    cairo_line_to(context, x, y + height);
+    cairo_stroke(context);
+}
+
 void DrawFrame(cairo_t* context, const Plan& plan, int number, const SheetFrame& frame) {
     const double x = plan.CellX(number);
     const double y = plan.CellY(number);
+    const bool isMissing = frame.picture.width == 0;
+    DrawText(context, x, y + plan.CellHeight() + kCaptionSize + 5, kCaptionSize,
+             isMissing ? kBad : kDimText, frame.caption, plan.CellWidth());
+    if (isMissing) {
+        DrawMissing(context, x, y, plan.CellWidth(), plan.CellHeight());
+        return;
+    }
     const Surface picture = SurfaceOf(frame.picture);
     cairo_save(context);
     cairo_rectangle(context, x, y, plan.CellWidth(), plan.CellHeight());
@@ -158,8 +267,6 @@ void DrawFrame(cairo_t* context, const Plan& plan, int number, const SheetFrame&
     cairo_pattern_set_extend(cairo_get_source(context), CAIRO_EXTEND_PAD);
     cairo_paint(context);
     cairo_restore(context);
-    DrawText(context, x, y + plan.CellHeight() + kCaptionSize + 5, kCaptionSize, kDimText,
-             frame.caption);
 }
 
 void DrawLane(cairo_t* context, double y, const std::vector<SampleRange>& columns) {
@@ -205,30 +312,43 @@ std::vector<int64_t> SpreadFrames(int64_t count, int64_t room) {
     return spread;
 }
 
-std::string DrawSheet(const std::string& path, const SheetContents& contents,
-                      const SheetLayout& layout) {
+Problem CheckLayout(const SheetLayout& layout) {
+    if (Plan::CellWidthOf(layout) >= kLeastCellWidth) {
+        return {};
+    }
+    const auto most =
+        static_cast<int>((layout.width - 2 * kMargin + kGap) / (kLeastCellWidth + kGap));
+    return {kExitUsage, "there is no room for " + std::to_string(layout.columns) +
+                            " columns in a width of " + std::to_string(layout.width) +
+                            " pixels: " + std::to_string(most) + " is the most"};
+}
+
+Problem DrawSheet(const SheetContents& contents, const SheetLayout& layout, Picture& picture) {
     const Fonts fonts;
     const Plan plan(contents, layout);
     int lanes = 0;
     for (const Waveform& sound : contents.sounds) {
         lanes += sound.Channels();
     }
-    const Surface sheet(
-        cairo_image_surface_create(CAIRO_FORMAT_RGB24, layout.width, plan.Height(lanes)));
+    const int height = plan.Height(lanes, contents.notes.size());
+    const Surface sheet(cairo_image_surface_create(CAIRO_FORMAT_RGB24, layout.width, height));
     if (cairo_surface_status(sheet.get()) != CAIRO_STATUS_SUCCESS) {
-        return "cannot draw a sheet of " + std::to_string(layout.width) + " x " +
-               std::to_string(plan.Height(lanes)) + " pixels";
+        return {kExitRefused, "cannot draw a sheet of " + std::to_string(layout.width) + " x " +
+                                  std::to_string(height) + " pixels"};
     }
     const Context context(cairo_create(sheet.get()));
     SetColour(context.get(), kBackground);
     cairo_paint(context.get());
-    DrawText(context.get(), kMargin, kMargin + kTitleSize, kTitleSize, kText, contents.title);
-    DrawText(context.get(), kMargin, kMargin + kTitleSize + kFactsSize + 10, kFactsSize, kDimText,
-             contents.facts);
+    double baseline = kMargin + kTitleSize;
+    DrawText(context.get(), kMargin, baseline, kTitleSize, kText, contents.title, plan.TextRoom());
+    for (const std::string& line : plan.Facts()) {
+        baseline += kFactsHeight;
+        DrawText(context.get(), kMargin, baseline, kFactsSize, kDimText, line, plan.TextRoom());
+    }
     for (int number = 0; number < contents.frameCount; ++number) {
         SheetFrame frame;
-        const std::string problem = contents.nextFrame(frame);
-        if (!problem.empty()) {
+        const Problem problem = contents.nextFrame(frame);
+        if (problem) {
             return problem;
         }
         DrawFrame(context.get(), plan, number, frame);
@@ -239,7 +359,12 @@ std::string DrawSheet(const std::string& path, const SheetContents& contents,
             DrawLane(context.get(), plan.SoundY(lane++), sound.Columns(channel));
         }
     }
-    return WritePng(path, PictureOf(sheet.get()), {});
+    for (size_t note = 0; note < contents.notes.size(); ++note) {
+        DrawText(context.get(), kMargin, plan.NoteY(lanes, note) + kCaptionSize + 5, kCaptionSize,
+                 kBad, contents.notes[note], plan.TextRoom());
+    }
+    picture = PictureOf(sheet.get());
+    return {};
 }
 
 }  // namespace kvx_cli

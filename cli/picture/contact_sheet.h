@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/output/exit_code.h"
 #include "cli/picture/picture.h"
 #include "cli/picture/png_file.h"
 #include "cli/sound/waveform.h"
@@ -13,21 +14,22 @@
 namespace kvx_cli {
 
 struct SheetFrame {
-    Picture picture;  // of 8 bits
+    Picture picture;  // of 8 bits; empty: it can't be had
     std::string caption;
 };
 
 struct SheetContents {
     std::string title;
-    std::string facts;
+    std::vector<std::string> facts;  // in as many lines as they take
     PixelAspect aspect;
     int frameWidth = 1;  // in pixels, of every frame
     int frameHeight = 1;
     int frameCount = 0;
-    // Gives the frames one after the other, each drawn before the next is asked for. Answers what
-    // went wrong, or nothing.
-    std::function<std::string(SheetFrame& frame)> nextFrame;
-    std::vector<Waveform> sounds;  // as many columns as SheetSoundColumns() tells
+    // Gives the frames one after the other, each drawn before the next is asked for. The sheet is
+    // given up at a problem.
+    std::function<Problem(SheetFrame& frame)> nextFrame;
+    std::vector<Waveform> sounds;    // as many columns as SheetSoundColumns() tells
+    std::vector<std::string> notes;  // lines at the bottom
 };
 
 struct SheetLayout {
@@ -38,9 +40,11 @@ struct SheetLayout {
 // How many stretches a waveform has on such a sheet.
 int SheetSoundColumns(const SheetLayout& layout);
 
-// Draws the sheet into a PNG file. Answers what went wrong, or nothing.
-std::string DrawSheet(const std::string& path, const SheetContents& contents,
-                      const SheetLayout& layout);
+// What is wrong with the layout: columns that leave frames no room.
+Problem CheckLayout(const SheetLayout& layout);
+
+// Draws the sheet.
+Problem DrawSheet(const SheetContents& contents, const SheetLayout& layout, Picture& sheet);
 
 // The frames that stand for `count` frames when there is room for `room`: in the middles of equal
 // stretches, so that neither the black at the start nor that at the end is among them.

@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "cli/output/output_files.h"
 #include "cli/output/text.h"
 #include "cli/picture/picture.h"
 #include "cli/picture/raw_frame.h"
@@ -16,57 +15,85 @@ namespace kvx_cli {
 namespace {
 
 bool WriteAll(std::FILE* file, const std::vector<ByteSpan>& bytes) {
+    errno = 0;
     return std::all_of(bytes.begin(), bytes.end(), [file](const ByteSpan& span) {
         return std::fwrite(span.begin, 1, span.size, file) == span.size;
     });
 }
 
-std::string WriteFile(const std::string& path, const std::vector<ByteSpan>& bytes) {
-    std::FILE* const file = std::fopen(path.c_str(), "wb");
-    if (file == nullptr) {
-        return CannotWrite(path, errno);
+Problem WriteFile(const std::string& path, const InputFiles& inputs,
+                  const std::vector<ByteSpan>& bytes) {
+    OutputFile file;
+    if (Problem problem = file.Open(path, inputs)) {
+        return problem;
     }
-    return CloseOutputFile(file, path, WriteAll(file, bytes));
+    return WriteAll(file.Stream(), bytes) ? file.Finish() : file.Failure();
 }
 
 }  // namespace
 
-PngOutput::PngOutput(std::string folder, int depth, PixelAspect aspect)
-    : mFolder(std::move(folder)), mDepth(depth), mAspect(aspect) {}
+PngOutput::PngOutput(std::string folder, const InputFiles& inputs, int depth, PixelAspect aspect)
+    : mFolder(std::move(folder)), mInputs(&inputs), mDepth(depth), mAspect(aspect) {}
 
 PrPixelFormat PngOutput::Format() const {
     return PictureFormat(mDepth);
 }
 
-std::string PngOutput::Open() {
+Problem PngOutput::Open() {
     return MakeOutputFolder(mFolder);
 }
 
-std::string PngOutput::Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) {
-    return WritePng(FramePath(mFolder, frame, "png"), PictureOf(view), mAspect);
+Problem PngOutput::Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) {
+    OutputFile file;
+    Problem problem = file.Open(FramePath(mFolder, frame, "png"), *mInputs);
+    return problem ? problem : WritePng(file, PictureOf(view), mAspect);
 }
 
-RawOutput::RawOutput(std::string place, uint32_t fileFormat, bool custom)
-    : mPlace(std::move(place)), mFileFormat(fileFormat), mCustom(custom) {}
+Problem PngOutput::WriteZeros(int64_t /*frame*/) {
+    return {};  // its file is missing
+}
+
+RawOutput::RawOutput(std::string place, const InputFiles& inputs, const RawLayout& layout,
+                     bool custom)
+    : mPlace(std::move(place)),
+      mIsStream(mPlace == "-"),
+      mInputs(&inputs),
+      mLayout(layout),
+      mCustom(custom) {}
 
 PrPixelFormat RawOutput::Format() const {
-    return mCustom ? kKVXCustomPixelFormat : RawPixelFormat(mFileFormat);
+    return mCustom ? kKVXCustomPixelFormat : RawPixelFormat(mLayout.fileFormat);
 }
 
-std::string RawOutput::Open() {
-    return mPlace == "-" ? std::string() : MakeOutputFolder(mPlace);
+Problem RawOutput::Open() {
+    return mIsStream ? mStream.Open(mPlace, *mInputs) : MakeOutputFolder(mPlace);
 }
 
-std::string RawOutput::Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) {
+Problem RawOutput::Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) {
     const std::vector<ByteSpan> bytes = RawBytes(view);
     if (bytes.empty()) {
-        return "frame " + std::to_string(frame) + " has a header without sense";
+        return {kExitRefused, "frame " + std::to_string(frame) + " has a header without sense"};
     }
-    if (mPlace != "-") {
-        return WriteFile(FramePath(mPlace, frame, FourCharText(mFileFormat)), bytes);
+    if (!mIsStream) {
+        return WriteFile(FramePath(mPlace, frame, FourCharText(mLayout.fileFormat)), *mInputs,
+                         bytes);
     }
-    const bool written = WriteAll(stdout, bytes) && std::fflush(stdout) == 0;
-    return written ? std::string() : CannotWrite("to standard output", errno);
+    return WriteAll(mStream.Stream(), bytes) && std::fflush(mStream.Stream()) == 0
+               ? Problem()
+               : mStream.Failure();
+}
+
+Problem RawOutput::WriteZeros(int64_t /*frame*/) {
+    if (!mIsStream) {
+        return {};  // its file is missing
+    }
+    const std::vector<char> zeros(RawFrameSize(mLayout.fileFormat, mLayout.width, mLayout.height));
+    return WriteAll(mStream.Stream(), {{zeros.data(), zeros.size()}}) ? Problem()
+                                                                      : mStream.Failure();
+}
+
+Problem RawOutput::Finish() {
+    return mIsStream ? mStream.Finish() : Problem();
 }
 
 }  // namespace kvx_cli

@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <string>
 
+#include "cli/output/exit_code.h"
+#include "cli/output/input_files.h"
+#include "cli/output/output_file.h"
 #include "cli/picture/png_file.h"
 #include "hostkit/pixel_buffers.h"
 
@@ -16,25 +19,42 @@ class FrameOutput {
     // The host's format in which the frames must come.
     virtual PrPixelFormat Format() const = 0;
 
-    // Each answers what went wrong, or nothing. Open comes first.
-    virtual std::string Open() = 0;
-    virtual std::string Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) = 0;
+    // Whether the place of a frame shows which one it is. If not, one that is missing moves all
+    // that follow.
+    virtual bool NamesFrames() const = 0;
+
+    // Open comes first, Finish last.
+    virtual Problem Open() = 0;
+    virtual Problem Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) = 0;
+    virtual Problem WriteZeros(int64_t frame) = 0;
+    virtual Problem Finish() = 0;
 };
 
 // A PNG file for each frame, in a folder that is made if it is not there.
 class PngOutput : public FrameOutput {
   public:
-    // `depth` is the bits of a component, 8 or 16.
-    PngOutput(std::string folder, int depth, PixelAspect aspect);
+    // `depth` is the bits of a component, 8 or 16. No file of `inputs` is written over.
+    PngOutput(std::string folder, const InputFiles& inputs, int depth, PixelAspect aspect);
 
     PrPixelFormat Format() const override;
-    std::string Open() override;
-    std::string Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) override;
+    bool NamesFrames() const override { return true; }
+    Problem Open() override;
+    Problem Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) override;
+    Problem WriteZeros(int64_t frame) override;
+    Problem Finish() override { return {}; }
 
   private:
     std::string mFolder;
+    const InputFiles* mInputs;
     int mDepth;
     PixelAspect mAspect;
+};
+
+// What the bytes of a frame in the file are: the layout's code and the size in pixels.
+struct RawLayout {
+    uint32_t fileFormat;
+    int width;
+    int height;
 };
 
 // Frames as the bytes that they have in the file: a file for each in a folder that is made if it is
@@ -42,17 +62,23 @@ class PngOutput : public FrameOutput {
 class RawOutput : public FrameOutput {
   public:
     // "-" is standard output. Files are called <frame number>.<fileFormat>. With `custom` the
-    // frames come in the importer's own pixel format.
-    RawOutput(std::string place, uint32_t fileFormat, bool custom);
+    // frames come in the importer's own pixel format. No file of `inputs` is written over.
+    RawOutput(std::string place, const InputFiles& inputs, const RawLayout& layout, bool custom);
 
     PrPixelFormat Format() const override;
-    std::string Open() override;
-    std::string Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) override;
+    bool NamesFrames() const override { return !mIsStream; }
+    Problem Open() override;
+    Problem Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) override;
+    Problem WriteZeros(int64_t frame) override;
+    Problem Finish() override;
 
   private:
     std::string mPlace;
-    uint32_t mFileFormat;
+    bool mIsStream;
+    const InputFiles* mInputs;
+    RawLayout mLayout;
     bool mCustom;
+    OutputFile mStream;
 };
 
 }  // namespace kvx_cli

@@ -20,8 +20,7 @@ bool ReadNumber(const char* begin, const char* end, int64_t& number) {
 
 }  // namespace
 
-bool ReadFrameRange(const std::string& text, int64_t count, FrameRange& range,
-                    std::string& problem) {
+Problem ReadFrameRange(const std::string& text, int64_t count, FrameRange& range) {
     range = {0, count};
     if (!text.empty()) {
         const char* const begin = text.data();
@@ -29,19 +28,18 @@ bool ReadFrameRange(const std::string& text, int64_t count, FrameRange& range,
         const char* const colon = std::find(begin, end, ':');
         if (colon == end || !ReadNumber(begin, colon, range.first) ||
             !ReadNumber(colon + 1, end, range.end)) {
-            problem = "a range is A:B, the frames from A up to but without B";
-            return false;
+            return {kExitUsage,
+                    "a range is A:B, the frames from A up to but without B, not '" + text + "'"};
         }
     }
+    if (range.end > count || range.first >= count) {
+        return {kExitRefused, "the movie has " + std::to_string(count) +
+                                  (count == 1 ? " frame" : " frames") + ", numbered from 0"};
+    }
     if (range.first >= range.end) {
-        problem = "there is no frame in the range";
-        return false;
+        return {kExitUsage, "there is no frame in the range " + text};
     }
-    if (range.end > count) {
-        problem = "the movie has " + std::to_string(count) + " frames, numbered from 0";
-        return false;
-    }
-    return true;
+    return {};
 }
 
 std::vector<int64_t> FramesOf(FrameRange range) {

@@ -4,27 +4,34 @@
 #include <utility>
 
 #include "cli/movie/refusal.h"
+#include "cli/movie/time_limit.h"
 
 namespace kvx_cli {
 
 using kvx_hostkit::FrameCache;
 using kvx_hostkit::FrameSource;
 using kvx_hostkit::PixelBuffers;
+using std::chrono::milliseconds;
 
 namespace {
 
-std::string FrameText(int64_t frame) {
-    return "frame " + std::to_string(frame);
-}
+constexpr milliseconds kBetweenLooks{20};
+
+// A read at the end of a file never completes its frame. Once the log has told of the end, other
+// frames that were asked for are given this long, and one that was asked for alone the other time.
+constexpr milliseconds kPastEnd{1000};
+constexpr milliseconds kPastEndAlone{100};
+
+const char kBehindEnd[] = "the file ends before it does";
 
 }  // namespace
 
 FrameReader::FrameReader(const kvx_hostkit::Clip& clip, std::vector<int64_t> frames,
-                         std::vector<PrPixelFormat> formats, std::chrono::milliseconds patience)
+                         std::vector<PrPixelFormat> formats, milliseconds timeout)
     : mClip(&clip),
       mFrames(std::move(frames)),
       mFormats(std::move(formats)),
-      mPatience(patience),
+      mTimeout(timeout),
       mBuffers(std::make_unique<PixelBuffers>(clip.GetImporter().GetHost())),
       mCache(std::make_unique<FrameCache>(clip.GetImporter().GetHost())),
       mSource(std::make_unique<FrameSource>(clip)) {}
@@ -32,75 +39,139 @@ FrameReader::FrameReader(const kvx_hostkit::Clip& clip, std::vector<int64_t> fra
 FrameReader::~FrameReader() {
     LetGo();
     // Frames may still be under way, and must find the host's side of their road when they end.
-    if (!mCache->WaitForAdditions(static_cast<int>(mAsked),
-                                  mProblem.empty() ? mPatience : mPatience / 10)) {
+    const bool mayComeLate = mProblem || mIsShort;
+    if (!mCache->WaitForAdditions(mOutstanding, mayComeLate ? mTimeout / 100 : mTimeout)) {
         // The rest may come at any time, or never: then the process ends with it.
         static_cast<void>(mCache.release());
         static_cast<void>(mBuffers.release());
     }
 }
 
-bool FrameReader::Start() {
+Problem FrameReader::Start() {
     mTicksPerFrame = FrameSource::TicksPerFrame(*mClip);
-    const long result = mTicksPerFrame > 0 ? mSource->Open() : static_cast<long>(imOtherErr);
-    if (result != imNoErr) {
-        mProblem = RefusalInWords(result, mLog.Text());
+    if (mTicksPerFrame <= 0) {
+        mProblem = {kExitRefused, "its frames have no rate"};
+    } else if (const long result = mSource->Open(); result != imNoErr) {
+        mProblem = Refusal(result, mLog.Text());
     }
-    return mProblem.empty();
+    return mProblem;
 }
 
-PPixHand FrameReader::Next() {
+bool FrameReader::Next(Frame& frame) {
     LetGo();
-    if (!mProblem.empty() || mNext == mFrames.size() || !AskAhead()) {
-        return nullptr;
-    }
-    mFrame = Fetch(mFrames[mNext]);
-    if (mFrame != nullptr) {
-        ++mNext;
-    }
-    return mFrame;
-}
-
-bool FrameReader::AskAhead() {
-    const size_t end = std::min(mFrames.size(), mNext + kFramesAhead);
-    for (; mAsked < end; ++mAsked) {
-        const int64_t frame = mFrames[mAsked];
-        const long result = mSource->Request(frame * mTicksPerFrame, mFormats);
-        if (result != aiNoError) {
-            mProblem = FrameText(frame) + " is refused: " + RefusalInWords(result, mLog.Text());
+    while (!mProblem && mNext < mFrames.size()) {
+        frame = {mFrames[mNext], nullptr, {}};
+        AskAhead();
+        const Request& request = mRequests[mNext];
+        const bool isAlone = mRequests.size() == mNext + 1;
+        if (!request.refusal.empty()) {
+            frame.failure = request.refusal;
+        } else if (const Arrival arrival = WaitFor(mNext); arrival == Arrival::kTooLate) {
+            mProblem = {kExitFailed, "frame " + std::to_string(frame.number) +
+                                         " did not arrive within " + SecondsText(mTimeout)};
+            return false;
+        } else if (arrival == Arrival::kMissing) {
+            frame.failure = kBehindEnd;
+            mCarefulEnd = mFrames.size();
+        } else if (!mFailure.words.empty() && !(isAlone && mHasFailedOnce)) {
+            // It may be this one that failed, or one behind it; alone, the line may be a late one.
+            mHasFailedOnce = isAlone;
+            AskAgainOneByOne();
+            continue;
+        } else if (!TakeFrame(frame.number, frame)) {
             return false;
         }
+        mHasFailedOnce = false;
+        ++mNext;
+        return true;
     }
-    return true;
+    return false;
 }
 
-PPixHand FrameReader::Fetch(int64_t frame) {
-    const auto index = static_cast<int32_t>(frame);
-    if (!mCache->WaitForFrame(mClip->ImporterID(), index, mPatience)) {
-        mProblem = WhyLate(frame);
-        return nullptr;
+void FrameReader::AskAhead() {
+    const size_t ahead = mNext < mCarefulEnd ? 1 : kFramesAhead;
+    const size_t end = std::min(mFrames.size(), mNext + ahead);
+    while (mRequests.size() < end) {
+        const int64_t number = mFrames[mRequests.size()];
+        const auto index = static_cast<int32_t>(number);
+        mHasHitEnd = false;
+        Request request = {Clock::now(), mCache->AdditionsOf(mClip->ImporterID(), index) + 1, {}};
+        const long result = mSource->Request(number * mTicksPerFrame, mFormats);
+        if (result != aiNoError) {
+            request.refusal = Refusal(result, mLog.NewLines()).words;
+        } else {
+            ++mOutstanding;
+        }
+        mRequests.push_back(std::move(request));
     }
-    const std::string failure = LineWith(" returned ", mLog.NewLines());
-    if (!failure.empty()) {
-        mProblem = FrameText(frame) + " or one close behind it could not be read: " + failure;
-        return nullptr;
+}
+
+void FrameReader::ReadLog() {
+    for (const LogLine& line : LogLines(mLog.NewLines())) {
+        const std::string suffix = "hit EOF";
+        if (line.text.size() >= suffix.size() &&
+            line.text.compare(line.text.size() - suffix.size(), suffix.size(), suffix) == 0) {
+            mHasHitEnd = true;
+            mIsShort = true;
+        } else if (const FailedFrame failed = FrameFailure(line);
+                   !failed.words.empty() &&
+                   (mFailure.words.empty() || (failed.isCause && !mFailure.isCause))) {
+            mFailure = failed;
+        }
     }
-    PPixHand ppix = nullptr;
-    const long result = mSource->Get(frame * mTicksPerFrame, mFormats, &ppix);
-    if (result != aiNoError) {
-        mProblem = FrameText(frame) + " is not in the cache: status " + std::to_string(result);
-        return nullptr;
+}
+
+FrameReader::Arrival FrameReader::WaitFor(size_t index) {
+    const Request& request = mRequests[index];
+    const auto number = static_cast<int32_t>(mFrames[index]);
+    const bool isAlone = index < mCarefulEnd && mRequests.size() == index + 1;
+    while (!mCache->WaitForFrame(mClip->ImporterID(), number, kBetweenLooks, request.additions)) {
+        ReadLog();
+        const auto waited = Clock::now() - request.time;
+        const bool hasEnded =
+            isAlone ? mHasHitEnd && waited > kPastEndAlone : mIsShort && waited > kPastEnd;
+        if (hasEnded || waited > mTimeout) {
+            // One that the end of the file cuts in two leaves no line.
+            return hasEnded || mIsShort ? Arrival::kMissing : Arrival::kTooLate;
+        }
+    }
+    ReadLog();
+    return Arrival::kArrived;
+}
+
+// Waits for all that were asked for, and goes back to the one that is next.
+void FrameReader::AskAgainOneByOne() {
+    for (size_t index = mNext; index < mRequests.size(); ++index) {
+        if (mRequests[index].refusal.empty() && WaitFor(index) == Arrival::kArrived) {
+            DisposeOfCached(mFrames[index]);
+        }
+    }
+    mCarefulEnd = std::max(mCarefulEnd, mRequests.size());
+    mRequests.resize(mNext);
+    mFailure = {};
+}
+
+void FrameReader::DisposeOfCached(int64_t number) {
+    if (const PPixHand ppix = mCache->Take(mClip->ImporterID(), static_cast<int32_t>(number))) {
+        PixelBuffers::Dispose(ppix);
+    }
+}
+
+// A frame that has failed is in the cache like any other.
+bool FrameReader::TakeFrame(int64_t number, Frame& frame) {
+    frame.failure = std::exchange(mFailure, {}).words;
+    if (frame.failure.empty()) {
+        const long result = mSource->Get(number * mTicksPerFrame, mFormats, &mFrame);
+        if (result != aiNoError) {
+            mProblem = {kExitFailed, "frame " + std::to_string(number) +
+                                         " is not in the cache: status " + std::to_string(result)};
+            return false;
+        }
+        frame.ppix = mFrame;
     }
     // Nobody will ask for it again.
-    PixelBuffers::Dispose(mCache->Take(mClip->ImporterID(), index));
-    return ppix;
-}
-
-std::string FrameReader::WhyLate(int64_t frame) const {
-    const bool isShort = mLog.Text().find("hit EOF") != std::string::npos;
-    return FrameText(frame) + " did not arrive within " + std::to_string(mPatience.count() / 1000) +
-           (isShort ? " seconds: the file has become shorter"
-                    : " seconds: the file has become shorter, or its disk does not answer");
+    DisposeOfCached(number);
+    return true;
 }
 
 void FrameReader::LetGo() {

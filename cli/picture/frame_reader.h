@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "cli/movie/module_log.h"
+#include "cli/movie/refusal.h"
+#include "cli/output/exit_code.h"
 #include "hostkit/clip.h"
 #include "hostkit/frame_cache.h"
 #include "hostkit/frame_source.h"
@@ -16,54 +18,77 @@ namespace kvx_cli {
 
 // Delivers a movie's frames one after the other, as an editing host gets them: asked for ahead, a
 // bounded number at a time, and then found in the host's cache. Takes the module's log while it
-// lives: a frame that could not be read reaches the cache all the same, and only the log tells.
+// lives: a frame that could not be read reaches the cache all the same, and only the log tells,
+// without its number. Where the log tells of a failure, frames are asked for again, one at a time.
 class FrameReader {
   public:
     // More would only take memory: the module reads with eight threads.
     static constexpr size_t kFramesAhead = 8;
 
+    struct Frame {
+        int64_t number = 0;
+        PPixHand ppix = nullptr;  // valid until the next call; null: it can't be had
+        std::string failure;      // then in words why not
+    };
+
     // `clip` must outlive the reader. Delivers `frames`, no number twice, in the first of `formats`
-    // that the module can give. `patience` is how long a frame may take.
+    // that the module can give. `timeout` is how long a frame may take.
     FrameReader(const kvx_hostkit::Clip& clip, std::vector<int64_t> frames,
-                std::vector<PrPixelFormat> formats, std::chrono::milliseconds patience);
+                std::vector<PrPixelFormat> formats, std::chrono::milliseconds timeout);
     ~FrameReader();
 
     FrameReader(const FrameReader&) = delete;
     FrameReader& operator=(const FrameReader&) = delete;
 
-    // False if the module has no frames to give. Problem() tells why. Call it first.
-    bool Start();
+    // Call it first.
+    Problem Start();
 
-    // The next frame, valid until the next call; null at the end or after a failure,
-    // which Problem() tells apart.
-    PPixHand Next();
+    // The next frame, whether it can be had or not. False at the end, and when nothing more is to
+    // be expected, which GetProblem() tells apart.
+    bool Next(Frame& frame);
 
-    // The number of the frame that Next answered last, and how many it has answered.
-    int64_t FrameNumber() const { return mFrames[mNext - 1]; }
+    // How many frames Next has answered.
     size_t Delivered() const { return mNext; }
 
-    // Empty as long as all went well.
-    const std::string& Problem() const { return mProblem; }
+    const Problem& GetProblem() const { return mProblem; }
 
   private:
-    bool AskAhead();
-    PPixHand Fetch(int64_t frame);
-    std::string WhyLate(int64_t frame) const;
+    using Clock = std::chrono::steady_clock;
+    enum class Arrival { kArrived, kMissing, kTooLate };
+
+    void AskAhead();
+    Arrival WaitFor(size_t index);
+    void ReadLog();
+    bool TakeFrame(int64_t number, Frame& frame);
+    void AskAgainOneByOne();
+    void DisposeOfCached(int64_t number);
     void LetGo();
+
+    struct Request {
+        Clock::time_point time;
+        int additions = 0;    // to the cache, of this frame, when it will be there
+        std::string refusal;  // the module takes no such request
+    };
 
     const kvx_hostkit::Clip* mClip;
     std::vector<int64_t> mFrames;
     std::vector<PrPixelFormat> mFormats;
-    std::chrono::milliseconds mPatience;
+    std::chrono::milliseconds mTimeout;
     ModuleLog mLog;
     std::unique_ptr<kvx_hostkit::PixelBuffers> mBuffers;
     std::unique_ptr<kvx_hostkit::FrameCache> mCache;
     std::unique_ptr<kvx_hostkit::FrameSource> mSource;
     int64_t mTicksPerFrame = 0;
-    size_t mAsked = 0;  // how many of mFrames were asked for
-    size_t mNext = 0;   // and how many delivered
+    std::vector<Request> mRequests;  // of the first of mFrames, in their order
+    size_t mNext = 0;                // of mFrames, how many were delivered
+    size_t mCarefulEnd = 0;          // up to this one of mFrames, one at a time
+    int mOutstanding = 0;            // additions to the cache that are still to come
+    FailedFrame mFailure;            // what the log told since a frame was taken last
+    bool mHasHitEnd = false;         // of the file, since the last request
+    bool mIsShort = false;           // the log has told of the file's end
+    bool mHasFailedOnce = false;     // the frame that is next, asked for alone
     PPixHand mFrame = nullptr;
-    std::string mProblem;
+    Problem mProblem;
 };
 
 }  // namespace kvx_cli

@@ -7,8 +7,6 @@
 #include <cstddef>
 #include <cstdio>
 
-#include "cli/output/output_files.h"
-
 namespace kvx_cli {
 
 namespace {
@@ -59,13 +57,9 @@ bool WriteAll(std::FILE* file, const Picture& picture, PixelAspect aspect) {
 
 }  // namespace
 
-std::string WritePng(const std::string& path, const Picture& picture, PixelAspect aspect) {
-    std::FILE* const file = std::fopen(path.c_str(), "wb");
-    if (file == nullptr) {
-        return CannotWrite(path, errno);
-    }
+Problem WritePng(OutputFile& file, const Picture& picture, PixelAspect aspect) {
     errno = 0;
-    return CloseOutputFile(file, path, WriteAll(file, picture, aspect));
+    return WriteAll(file.Stream(), picture, aspect) ? file.Finish() : file.Failure();
 }
 
 }  // namespace kvx_cli

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
+#include "cli/output/output_file.h"
 #include "cli/picture/picture.h"
 
 namespace kvx_cli {
@@ -13,8 +13,8 @@ struct PixelAspect {
     uint32_t height = 1;
 };
 
-// Writes a PNG file, with the pixel aspect in its pHYs chunk unless pixels are square. Answers what
-// went wrong, or nothing; an incomplete file is removed.
-std::string WritePng(const std::string& path, const Picture& picture, PixelAspect aspect);
+// Writes the picture as a PNG file, with the pixel aspect in its pHYs chunk unless pixels are
+// square.
+Problem WritePng(OutputFile& file, const Picture& picture, PixelAspect aspect);
 
 }  // namespace kvx_cli

@@ -56,6 +56,15 @@ PrPixelFormat RawPixelFormat(uint32_t fileFormat) {
     return found == std::end(kRawFormats) ? kKVXCustomPixelFormat : found->pixelFormat;
 }
 
+size_t RawFrameSize(uint32_t fileFormat, int width, int height) {
+    const PrPixelFormat format = RawPixelFormat(fileFormat);
+    const auto pixels = static_cast<size_t>(width);
+    const size_t rowBytes = format == kKVXCustomPixelFormat
+                                ? (pixels + 63) / 64 * 256
+                                : static_cast<size_t>(kvx_hostkit::TightRowBytes(format, width));
+    return rowBytes * static_cast<size_t>(height);
+}
+
 std::vector<ByteSpan> RawBytes(const kvx_hostkit::PixelBufferView& view) {
     if (view.format == kKVXCustomPixelFormat) {
         return CustomBytes(view);

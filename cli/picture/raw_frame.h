@@ -13,6 +13,10 @@ namespace kvx_cli {
 // none, kKVXCustomPixelFormat, which carries the file's bytes as they are.
 PrPixelFormat RawPixelFormat(uint32_t fileFormat);
 
+// The bytes of a frame of that code, width and height in the file, where rows of "v210" take whole
+// multiples of 128 bytes and those of "r210" whole multiples of 256.
+size_t RawFrameSize(uint32_t fileFormat, int width, int height);
+
 struct ByteSpan {
     const char* begin;
     size_t size;

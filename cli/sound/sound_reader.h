@@ -2,9 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "cli/movie/time_limit.h"
+#include "cli/output/exit_code.h"
 #include "hostkit/clip.h"
 
 namespace kvx_cli {
@@ -12,36 +15,53 @@ namespace kvx_cli {
 // Reads one sound stream from its start, block by block, as the host's planes of floats.
 class SoundReader {
   public:
-    // `clip` must outlive the reader. `streamID` and `info` belong to a stream with sound.
-    SoundReader(const kvx_hostkit::Clip& clip, int32_t streamID, const imFileInfoRec8& info);
+    // `clip` and `limit` must outlive the reader. `streamID` and `info` belong to a stream with
+    // sound.
+    SoundReader(const kvx_hostkit::Clip& clip, int32_t streamID, const imFileInfoRec8& info,
+                TimeLimit& limit);
 
-    // Whether the importer can deliver this sound at all. Problem() tells why not. Call it first.
+    // Whether the importer can deliver this sound at all. GetProblem() tells why not. Call it
+    // first.
     bool Start();
 
+    // The frames that will be delivered. A stream's stated length is rounded to the movie's time
+    // scale and may pass the last sample.
+    int64_t FindLength();
+
     // The next block: the number of frames in Planes(), 0 at the end or after a failure, which
-    // Problem() tells apart.
+    // GetProblem() tells apart.
     size_t ReadBlock();
 
-    const float* const* Planes() const { return mPlanePointers.data(); }
+    const float* const* Planes() const { return mBuffer->planes.data(); }
 
-    // Empty as long as all went well.
-    const std::string& Problem() const { return mProblem; }
+    const Problem& GetProblem() const { return mProblem; }
+
+    // After a call that did not end in time the module is still at work on the clip, so that
+    // nothing may be closed: the program is to end at once.
+    bool HasTimedOut() const { return mHasTimedOut; }
 
     static constexpr size_t kBlockFrames = 1 << 16;
 
   private:
+    // Outlives the reader when a call is left behind.
+    struct Buffer {
+        std::vector<float> samples;
+        std::vector<float*> planes;
+    };
+
     bool Call(int64_t position, size_t frames);
-    size_t DeliveredFrames(size_t frames) const;
+    size_t Deliver(int64_t position, size_t frames);
 
     const kvx_hostkit::Clip* mClip;
     int32_t mStreamID;
+    TimeLimit* mLimit;
     size_t mChannels;
     int64_t mLength;
     int64_t mPosition = 0;
     bool mAtEnd = false;
-    std::vector<float> mSamples;
-    std::vector<float*> mPlanePointers;
-    std::string mProblem;
+    bool mHasTimedOut = false;
+    std::shared_ptr<Buffer> mBuffer;
+    Problem mProblem;
 };
 
 }  // namespace kvx_cli

@@ -1,8 +1,7 @@
 #include "cli/sound/wav_writer.h"
 
 #include <cerrno>
-
-#include "cli/output/output_files.h"
+#include <cstdio>
 
 namespace kvx_cli {
 
@@ -98,53 +97,36 @@ void Interleave(const float* const* planes, int channels, size_t frames, float* 
     }
 }
 
-WavWriter::~WavWriter() {
-    if (mFile != nullptr) {
-        CloseOutputFile(mFile, mPath, false);
-    }
-}
-
-bool WavWriter::Fail() {
-    mProblem = CannotWrite(mPath, errno);
-    return false;
-}
-
-bool WavWriter::Open(const std::string& path, const WavFormat& format) {
-    mPath = path;
+Problem WavWriter::Open(const std::string& place, const InputFiles& inputs, const WavFormat& format,
+                        uint64_t frames) {
     mFormat = format;
-    mFile = std::fopen(path.c_str(), "wb");
-    if (mFile == nullptr) {
-        return Fail();
+    mFramesLeft = frames;
+    if (Problem problem = mFile.Open(place, inputs)) {
+        return problem;
     }
-    return WriteHeader(0);
-}
-
-bool WavWriter::WriteHeader(uint64_t frames) {
     const std::vector<uint8_t> header = WavHeader(mFormat, frames);
-    return std::fwrite(header.data(), 1, header.size(), mFile) == header.size() || Fail();
+    errno = 0;
+    const bool isWritten =
+        std::fwrite(header.data(), 1, header.size(), mFile.Stream()) == header.size();
+    return isWritten ? Problem() : mFile.Failure();
 }
 
-bool WavWriter::Write(const float* interleaved, size_t frames) {
+Problem WavWriter::Write(const float* interleaved, size_t frames) {
     // The file is little-endian, as is every processor that this is built for.
     const size_t samples = frames * static_cast<size_t>(mFormat.channels);
-    if (std::fwrite(interleaved, kBytesPerSample, samples, mFile) != samples) {
-        return Fail();
+    if (frames > mFramesLeft) {
+        return {kExitFailed, "it has become longer meanwhile"};
     }
-    mFrames += frames;
-    return true;
+    mFramesLeft -= frames;
+    errno = 0;
+    const bool isWritten =
+        std::fwrite(interleaved, kBytesPerSample, samples, mFile.Stream()) == samples;
+    return isWritten ? Problem() : mFile.Failure();
 }
 
-bool WavWriter::Finish() {
-    if (std::fseek(mFile, 0, SEEK_SET) != 0) {
-        return Fail();
-    }
-    if (!WriteHeader(mFrames)) {
-        return false;
-    }
-    std::FILE* const file = mFile;
-    mFile = nullptr;
-    mProblem = CloseOutputFile(file, mPath, true);
-    return mProblem.empty();
+Problem WavWriter::Finish() {
+    return mFramesLeft == 0 ? mFile.Finish()
+                            : Problem(kExitFailed, "it has become shorter meanwhile");
 }
 
 }  // namespace kvx_cli

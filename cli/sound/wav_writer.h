@@ -2,9 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <vector>
+
+#include "cli/output/exit_code.h"
+#include "cli/output/input_files.h"
+#include "cli/output/output_file.h"
 
 namespace kvx_cli {
 
@@ -23,33 +26,22 @@ std::vector<uint8_t> WavHeader(const WavFormat& format, uint64_t frames);
 // the file left, right, centre, LFE, left surround, right surround.
 void Interleave(const float* const* planes, int channels, size_t frames, float* interleaved);
 
-// Writes a file block by block. Each operation answers false when it failed; Problem() then tells
-// why, and the incomplete file is removed when the writer goes.
+// Writes a file block by block, without ever going back in it.
 class WavWriter {
   public:
-    WavWriter() = default;
-    ~WavWriter();
+    // Writes the header for `frames` frames. "-" is standard output. Refuses a place that is one of
+    // `inputs`.
+    Problem Open(const std::string& place, const InputFiles& inputs, const WavFormat& format,
+                 uint64_t frames);
+    Problem Write(const float* interleaved, size_t frames);
 
-    WavWriter(const WavWriter&) = delete;
-    WavWriter& operator=(const WavWriter&) = delete;
-
-    bool Open(const std::string& path, const WavFormat& format);
-    bool Write(const float* interleaved, size_t frames);
-
-    // Writes the header that fits what has been written, and closes the file.
-    bool Finish();
-
-    const std::string& Problem() const { return mProblem; }
+    // The file gets its name here. All the frames that the header tells of must have been written.
+    Problem Finish();
 
   private:
-    bool Fail();  // for the reason in errno
-    bool WriteHeader(uint64_t frames);
-
-    std::FILE* mFile = nullptr;
-    std::string mPath;
-    std::string mProblem;
+    OutputFile mFile;
     WavFormat mFormat = {};
-    uint64_t mFrames = 0;
+    uint64_t mFramesLeft = 0;
 };
 
 }  // namespace kvx_cli

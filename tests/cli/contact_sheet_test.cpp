@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <limits>
@@ -11,13 +12,27 @@
 
 namespace {
 
-using kvx_cli::DrawSheet;
 using kvx_cli::Picture;
 using kvx_cli::SheetContents;
 using kvx_cli::SheetFrame;
 using kvx_cli::SheetLayout;
 using kvx_cli::SpreadFrames;
 using kvx_test::PngContents;
+
+// What went wrong, in words.
+std::string DrawSheet(const std::string& path, const SheetContents& contents,
+                      const SheetLayout& layout) {
+    Picture picture;
+    kvx_cli::OutputFile file;
+    kvx_cli::Problem problem = file.Open(path, {});
+    if (!problem) {
+        problem = kvx_cli::DrawSheet(contents, layout, picture);
+    }
+    if (!problem) {
+        problem = kvx_cli::WritePng(file, picture, {});
+    }
+    return problem.words;
+}
 
 TEST(CliContactSheet, SpreadsFramesOverTheMovie) {
     EXPECT_EQ(SpreadFrames(0, 12), std::vector<int64_t>());
@@ -53,7 +68,7 @@ TEST(CliContactSheet, ShowsEveryFrameInItsShapeAndTheSound) {
     const SheetLayout layout = {496, 2};  // two of 208 beside each other
     SheetContents contents;
     contents.title = "title";
-    contents.facts = "facts";
+    contents.facts = {"facts"};
     contents.aspect = {2, 1};
     contents.frameWidth = 20;
     contents.frameHeight = 10;
@@ -64,7 +79,7 @@ TEST(CliContactSheet, ShowsEveryFrameInItsShapeAndTheSound) {
     size_t next = 0;
     contents.nextFrame = [&](SheetFrame& frame) {
         frame = frames.at(next++ % frames.size());
-        return std::string();
+        return kvx_cli::Problem();
     };
     ASSERT_EQ(DrawSheet(directory.File("silent.png"), contents, layout), "");
     const PngContents silent = kvx_test::ReadPng(directory.File("silent.png"));
@@ -115,10 +130,78 @@ TEST(CliContactSheet, IsNotMadeWithoutItsFrames) {
     int asked = 0;
     contents.nextFrame = [&asked](SheetFrame& frame) {
         frame.picture = Filled(1, 1, 1, 2, 3);
-        return std::string(++asked == 2 ? "the second is missing" : "");
+        return ++asked == 2 ? kvx_cli::Problem(kvx_cli::kExitFailed, "the second is missing")
+                            : kvx_cli::Problem();
     };
     EXPECT_EQ(DrawSheet(directory.File("sheet.png"), contents, {}), "the second is missing");
     EXPECT_FALSE(std::filesystem::exists(directory.File("sheet.png")));
+}
+
+// Crossed out, between the frames that there are.
+TEST(CliContactSheet, MarksAFrameThatIsMissing) {
+    const kvx_test::TempDirectory directory;
+    SheetContents contents;
+    contents.frameWidth = 20;
+    contents.frameHeight = 10;
+    contents.frameCount = 2;
+    int asked = 0;
+    contents.nextFrame = [&asked](SheetFrame& frame) {
+        if (++asked == 2) {
+            frame.picture = Filled(20, 10, 0, 255, 0);
+        }
+        frame.caption = "frame";
+        return kvx_cli::Problem();
+    };
+    ASSERT_EQ(DrawSheet(directory.File("sheet.png"), contents, {496, 2}), "");
+    const PngContents sheet = kvx_test::ReadPng(directory.File("sheet.png"));
+    EXPECT_EQ(CountOf(sheet, 0, 255, 0), 208 * 104);
+    EXPECT_GT(CountOf(sheet, 204, 92, 84), 200);  // the cross
+}
+
+// Whatever is written on a sheet stays inside its margins.
+TEST(CliContactSheet, TextsStayOnTheSheet) {
+    const kvx_test::TempDirectory directory;
+    SheetContents contents;
+    contents.title = std::string(300, 'W') + ".mov";
+    contents.facts = {"one", std::string(300, 'M'), "two", "three"};
+    contents.notes = {std::string(300, 'N')};
+    ASSERT_EQ(DrawSheet(directory.File("sheet.png"), contents, {496, 2}), "");
+    const PngContents sheet = kvx_test::ReadPng(directory.File("sheet.png"));
+    const uint8_t* const background = sheet.samples.data();
+    for (int y = 0; y < sheet.height; ++y) {
+        for (int x = 496 - 31; x < 496; ++x) {
+            const size_t place = (static_cast<size_t>(y) * 496 + static_cast<size_t>(x)) * 3;
+            ASSERT_TRUE(std::equal(background, background + 3, &sheet.samples[place]))
+                << x << ", " << y;
+        }
+    }
+    // Three lines of facts: two of the four share one.
+    contents.facts = {"one"};
+    ASSERT_EQ(DrawSheet(directory.File("short.png"), contents, {496, 2}), "");
+    EXPECT_EQ(sheet.height - kvx_test::ReadPng(directory.File("short.png")).height, 2 * 26);
+}
+
+TEST(CliContactSheet, NamesThatAreNotUtf8AreDrawn) {
+    const kvx_test::TempDirectory directory;
+    SheetContents contents;
+    contents.title =
+        "a\xFF"
+        "b";
+    ASSERT_EQ(DrawSheet(directory.File("odd.png"), contents, {496, 2}), "");
+    contents.title = "a?b";
+    ASSERT_EQ(DrawSheet(directory.File("plain.png"), contents, {496, 2}), "");
+    EXPECT_EQ(kvx_test::ReadPng(directory.File("odd.png")).samples,
+              kvx_test::ReadPng(directory.File("plain.png")).samples);
+}
+
+TEST(CliContactSheet, RefusesColumnsWithoutRoom) {
+    EXPECT_FALSE(kvx_cli::CheckLayout({1600, 20}));
+    const kvx_cli::Problem problem = kvx_cli::CheckLayout({400, 20});
+    EXPECT_EQ(problem.code, kvx_cli::kExitUsage);
+    EXPECT_EQ(problem.words,
+              "there is no room for 20 columns in a width of 400 pixels: 6 is the most");
+    EXPECT_FALSE(kvx_cli::CheckLayout({400, 6}));
+    EXPECT_TRUE(kvx_cli::CheckLayout({400, 7}));
 }
 
 }  // namespace

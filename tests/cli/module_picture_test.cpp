@@ -54,12 +54,15 @@ TEST_F(CliModulePicture, HasTheModulesPixels) {
     const kvx_test::TempDirectory directory;
     for (const int depth : {8, 16}) {
         FrameReader reader(*mClip, {1}, {kvx_cli::PictureFormat(depth)}, std::chrono::seconds(30));
-        ASSERT_TRUE(reader.Start());
-        const PPixHand frame = reader.Next();
-        ASSERT_NE(frame, nullptr) << reader.Problem();
-        const PixelBufferView view = PixelBuffers::View(frame);
+        ASSERT_FALSE(reader.Start());
+        FrameReader::Frame frame;
+        ASSERT_TRUE(reader.Next(frame)) << reader.GetProblem().words;
+        ASSERT_NE(frame.ppix, nullptr) << frame.failure;
+        const PixelBufferView view = PixelBuffers::View(frame.ppix);
         const std::string path = directory.File("frame.png");
-        ASSERT_EQ(kvx_cli::WritePng(path, kvx_cli::PictureOf(view), {}), "");
+        kvx_cli::OutputFile file;
+        ASSERT_FALSE(file.Open(path, {}));
+        ASSERT_FALSE(kvx_cli::WritePng(file, kvx_cli::PictureOf(view), {}));
         const PngContents png = kvx_test::ReadPng(path);
 
         EXPECT_EQ(png.depth, depth);

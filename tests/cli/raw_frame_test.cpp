@@ -84,4 +84,13 @@ TEST_F(CliRawFrameCustom, NothingIsReadOutsideTheBuffer) {
     EXPECT_TRUE(RawBytes(View()).empty());
 }
 
+TEST(CliRawFrame, TellsHowManyBytesAFrameHas) {
+    using KVX::Core::FourCharCode;
+    EXPECT_EQ(kvx_cli::RawFrameSize(FourCharCode("2vuy"), 96, 64), 96u * 2 * 64);
+    EXPECT_EQ(kvx_cli::RawFrameSize(FourCharCode("v210"), 48, 3), 128u * 3);
+    EXPECT_EQ(kvx_cli::RawFrameSize(FourCharCode("v210"), 49, 3), 256u * 3);
+    EXPECT_EQ(kvx_cli::RawFrameSize(FourCharCode("r210"), 64, 2), 256u * 2);
+    EXPECT_EQ(kvx_cli::RawFrameSize(FourCharCode("r210"), 65, 2), 512u * 2);
+}
+
 }  // namespace

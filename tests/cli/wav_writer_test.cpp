@@ -130,10 +130,10 @@ TEST_F(CliWavWriterFile, HoldsHeaderAndBlocksInOrder) {
     const float first[] = {1.0f, -0.5f};
     const float second[] = {0.25f};
     WavWriter writer;
-    ASSERT_TRUE(writer.Open(mPath, {1, 8000}));
-    ASSERT_TRUE(writer.Write(first, 2));
-    ASSERT_TRUE(writer.Write(second, 1));
-    ASSERT_TRUE(writer.Finish());
+    ASSERT_FALSE(writer.Open(mPath, {}, {1, 8000}, 3));
+    ASSERT_FALSE(writer.Write(first, 2));
+    ASSERT_FALSE(writer.Write(second, 1));
+    ASSERT_FALSE(writer.Finish());
 
     Bytes expected = WavHeader({1, 8000}, 3);
     const size_t start = expected.size();
@@ -143,19 +143,24 @@ TEST_F(CliWavWriterFile, HoldsHeaderAndBlocksInOrder) {
     EXPECT_EQ(Content(), expected);
 }
 
-TEST_F(CliWavWriterFile, IsRemovedWhenNotFinished) {
+TEST_F(CliWavWriterFile, IsThereWhenItIsWhole) {
+    const float samples[4] = {};
     {
         WavWriter writer;
-        ASSERT_TRUE(writer.Open(mPath, {1, 8000}));
-        EXPECT_TRUE(std::filesystem::exists(mPath));
+        ASSERT_FALSE(writer.Open(mPath, {}, {1, 8000}, 3));
+        ASSERT_FALSE(writer.Write(samples, 2));
+        EXPECT_EQ(writer.Finish().words, "it has become shorter meanwhile");
+        EXPECT_EQ(writer.Write(samples, 2).words, "it has become longer meanwhile");
+        EXPECT_FALSE(std::filesystem::exists(mPath));
     }
     EXPECT_FALSE(std::filesystem::exists(mPath));
 }
 
 TEST_F(CliWavWriterFile, TellsWhyItCannotBeMade) {
     WavWriter writer;
-    EXPECT_FALSE(writer.Open("/nowhere/at/all.wav", {1, 8000}));
-    EXPECT_EQ(writer.Problem(), "cannot write /nowhere/at/all.wav: No such file or directory");
+    const kvx_cli::Problem problem = writer.Open("/nowhere/at/all.wav", {}, {1, 8000}, 0);
+    EXPECT_EQ(problem.words, "cannot write /nowhere/at/all.wav: No such file or directory");
+    EXPECT_EQ(problem.code, kvx_cli::kExitFailed);
 }
 
 }  // namespace

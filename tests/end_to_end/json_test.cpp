@@ -98,8 +98,7 @@ TEST(EndToEndJson, PathsMayHoldAnything) {
     for (const auto& row : rows) {
         std::filesystem::copy_file(kvx_test::MediaPath("tracks/timecode.mov"),
                                    directory.File(row.name));
-        const json report =
-            ReportOn("'" + directory.File(row.name) + "'", row.told == row.name ? 0 : 1);
+        const json report = ReportOn("'" + directory.File(row.name) + "'", 0);
         ASSERT_EQ(report.size(), 1u);
         EXPECT_EQ(report[0].at("path"), directory.File(row.told));
         EXPECT_EQ(report[0].count("path_base64"), row.told == row.name ? 0u : 1u);

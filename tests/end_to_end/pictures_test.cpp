@@ -193,7 +193,7 @@ TEST(EndToEndPicturesFiles, TellThatThereIsNoRoom) {
     const kvx_test::TempDirectory folder;
     std::filesystem::create_symlink("/dev/full", folder.File("000001.png"));
     const CommandRun run = RunCommand("frames tracks/no-sound.mov -o " + folder.Path());
-    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.exitCode, 3);
     EXPECT_EQ(run.output, "kvx: tracks/no-sound.mov: cannot write " + folder.File("000001.png") +
                               ": No space left on device\n");
     EXPECT_EQ(ReadPng(folder.File("000000.png")).width, 96);
@@ -209,7 +209,7 @@ TEST(EndToEndPicturesFiles, CannotGoWhereNobodyMayWrite) {
         folder.Path(), std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
     const CommandRun run = RunCommand("frames tracks/no-sound.mov -o " + folder.Path());
     std::filesystem::permissions(folder.Path(), std::filesystem::perms::owner_all);
-    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.exitCode, 3);
     EXPECT_EQ(run.output, "kvx: tracks/no-sound.mov: cannot write " + folder.File("000000.png") +
                               ": Permission denied\n");
 }
@@ -230,7 +230,7 @@ TEST(EndToEndPicturesSheet, HasRoomForThePicturesAndTheSound) {
     // A disk without room leaves no half of a sheet, nor takes the device away.
     if (std::filesystem::exists("/dev/full")) {
         const CommandRun full = RunCommand("sheet tracks/no-sound.mov -o /dev/full");
-        EXPECT_EQ(full.exitCode, 1);
+        EXPECT_EQ(full.exitCode, 3);
         EXPECT_EQ(full.output,
                   "kvx: tracks/no-sound.mov: cannot write /dev/full: No space left on device\n");
         EXPECT_TRUE(std::filesystem::exists("/dev/full"));
@@ -240,7 +240,7 @@ TEST(EndToEndPicturesSheet, HasRoomForThePicturesAndTheSound) {
     EXPECT_EQ(onto.exitCode, 2);
     EXPECT_EQ(RunCommand("sheet refused/no-video.mov -o " + sheet).exitCode, 1);
     EXPECT_EQ(RunCommand("sheet tracks/no-sound.mov -o " + folder.File("none/sheet.png")).exitCode,
-              1);
+              3);
 }
 
 // Every frame of the sheet shows what is in the movie: stripes of full colours, side by side.

@@ -1,0 +1,69 @@
+// Files that the command writes.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include "cli/output/exit_code.h"
+#include "cli/output/input_files.h"
+#include "cli/output/unfinished_files.h"
+
+namespace kvx_cli {
+
+// One file, which gets its name when it is whole. What is written stands beside its place until
+// then; where a link leads elsewhere, beside that place. A place that is a device or a pipe is
+// written straight into, as is standard output.
+class OutputFile {
+  public:
+    OutputFile() = default;
+    // Leaves nothing behind of a file that was not finished.
+    ~OutputFile();
+
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    // "-" is standard output. Refuses a place that is one of `inputs`.
+    Problem Open(const std::string& place, const InputFiles& inputs);
+
+    std::FILE* Stream() const { return mStream; }
+
+    // Whether what was written can be written again.
+    bool CanSeek() const { return mIsOwn; }
+
+    // What the errno of a failed write says.
+    Problem Failure() const;
+
+    // Closes the file and gives it its name. The file is whole if there is no problem.
+    Problem Finish();
+
+  private:
+    Problem OpenBeside(const std::string& target, bool isThere, mode_t mode);
+
+    std::string mPlace;
+    UnfinishedFile mUnfinished;
+    std::FILE* mStream = nullptr;
+    bool mIsOwn = false;  // not standard output, a device or a pipe
+};
+
+// Whether standard output has been led into a regular file.
+bool IsStandardOutputFile();
+
+// Refuses if standard output has been led into one of `inputs`.
+Problem CheckStandardOutput(const InputFiles& inputs);
+
+// Closes standard output. Tells on standard error if not all that went there could be written, once
+// for the whole program, and answers how to end then; `exitCode` otherwise.
+int CloseStandardOutput(int exitCode);
+
+// Makes the folder if it is not there.
+Problem MakeOutputFolder(const std::string& folder);
+
+// <folder>/<frame number>.<extension>, with zeros before the number, so that the frames of any
+// usual movie are listed in order.
+std::string FramePath(const std::string& folder, int64_t frame, const std::string& extension);
+
+// "cannot write PLACE: REASON", for an errno.
+Problem CannotWrite(const std::string& place, int error);
+
+}  // namespace kvx_cli
