@@ -151,11 +151,12 @@ void CheckExtents(const TrackReader& reader) {
         return;
     }
     const auto unit = static_cast<double>(std::max<int64_t>(tables.sampleDuration, 1));
-    reader.Add(Code::Truncated,
-               std::to_string(missing.count) + " of its " +
-                   Counted(tables.sampleCount, reader.SampleNoun()) +
-                   " are not in the file; the first that is missed is " + reader.SampleNoun() +
-                   " " + std::to_string(static_cast<int64_t>(first / unit)) + ", at " + when);
+    reader.track.firstMissing = static_cast<int64_t>(first / unit);
+    reader.Add(Code::Truncated, std::to_string(missing.count) + " of its " +
+                                    Counted(tables.sampleCount, reader.SampleNoun()) +
+                                    " are not in the file; the first that is missed is " +
+                                    reader.SampleNoun() + " " +
+                                    std::to_string(*track.firstMissing) + ", at " + when);
 }
 
 }  // namespace kvx_inspect

@@ -132,6 +132,9 @@ struct TrackFacts {
     int64_t duration = 0;  // of the edited timeline, media time units
     std::vector<Edit> edits;
     SampleTables tables;  // look into the movie atom that the report keeps
+    // The first sample, or frame, of the edited timeline whose bytes are not in the file, in units of
+    // the tables' sampleDuration.
+    std::optional<int64_t> firstMissing;
 
     std::optional<VideoFacts> video;
     std::optional<SoundFacts> sound;

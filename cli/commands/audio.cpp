@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -5,6 +6,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/with_movie.h"
 #include "cli/movie/streams.h"
+#include "cli/movie/track_look.h"
 #include "cli/output/complain.h"
 #include "cli/output/progress_bar.h"
 #include "cli/output/text.h"
@@ -35,7 +37,8 @@ Problem Copy(const MovieAtWork& movie, SoundReader& reader, const WavFormat& for
                                    static_cast<size_t>(format.channels));
     ProgressBar progress("sound", length);
     int64_t done = 0;
-    while (const size_t frames = reader.ReadBlock()) {
+    while (const size_t read = done < length ? reader.ReadBlock() : 0) {
+        const size_t frames = std::min(read, static_cast<size_t>(length - done));
         Interleave(reader.Planes(), format.channels, frames, interleaved.data());
         if (Problem problem = writer.Write(interleaved.data(), frames)) {
             return problem;
@@ -64,8 +67,20 @@ int WriteSound(const MovieAtWork& movie, const Arguments& arguments) {
     if (!reader.Start()) {
         return Complain(movie.path, ReaderProblem(movie, reader));
     }
-    const int64_t length = reader.FindLength();
+    int64_t length = reader.FindLength();
     problem = ReaderProblem(movie, reader);
+    // The importer delivers silence for what the file does not hold.
+    const TrackLook look =
+        LookAtTrack(movie.limit, movie.path, kvx_inspect::TrackKind::Sound, number);
+    if (!problem && look.firstMissing) {
+        const int64_t there = std::min(length, *look.firstMissing);
+        if (!arguments.Has(OptionId::kPartial)) {
+            return Complain(kExitRefused, movie.path,
+                            look.missing + "; --partial writes the sound up to there");
+        }
+        Complain(kExitRefused, movie.path, look.missing);
+        length = there;
+    }
     const WavFormat format = {info.audioChannels,
                               static_cast<int>(std::lround(info.audioSampleRate))};
     const std::string output = arguments.Text(OptionId::kOutput);
@@ -81,7 +96,7 @@ int WriteSound(const MovieAtWork& movie, const Arguments& arguments) {
                      std::to_string(format.sampleRate) + " Hz, " + std::to_string(format.channels) +
                      (format.channels == 1 ? " channel" : " channels") + ", 32-bit float");
     }
-    return kExitDone;
+    return look.firstMissing ? kExitRefused : kExitDone;
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/with_movie.h"
 #include "cli/movie/streams.h"
+#include "cli/movie/track_look.h"
 #include "cli/output/complain.h"
 #include "cli/output/progress_bar.h"
 #include "cli/picture/frame_output.h"
@@ -74,9 +75,14 @@ int WriteFrames(const MovieAtWork& movie, FrameRange range, bool fillsPlaces, Fr
         return Complain(movie.path, problem);
     }
     MissingFrames missing(movie.path);
+    const bool isShort = LookAtTrack(movie.limit, movie.path, kvx_inspect::TrackKind::Video, 0)
+                             .firstMissing.has_value();
     // Before the reader takes standard error away.
     ProgressBar progress("frames", range.end - range.first);
     FrameReader reader(movie.clip, FramesOf(range), {output.Format()}, movie.limit.Limit());
+    if (isShort) {
+        reader.ExpectMissingFrames();
+    }
     Problem problem = reader.Start();
     FrameReader::Frame frame;
     while (!problem && reader.Next(frame)) {

@@ -8,6 +8,7 @@
 #include "cli/commands/with_movie.h"
 #include "cli/movie/streams.h"
 #include "cli/movie/timecode.h"
+#include "cli/movie/track_look.h"
 #include "cli/output/complain.h"
 #include "cli/output/output_file.h"
 #include "cli/output/progress_bar.h"
@@ -18,6 +19,8 @@
 #include "cli/sound/sound_reader.h"
 
 namespace kvx_cli {
+
+using kvx_inspect::TrackKind;
 
 namespace {
 
@@ -72,9 +75,14 @@ class SheetMaker {
         mContents.frameCount = static_cast<int>(numbers.size());
         ReadSounds();
 
+        const bool isShort =
+            LookAtTrack(mMovie.limit, mMovie.path, TrackKind::Video, 0).firstMissing.has_value();
         // Before the reader takes standard error away.
         ProgressBar progress("frames", mContents.frameCount);
         FrameReader reader(mMovie.clip, numbers, {PictureFormat(8)}, mMovie.limit.Limit());
+        if (isShort) {
+            reader.ExpectMissingFrames();
+        }
         if (Problem problem = reader.Start()) {
             return problem;
         }
@@ -114,8 +122,13 @@ class SheetMaker {
             if (reader.HasTimedOut()) {
                 EndAtOnce(Complain(mMovie.path, reader.GetProblem()));
             }
-            if (const Problem& problem = reader.GetProblem()) {
-                const std::string words = "sound " + std::to_string(number) + ": " + problem.words;
+            std::string words = reader.GetProblem().words;
+            if (words.empty()) {
+                // The importer delivers silence for what the file does not hold.
+                words = LookAtTrack(mMovie.limit, mMovie.path, TrackKind::Sound, number).missing;
+            }
+            if (!words.empty()) {
+                words = "sound " + std::to_string(number) + ": " + words;
                 mContents.notes.push_back(words);
                 Miss(words);
             }

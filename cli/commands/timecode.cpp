@@ -5,15 +5,35 @@
 
 #include "cli/commands/commands.h"
 #include "cli/commands/with_movie.h"
+#include "cli/movie/track_look.h"
 #include "cli/output/complain.h"
 
 namespace kvx_cli {
+
+namespace {
+
+// The importer has one answer for a movie without a timecode and for one that it can't count.
+std::string WhyNone(const MovieAtWork& movie) {
+    const TrackLook look =
+        LookAtTrack(movie.limit, movie.path, kvx_inspect::TrackKind::Timecode, 0);
+    if (!look.isThere) {
+        return "the movie has no timecode";
+    }
+    for (const std::string& words : {look.timecode, look.missing}) {
+        if (!words.empty()) {
+            return words;
+        }
+    }
+    return "its timecode track tells no start";
+}
+
+}  // namespace
 
 int RunTimecode(const Arguments& arguments) {
     return WithMovie(arguments, [](const MovieAtWork& movie) {
         const std::string timecode = ReadTimecodeStart(movie.clip).text;
         if (timecode.empty()) {
-            return Complain(kExitRefused, movie.path, "the movie has no timecode");
+            return Complain(kExitRefused, movie.path, WhyNone(movie));
         }
         std::printf("%s\n", timecode.c_str());
         return static_cast<int>(kExitDone);

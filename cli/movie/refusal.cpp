@@ -91,6 +91,9 @@ constexpr Reason kReasons[] = {
     {"Failed to find %s atom in track", nullptr,
      "it is incomplete: one of its tracks lacks an atom that it must have"},
     {"Movie has no tracks", nullptr, "it has neither video nor sound"},
+    {"File length %lld(0x%llx) too short for read of %lld(0x%llx) bytes from offset "
+     "%lld(0x%llx)",
+     nullptr, "the file ends before it does"},
     {"Invalid frame size %dx%d", nullptr, "its width or its height is below 1"},
     {"%d channel audio not supported", nullptr,
      "its sound has a number of channels that is not delivered: only mono, stereo and 5.1 are"},

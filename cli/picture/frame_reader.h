@@ -40,6 +40,10 @@ class FrameReader {
     FrameReader(const FrameReader&) = delete;
     FrameReader& operator=(const FrameReader&) = delete;
 
+    // Says beforehand that the file ends before some of its frames: one that does not arrive is
+    // then taken for such a frame.
+    void ExpectMissingFrames() { mIsShort = true; }
+
     // Call it first.
     Problem Start();
 
@@ -85,7 +89,7 @@ class FrameReader {
     int mOutstanding = 0;            // additions to the cache that are still to come
     FailedFrame mFailure;            // what the log told since a frame was taken last
     bool mHasHitEnd = false;         // of the file, since the last request
-    bool mIsShort = false;           // the log has told of the file's end
+    bool mIsShort = false;           // the log has told of the file's end, or somebody else
     bool mHasFailedOnce = false;     // the frame that is next, asked for alone
     PPixHand mFrame = nullptr;
     Problem mProblem;
