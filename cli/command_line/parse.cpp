@@ -3,6 +3,7 @@
 #include "cli/command_line/parse.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <map>
@@ -39,8 +40,7 @@ void AddOption(CLI::App& app, const OptionInfo& option, Given& given) {
     }
     app.add_option_function<std::string>(
            names, [id, &given](const std::string& value) { given.values[id] = value; }, option.help)
-        ->type_name(argument)
-        ->required(option.required);
+        ->type_name(argument);
 }
 
 void AddOptions(CLI::App& app, CommandSet commands, Given& given) {
@@ -56,10 +56,59 @@ CLI::App* AddCommand(CLI::App& app, const CommandInfo& command, Given& given) {
     added
         ->add_option("movie", given.movies,
                      command.takesMovies ? "QuickTime movies" : "A QuickTime movie")
-        ->type_name(command.takesMovies ? "MOVIE..." : "MOVIE")
-        ->required();
+        ->type_name(command.takesMovies ? "MOVIE..." : "MOVIE");
     AddOptions(*added, In(command.id), given);
     return added;
+}
+
+constexpr char kExitStatuses[] =
+    "Exit status: 0 fine; 1 a movie can't be imported, or not all of what was asked could be had; "
+    "2 wrong usage, such as an output that is an input; 3 a movie can't be read, an output can't "
+    "be written, or the importer can't be loaded; 4 (check alone) imports, with warnings; 130 "
+    "ended by Ctrl-C. `kvx help COMMAND` tells of one command.";
+
+// "kvx help COMMAND" and "kvx help" are other names of the options.
+std::vector<std::string> Words(int argc, const char* const* argv) {
+    std::vector<std::string> words(argv + 1, argv + argc);
+    if (!words.empty() && words.front() == "help") {
+        words.erase(words.begin());
+        words.emplace_back("--help");
+    }
+    return words;
+}
+
+// In one line, whatever the library says in several.
+int ComplainOfUsage(std::string words) {
+    words.erase(words.find_last_not_of('\n') + 1);
+    std::replace(words.begin(), words.end(), '\n', ' ');
+    return Complain(kExitUsage, words + " (`kvx --help` tells how it is used)");
+}
+
+bool IsCommand(const std::string& name) {
+    const std::vector<CommandInfo>& commands = CommandTable();
+    return std::any_of(commands.begin(), commands.end(),
+                       [&name](const CommandInfo& each) { return each.name == name; });
+}
+
+// What the library could not place. It counts the mark before names that look like options, too.
+std::vector<std::string> Unplaced(const CLI::App& app) {
+    std::vector<std::string> words = app.remaining(true);
+    words.erase(std::remove(words.begin(), words.end(), "--"), words.end());
+    return words;
+}
+
+// What is wrong with the words as such; nothing if they are in order.
+std::string WordsProblem(const CLI::App& app) {
+    const std::vector<std::string> unplaced = Unplaced(app);
+    if (unplaced.empty()) {
+        return {};
+    }
+    const auto isName = [](const std::string& word) { return word.empty() || word[0] != '-'; };
+    const auto name = std::find_if(unplaced.begin(), unplaced.end(), isName);
+    if (app.get_subcommands().empty() && name != unplaced.end()) {
+        return "there is no command '" + *name + "'";
+    }
+    return "there is no option '" + unplaced.front() + "' here";
 }
 
 }  // namespace
@@ -69,15 +118,37 @@ std::optional<Invocation> ParseCommandLine(int argc, const char* const* argv, in
     CLI::App app(
         "Opens QuickTime movies through the KVX Importer module, as an editing host does.");
     app.name("kvx");
+    app.footer(kExitStatuses);
+    app.allow_extras();
+    app.add_flag("--version", "Print the version and exit");
     AddOptions(app, kInAllCommands, given);
     std::vector<CLI::App*> added;
     for (const CommandInfo& command : CommandTable()) {
         added.push_back(AddCommand(app, command, given));
     }
+    std::vector<std::string> words = Words(argc, argv);
+    if (argc > 2 && std::string(argv[1]) == "help" && !IsCommand(argv[2])) {
+        exitCode = ComplainOfUsage("there is no command '" + std::string(argv[2]) + "'");
+        return std::nullopt;
+    }
     try {
-        app.parse(argc, argv);
+        // The library takes them from the end.
+        std::reverse(words.begin(), words.end());
+        app.parse(words);
+    } catch (const CLI::Success& success) {
+        exitCode = app.exit(success);
+        return std::nullopt;
     } catch (const CLI::ParseError& error) {
-        exitCode = app.exit(error) == 0 ? kExitDone : kExitUsage;
+        exitCode = ComplainOfUsage(error.what());
+        return std::nullopt;
+    }
+    if (app.count("--version") != 0) {
+        std::printf("kvx " KVX_VERSION "\n");
+        exitCode = kExitDone;
+        return std::nullopt;
+    }
+    if (const std::string problem = WordsProblem(app); !problem.empty()) {
+        exitCode = ComplainOfUsage(problem);
         return std::nullopt;
     }
     for (size_t index = 0; index < added.size(); ++index) {
@@ -86,7 +157,7 @@ std::optional<Invocation> ParseCommandLine(int argc, const char* const* argv, in
             Arguments arguments(command.id, std::move(given.movies), std::move(given.values));
             const std::string problem = arguments.Problem();
             if (!problem.empty()) {
-                exitCode = Complain(kExitUsage, problem);
+                exitCode = ComplainOfUsage(problem);
                 return std::nullopt;
             }
             return Invocation{&command, std::move(arguments)};

@@ -96,14 +96,14 @@ int TellOfMovies(const Arguments& arguments, bool countsWarnings,
         }
         const std::string text = before + format.write(told);
         std::fwrite(text.data(), 1, text.size(), stdout);
-        if (arguments.Has(OptionId::kJsonLines)) {
-            std::fflush(stdout);
+        if (arguments.Has(OptionId::kJsonLines) && !FlushStandardOutput()) {
+            return kExitFailed;
         }
         exitCode = Graver(exitCode, ExitCodeOf(told, countsWarnings));
         before = format.between;
     }
     std::fputs(format.after, stdout);
-    return exitCode;
+    return FlushStandardOutput() ? exitCode : kExitFailed;
 }
 
 }  // namespace kvx_cli

@@ -124,6 +124,16 @@ Problem CheckStandardOutput(const InputFiles& inputs) {
     return {};
 }
 
+bool FlushStandardOutput() {
+    errno = 0;
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
+        return true;
+    }
+    gStandardOutputFailed = true;
+    Complain(kExitFailed, CannotWrite("to standard output", errno).words);
+    return false;
+}
+
 int CloseStandardOutput(int exitCode) {
     errno = 0;
     const bool isWritten = std::ferror(stdout) == 0;

@@ -52,6 +52,10 @@ bool IsStandardOutputFile();
 // Refuses if standard output has been led into one of `inputs`.
 Problem CheckStandardOutput(const InputFiles& inputs);
 
+// Hands on what has been printed. Tells on standard error if it could not be written, and answers
+// false then.
+bool FlushStandardOutput();
+
 // Closes standard output. Tells on standard error if not all that went there could be written, once
 // for the whole program, and answers how to end then; `exitCode` otherwise.
 int CloseStandardOutput(int exitCode);

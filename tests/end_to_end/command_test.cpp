@@ -177,6 +177,50 @@ TEST(EndToEndCommand, WrongUsageIsToldApart) {
     EXPECT_THAT(noModule.output, HasSubstr("cannot load the importer: no/such/module.so"));
 }
 
+TEST(EndToEndCommand, WrongUsageIsToldInOneLine) {
+    const std::string tail = " (`kvx --help` tells how it is used)\n";
+    const struct {
+        const char* arguments;
+        const char* words;
+    } rows[] = {
+        {"frobnicate", "there is no command 'frobnicate'"},
+        {"help frobnicate", "there is no command 'frobnicate'"},
+        {"info --frobnicate x.mov", "there is no option '--frobnicate' here"},
+        {"info", "no movie is named"},
+        {"audio x.mov", "--output is missing"},
+        {"audio x.mov --stream -1 -o y.wav", "--stream takes a number from 0 up, not '-1'"},
+        {"frames x.mov --depth 12 -o y", "--depth takes 8 or 16, not '12'"},
+        {"frames x.mov --custom -o y", "--custom needs --raw"},
+        {"info --json --log x.mov", "--json and --log exclude each other"},
+        {"timecode x.mov y.mov", "timecode takes one movie, and 'y.mov' is a second"},
+    };
+    for (const auto& row : rows) {
+        const CommandRun run = RunCommand(row.arguments);
+        EXPECT_EQ(run.exitCode, 2) << row.arguments;
+        EXPECT_EQ(run.output, std::string("kvx: ") + row.words + tail);
+    }
+}
+
+TEST(EndToEndCommand, CommonOptionsStandBeforeAndAfterTheCommand) {
+    const std::string module = "--module " KVX_MODULE " --timeout 20 --quiet";
+    const std::string expected = RunCommand("timecode tracks/timecode.mov").output;
+    EXPECT_EQ(RunCommand(module + " timecode tracks/timecode.mov").output, expected);
+    EXPECT_EQ(RunCommand("timecode tracks/timecode.mov " + module).output, expected);
+    EXPECT_EQ(RunCommand("timecode " + module + " -- tracks/timecode.mov").output, expected);
+}
+
+TEST(EndToEndCommand, TellsItsVersionAndOfOneCommand) {
+    const CommandRun version = RunCommand("--version");
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_THAT(version.output, testing::MatchesRegex("kvx [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    const CommandRun help = RunCommand("help frames");
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_EQ(help.output, RunCommand("frames --help").output);
+    EXPECT_THAT(help.output, HasSubstr("--partial"));
+    EXPECT_THAT(help.output, HasSubstr("--timeout"));
+    EXPECT_THAT(RunCommand("help").output, HasSubstr("4 (check alone) imports, with warnings"));
+}
+
 TEST(EndToEndCommand, HelpNamesTheSubcommands) {
     const CommandRun run = RunCommand("--help");
     EXPECT_EQ(run.exitCode, 0);
