@@ -33,7 +33,7 @@ TrackRecipe FullTrack() {
     return track;
 }
 
-MovieRecipe MovieOf(const TrackRecipe& track) {
+MovieRecipe MovieWith(const TrackRecipe& track) {
     MovieRecipe movie;
     movie.tracks = {track};
     return movie;
@@ -96,7 +96,7 @@ TEST(MappingEdge, TrackWithoutTablesAnswersNothing) {
 }
 
 TEST(MappingEdge, PositionsBeyondTheEndAreTheLastSample) {
-    LoadedTrack track(MovieOf(FullTrack()));
+    LoadedTrack track(MovieWith(FullTrack()));
     ASSERT_EQ(track.Status(), 0);
     for (const long long position : {14LL, 15LL, 1LL << 31, 1LL << 40}) {
         SCOPED_TRACE(position);
@@ -109,7 +109,7 @@ TEST(MappingEdge, PositionsBeyondTheEndAreTheLastSample) {
 
 // A track time before the timeline is a media time before the media.
 TEST(MappingEdge, NegativePositionsAreTheFirstSample) {
-    LoadedTrack track(MovieOf(FullTrack()));
+    LoadedTrack track(MovieWith(FullTrack()));
     ASSERT_EQ(track.Status(), 0);
     for (const long long position : {-1LL, -2LL, -(1LL << 32)}) {
         SCOPED_TRACE(position);
@@ -125,7 +125,7 @@ TEST(MappingEdge, NegativePositionsAreTheFirstSample) {
 TEST(MappingEdge, EmptyEditBeginsAtTheFirstSample) {
     TrackRecipe recipe = FullTrack();
     recipe.edits = {{100, -1}, {250, 0}};
-    LoadedTrack track(MovieOf(recipe));
+    LoadedTrack track(MovieWith(recipe));
     ASSERT_EQ(track.Status(), 0);
     EXPECT_EQ(track->TrackTimeToMediaTime(0, nullptr), -1);
     EXPECT_EQ(track->GetSampleOffset(0), 1000);
@@ -138,7 +138,7 @@ TEST(MappingEdge, EmptyEditBeginsAtTheFirstSample) {
 }
 
 TEST(MappingEdge, NothingPrecedesTheFirstKeyFrame) {
-    LoadedTrack track(MovieOf(FullTrack()));
+    LoadedTrack track(MovieWith(FullTrack()));
     ASSERT_EQ(track.Status(), 0);
     EXPECT_EQ(track->GetPrecedingKeyFrame(kLowest), -1);
     EXPECT_EQ(track->GetPrecedingKeyFrame(1), -1);
@@ -151,7 +151,7 @@ TEST(MappingEdge, NothingPrecedesTheFirstKeyFrame) {
 }
 
 TEST(MappingEdge, NegativeDisplaySamplesHaveNoDecodeSample) {
-    LoadedTrack track(MovieOf(FullTrack()));
+    LoadedTrack track(MovieWith(FullTrack()));
     ASSERT_EQ(track.Status(), 0);
     LogCapture log;
     EXPECT_EQ(track->DisplaySampleToDecodeSample(-1), -1);
@@ -163,7 +163,7 @@ TEST(MappingEdge, NegativeDisplaySamplesHaveNoDecodeSample) {
 TEST(MappingEdge, RunsWithoutDurationStayOnTheirFirstSample) {
     TrackRecipe recipe = FullTrack();
     recipe.durations = {{3, 1000}, {7, 0}};
-    LoadedTrack late(MovieOf(recipe));
+    LoadedTrack late(MovieWith(recipe));
     ASSERT_EQ(late.Status(), 0);
     EXPECT_EQ(late->mSampleDuration, 0);
     EXPECT_EQ(late->MediaTimeToMediaSample(2999, false), 2);
@@ -173,7 +173,7 @@ TEST(MappingEdge, RunsWithoutDurationStayOnTheirFirstSample) {
     VisitEverywhere(*late);
 
     recipe.durations = {{10, 0}};
-    LoadedTrack all(MovieOf(recipe));
+    LoadedTrack all(MovieWith(recipe));
     ASSERT_EQ(all.Status(), 0);
     EXPECT_EQ(all->MediaTimeToMediaSample(5, false), 0);
     EXPECT_EQ(all->GetSampleOffset(9), 1000);
@@ -181,7 +181,7 @@ TEST(MappingEdge, RunsWithoutDurationStayOnTheirFirstSample) {
 }
 
 TEST(MappingEdge, ScalesOfNothingFailTheTrack) {
-    MovieRecipe recipe = MovieOf(FullTrack());
+    MovieRecipe recipe = MovieWith(FullTrack());
     recipe.timeScale = 0;
     LogCapture log;
     EXPECT_EQ(LoadedTrack(recipe).Status(), 22);
@@ -196,7 +196,7 @@ TEST(MappingEdge, ScalesOfNothingFailTheTrack) {
 TEST(MappingEdge, TracksWithoutLocatedSamplesAreSafe) {
     const auto visit = [](const char* what, const TrackRecipe& recipe) {
         SCOPED_TRACE(what);
-        LoadedTrack track(MovieOf(recipe));
+        LoadedTrack track(MovieWith(recipe));
         ASSERT_EQ(track.Status(), 0);
         EXPECT_EQ(track->GetSampleOffset(0), 0);
         EXPECT_EQ(track->GetSampleOffset(5), 0);
@@ -225,7 +225,7 @@ TEST(MappingEdge, TracksWithoutLocatedSamplesAreSafe) {
 TEST(MappingEdge, TracksWithoutTimesAreSafe) {
     TrackRecipe recipe = FullTrack();
     recipe.durations = {};
-    LoadedTrack track(MovieOf(recipe));
+    LoadedTrack track(MovieWith(recipe));
     ASSERT_EQ(track.Status(), 0);
     EXPECT_EQ(track->mSampleCount, 0);
     EXPECT_EQ(track->TrackSampleToContiguousSampleCount(0), 0);
@@ -246,7 +246,7 @@ class MappingEdgeHostile : public testing::TestWithParam<HostileCase> {};
 // Numbers at the ends of their fields. Whether such a track is refused is its tables' affair; what
 // is accepted answers everywhere.
 TEST_P(MappingEdgeHostile, AnswersOrIsRefused) {
-    MovieRecipe recipe = MovieOf(FullTrack());
+    MovieRecipe recipe = MovieWith(FullTrack());
     GetParam().bend(recipe, recipe.tracks[0]);
     LogCapture log;
     LoadedTrack track(recipe);
