@@ -47,7 +47,6 @@ function(kvx_finish_tests program)
     set_source_files_properties(${computing} TARGET_DIRECTORY ${program} PROPERTIES
       COMPILE_OPTIONS ${level} SKIP_PRECOMPILE_HEADERS ON)
   endif()
-  kvx_precompile_test_headers()
   target_precompile_headers(${program} REUSE_FROM kvx_test_headers)
   target_compile_options(${program} PRIVATE ${KVX_PRECOMPILED_HEADER_OPTIONS})
 endfunction()
@@ -55,11 +54,8 @@ endfunction()
 # For compiler caches.
 set(KVX_PRECOMPILED_HEADER_OPTIONS $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
 
-# Made once for all programs, which have the same options.
+# The headers, made once for all programs, which have the same options.
 function(kvx_precompile_test_headers)
-  if(TARGET kvx_test_headers)
-    return()
-  endif()
   set(source ${PROJECT_BINARY_DIR}/test_headers.cpp)
   file(CONFIGURE OUTPUT ${source} CONTENT "")
   add_library(kvx_test_headers OBJECT ${source})

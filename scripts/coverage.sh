@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/setup.sh
 
-setup_packages build sample tests
+setup_packages build sample quick tests
 command -v gcovr >/dev/null || setup_apt gcovr
 
 setup_build coverage

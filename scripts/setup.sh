@@ -1,18 +1,24 @@
-# What ./import and ./test share: the packages that must be there, and how a preset is built.
+#!/usr/bin/env bash
+# What the commands in the root share: the packages that must be there, and how a preset is built.
 # Sourced by scripts that stand in the root of the repository and run under `set -euo pipefail`.
 
 # By what they are for; reached through their names in setup_packages.
 # shellcheck disable=SC2034
-setup_debian_build=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
-    nlohmann-json3-dev libpng-dev libcairo2-dev pkg-config fonts-dejavu-core python3)
+setup_debian_build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libcairo2-dev
+    pkg-config fonts-dejavu-core)
 setup_debian_sample=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good)
+setup_debian_quick=(libgtest-dev libgmock-dev libbenchmark-dev python3)
 setup_debian_tests=(ffmpeg quicktime-utils qemu-user python3-jsonschema)
-setup_debian_macos=(lld-16 llvm zip ca-certificates)
+setup_debian_clang=(clang)
+setup_debian_lint=(clang clang-format clang-tidy shellcheck git)
+setup_debian_macos=(lld-16 llvm zip ca-certificates python3)
 
-setup_brew_build=(cmake ninja googletest google-benchmark cli11 nlohmann-json libpng
-    cairo pkg-config python3)
+setup_brew_build=(cmake ninja cli11 nlohmann-json libpng cairo pkg-config python3)
 setup_brew_sample=(gstreamer)
+setup_brew_quick=(googletest google-benchmark)
 setup_brew_tests=(ffmpeg) # there is no libquicktime; its movies are left out there
+setup_brew_clang=(llvm)
+setup_brew_lint=(llvm shellcheck)
 
 setup_say() {
     printf '%s: %s\n' "$(basename "$0")" "$*" >&2
@@ -33,6 +39,19 @@ setup_as_root() {
     fi
 }
 
+# setup_quietly LOG COMMAND...: shows what the command said only if it fails.
+setup_quietly() {
+    local log=$1 status=0
+    shift
+    mkdir -p "$(dirname "$log")"
+    "$@" >"$log" 2>&1 || status=$?
+    if [ $status -ne 0 ]; then
+        cat "$log" >&2
+        setup_say "failed with $status: $*"
+        return $status
+    fi
+}
+
 setup_apt() {
     local package missing=()
     for package in "$@"; do
@@ -45,8 +64,8 @@ setup_apt() {
         return
     fi
     setup_say "installing ${missing[*]}"
-    setup_as_root apt-get -q update
-    setup_as_root env DEBIAN_FRONTEND=noninteractive \
+    setup_quietly build/log/packages.txt setup_as_root apt-get -q update
+    setup_quietly build/log/packages.txt setup_as_root env DEBIAN_FRONTEND=noninteractive \
         apt-get -q -y --no-install-recommends install "${missing[@]}"
 }
 
@@ -63,7 +82,8 @@ setup_brew() {
     fi
 }
 
-# setup_packages GROUP...: installs what is missing of the groups build, sample and tests.
+# setup_packages GROUP...: installs what is missing of the groups: build is what kvx needs, sample
+# makes a movie, quick, tests, clang and lint are what the sizes of ./test need besides.
 setup_packages() {
     local group list system installer
     if [ "$(uname -s)" = Darwin ]; then
@@ -83,18 +103,32 @@ setup_packages() {
     "$installer" "${packages[@]}"
 }
 
+# setup_configure PRESET [OPTION...]: makes build/PRESET ready for setup_build.
+setup_configure() {
+    local preset=$1
+    shift
+    local options=("$@")
+    setup_say "configuring build/$preset"
+    if command -v ccache >/dev/null; then
+        options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    fi
+    setup_quietly "build/log/configure-$preset.txt" \
+        cmake --preset "$preset" ${options[@]+"${options[@]}"}
+}
+
+# setup_is_configured PRESET [VARIABLE]: whether it is, and the variable, if named, is not off.
+setup_is_configured() {
+    [ -f "build/$1/build.ninja" ] &&
+        { [ $# -lt 2 ] || ! grep -q "^$2:BOOL=OFF" "build/$1/CMakeCache.txt"; }
+}
+
 # setup_build PRESET [TARGET...]: configures the preset once and builds it into build/PRESET.
 setup_build() {
     local preset=$1
     shift
-    if [ ! -f "build/$preset/build.ninja" ]; then
-        setup_say "configuring build/$preset"
-        local options=()
-        if command -v ccache >/dev/null; then
-            options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-        fi
-        # What is wrong goes to standard error; the rest is of no interest here.
-        cmake --preset "$preset" ${options[@]+"${options[@]}"} >/dev/null
+    # What ./import has configured is without tests.
+    if ! setup_is_configured "$preset" KVX_BUILD_TESTS; then
+        setup_configure "$preset"
     fi
     setup_say "building build/$preset"
     if [ $# -gt 0 ]; then

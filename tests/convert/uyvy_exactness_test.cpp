@@ -1,6 +1,6 @@
 // uyvy agrees to the bit with plain arithmetic: values, what is written past the width, and which
 // routine a whole conversion comes to. The set of all pixels is left to
-//     kvx_tests --gtest_also_run_disabled_tests --gtest_filter='*Exactness*Complete*'
+//     kvx_sweep_tests --gtest_also_run_disabled_tests --gtest_filter='*Exactness*Complete*'
 #include <gtest/gtest.h>
 
 #include "convert/oracle/exactness.h"
