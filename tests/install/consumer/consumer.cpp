@@ -8,6 +8,9 @@
 
 namespace {
 
+constexpr const char* kNames[] = {"xImportEntry", "AsyncImportEntry", "xMoviePlayable",
+                                  "fileImportFunctions", "asyncImportFunctions"};
+
 using Entry = long (*)(int selector, imStdParms* stdParms, long param1, long param2);
 
 int Fail(const char* what) {
@@ -22,8 +25,7 @@ int main() {
     if (module == nullptr) {
         return Fail(dlerror());
     }
-    for (const char* name : {"xImportEntry", "AsyncImportEntry", "xMoviePlayable",
-                             "fileImportFunctions", "asyncImportFunctions"}) {
+    for (const char* name : kNames) {
         if (dlsym(module, name) == nullptr) {
             return Fail(name);
         }
