@@ -96,7 +96,7 @@ struct SoundFacts {
     bool isSigned = false;
     bool isBigEndian = false;
     bool isCompressed = false;  // and taken for PCM all the same
-    std::string sampleFormat;  // "s24le", "u8", "f32be"; empty for a form that is not imported
+    std::string sampleFormat;   // "s24le", "u8", "f32be"; empty for a form that is not imported
     std::optional<uint32_t> layoutTag;
     FileRange layoutTagRange;             // the four bytes
     FileRange layoutRange;                // the "chan" that decides
