@@ -23,17 +23,39 @@ unsigned long LogLineCount() {
 
 namespace KVX::Core {
 
-void LogLine(const char*, int, const char* format, ...) {
-    // Formatted all the same, so that a sanitizer sees the arguments being read.
+namespace {
+
+// Formatted all the same, so that a sanitizer sees the arguments being read.
+void Count(const char* format, va_list arguments) {
     char text[256];
-    va_list arguments;
-    va_start(arguments, format);
     std::vsnprintf(text, sizeof(text), format, arguments);
-    va_end(arguments);
     ++sLines;
 }
 
-bool Failed(long status, const char*, const char*, int) {
+}  // namespace
+
+void LogLine(LogSite, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    Count(format, arguments);
+    va_end(arguments);
+}
+
+void LogLine(const char*, int, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    Count(format, arguments);
+    va_end(arguments);
+}
+
+void LogText(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    Count(format, arguments);
+    va_end(arguments);
+}
+
+bool Failed(long status, const char*, LogSite) {
     sLines += status != 0;
     return status != 0;
 }
