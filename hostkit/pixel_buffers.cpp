@@ -28,7 +28,8 @@ constexpr FormatLayout kLayouts[] = {
     {PrPixelFormat_BGRA_4444_8u, 4},    {PrPixelFormat_BGRA_4444_16u, 8},
     {PrPixelFormat_BGRA_4444_32f, 16},  {PrPixelFormat_BGRX_4444_32f, 16},
     {PrPixelFormat_RGB_444_10u, 4},     {PrPixelFormat_UYVY_422_8u_601, 2},
-    {PrPixelFormat_UYVY_422_8u_709, 2},
+    {PrPixelFormat_UYVY_422_8u_709, 2}, {PrPixelFormat_YUYV_422_8u_601, 2},
+    {PrPixelFormat_YUYV_422_8u_709, 2},
 };
 
 bool IsV210(PrPixelFormat format) {
