@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -139,10 +140,12 @@ template <typename T>
 void CheckLengthsOfCommonForms() {
     for (unsigned int frames = 0; frames <= 70; ++frames) {
         for (size_t misalignment = 0; misalignment < 3; ++misalignment) {
-            CheckPlanes<T>(frames, false, KVX::QT::SampleOrderMono, kMono, misalignment);
-            CheckPlanes<T>(frames, false, KVX::QT::SampleOrderStereo, kStereo, misalignment);
-            CheckPlanes<T>(frames, false, KVX::QT::SampleOrder51C, kSurround[2].planeOf,
-                           misalignment);
+            for (const bool swap : {false, true}) {
+                CheckPlanes<T>(frames, swap, KVX::QT::SampleOrderMono, kMono, misalignment);
+                CheckPlanes<T>(frames, swap, KVX::QT::SampleOrderStereo, kStereo, misalignment);
+                CheckPlanes<T>(frames, swap, KVX::QT::SampleOrder51C, kSurround[2].planeOf,
+                               misalignment);
+            }
         }
     }
 }
@@ -164,14 +167,21 @@ TEST(PcmPlanes, EveryLengthOf32BitFloats) {
             for (size_t i = 0; i < source.size(); ++i) {
                 source[i] = static_cast<char>(ByteAt(i) | (i % 12 == 3 ? 0x7F : 0));
             }
-            GuardedPlanes planes(channels, frames);
-            PCM::Write<float>(source.data(), false, planes.Get(), channels, frames,
-                              KVX::QT::SampleOrder51D);
-            EXPECT_TRUE(planes.GuardsIntact());
-            for (size_t i = 0; i < size_t{frames} * channels; ++i) {
-                const float& sample = planes.Get()[(*planeOf)[i % channels]][i / channels];
-                ASSERT_EQ(std::memcmp(&sample, &source[i * sizeof(float)], sizeof(float)), 0)
-                    << channels << " channels, " << frames << " frames, sample " << i;
+            for (const bool swap : {false, true}) {
+                GuardedPlanes planes(channels, frames);
+                PCM::Write<float>(source.data(), swap, planes.Get(), channels, frames,
+                                  KVX::QT::SampleOrder51D);
+                EXPECT_TRUE(planes.GuardsIntact());
+                for (size_t i = 0; i < size_t{frames} * channels; ++i) {
+                    char sample[sizeof(float)];
+                    std::memcpy(sample, &planes.Get()[(*planeOf)[i % channels]][i / channels],
+                                sizeof(sample));
+                    if (swap) {
+                        std::reverse(sample, sample + sizeof(sample));
+                    }
+                    ASSERT_EQ(std::memcmp(sample, &source[i * sizeof(sample)], sizeof(sample)), 0)
+                        << channels << " channels, " << frames << " frames, sample " << i;
+                }
             }
         }
     }

@@ -116,12 +116,15 @@ int32_t ReadAhead<SInt24>(const char* from, bool swap) {
 // scaling loop into vector code at -O2.
 constexpr size_t kBlockFrames = 64;
 
-// The frames from `frame` on.
 template <typename T, bool kSwap, size_t kChannels>
-void WritePlanes(const char* samples, float* const* planes, size_t frame, size_t frames) {
+void WritePlanes(const char* samples, float* const* planes, size_t frames) {
     using S = Sample<T>;
     constexpr size_t kFrameBytes = kChannels * sizeof(T);
 
+    size_t frame = 0;
+    if constexpr (FourSamples<T>::kExist) {
+        frame = WritePlanesInFours<T, kSwap, kChannels>(samples, planes, frames);
+    }
     // At least one frame stays behind for the loop below, so that ReadAhead is within the buffer.
     for (; frames - frame > kBlockFrames; frame += kBlockFrames) {
         typename S::Value values[kChannels][kBlockFrames];
@@ -149,13 +152,9 @@ void WritePlanes(const char* samples, float* const* planes, size_t frame, size_t
 template <typename T, size_t kChannels>
 void WritePlanes(const char* samples, bool swap, float* const* planes, size_t frames) {
     if (swap) {
-        WritePlanes<T, true, kChannels>(samples, planes, 0, frames);
+        WritePlanes<T, true, kChannels>(samples, planes, frames);
     } else {
-        size_t done = 0;
-        if constexpr (FourSamples<T>::kExist) {
-            done = WritePlanesInFours<T, kChannels>(samples, planes, frames);
-        }
-        WritePlanes<T, false, kChannels>(samples, planes, done, frames);
+        WritePlanes<T, false, kChannels>(samples, planes, frames);
     }
 }
 
