@@ -1,17 +1,63 @@
 #include "core/indexed.h"
 
+#include <atomic>
+
 #include "core/log.h"
+#include "core/status.h"
 
 namespace KVX::Core {
 
-template <typename Index>
-std::map<Index, Indexed<Index>*> Indexed<Index>::sIndexMap;
+namespace {
 
-template <typename Index>
-Lockable Indexed<Index>::sIndexLock;
+// Without destructors, so that they can be looked at for as long as there is a process.
+std::atomic<bool> sTableHasEnded{false};
+std::atomic<int> sTableUses{0};
 
-template <typename Index>
-Once Indexed<Index>::sCoreIndexedOnce(&Indexed<Index>::StaticInit);
+// A use of the table, from the look whether it is still there to the last touch.
+class TableUse {
+  public:
+    // The count goes up before the look: either the end finds this use, or the use finds the end.
+    TableUse() {
+        ++sTableUses;
+        mHasTable = !sTableHasEnded;
+    }
+    ~TableUse() { --sTableUses; }
+
+    TableUse(const TableUse&) = delete;
+    TableUse& operator=(const TableUse&) = delete;
+
+    bool HasTable() const { return mHasTable; }
+
+  private:
+    bool mHasTable;
+};
+
+struct TableEnd {
+    ~TableEnd() {
+        sTableHasEnded = true;
+        while (sTableUses != 0) {
+            // Other threads are about to leave the table: a few instructions each.
+        }
+    }
+};
+
+}  // namespace
+
+template <>
+std::map<long, Indexed<long>*> Indexed<long>::sIndexMap{};
+
+template <>
+Lockable Indexed<long>::sIndexLock{};
+
+template <>
+Once Indexed<long>::sCoreIndexedOnce{&Indexed<long>::StaticInit};
+
+namespace {
+
+// The last to be made is the first to go.
+const TableEnd sTableEnd;
+
+}  // namespace
 
 template <typename Index>
 void Indexed<Index>::StaticInit() {
@@ -21,6 +67,11 @@ void Indexed<Index>::StaticInit() {
 
 template <typename Index>
 long Indexed<Index>::Init() {
+    const TableUse use;
+    if (!use.HasTable()) {
+        KVX_LOG("Skipping because the process is exiting\n");
+        return kStatusCancelled;
+    }
     long status = sCoreIndexedOnce.Call();
     if (status != 0) {
         KVX_LOG("Skipping because static initialisation failed\n");
@@ -38,6 +89,11 @@ long Indexed<Index>::Init() {
 
 template <typename Index>
 Indexed<Index>* Indexed<Index>::GetInstanceForIndex(Index index) {
+    const TableUse use;
+    if (!use.HasTable()) {
+        KVX_LOG("Skipping because the process is exiting\n");
+        return nullptr;
+    }
     long status = sCoreIndexedOnce.Call();
     if (status != 0) {
         KVX_LOG("Skipping because static initialisation failed\n");
@@ -52,9 +108,17 @@ Indexed<Index>* Indexed<Index>::GetInstanceForIndex(Index index) {
 }
 
 template <typename Index>
+bool Indexed<Index>::HasEnded() {
+    return sTableHasEnded;
+}
+
+template <typename Index>
 Indexed<Index>::~Indexed() {
-    Lock lock(&sIndexLock);
-    sIndexMap.erase(mImporterID);
+    const TableUse use;
+    if (use.HasTable()) {
+        Lock lock(&sIndexLock);
+        sIndexMap.erase(mImporterID);
+    }
 }
 
 template class Indexed<long>;

@@ -9,24 +9,32 @@ namespace KVX::Core {
 
 // A process-wide table from a number to the live object that registered under it. Instantiated for
 // `long` alone, the host's importer ID.
+//
+// The table ends when the process exits, and a host may have exit handlers that were there before
+// and close its files after that. What is asked of the table from then on finds nothing of it.
 template <typename Index>
 class Indexed {
   public:
     explicit Indexed(Index index) : mImporterID(index) {}
 
     // Takes the entry of the object's index out of the table, even if another object has
-    // registered under the same index since.
+    // registered under the same index since. Nothing is left to do when the table has ended.
     virtual ~Indexed();
 
     Indexed(const Indexed&) = delete;
     Indexed& operator=(const Indexed&) = delete;
 
     // Registers the object, to be called when it is fully made. An object that stood under the same
-    // index is replaced. Answers 0, or the status of the one-time set-up or of the lock.
+    // index is replaced. Answers 0, the status of the one-time set-up or of the lock, or 89 when
+    // the table has ended.
     long Init();
 
-    // The object registered under `index`, or null. No reference is taken for the caller.
+    // The object registered under `index`, or null. No reference is taken for the caller. After the
+    // end of the table there is none.
     static Indexed* GetInstanceForIndex(Index index);
+
+    // Whether the process is exiting and the table has ended.
+    static bool HasEnded();
 
     // What the object is registered under.
     const Index mImporterID;
@@ -37,6 +45,14 @@ class Indexed {
     static Lockable sIndexLock;
     static Once sCoreIndexedOnce;
 };
+
+// Specialised because members of templates are made, and end, in no order that could be relied on.
+template <>
+std::map<long, Indexed<long>*> Indexed<long>::sIndexMap;
+template <>
+Lockable Indexed<long>::sIndexLock;
+template <>
+Once Indexed<long>::sCoreIndexedOnce;
 
 extern template class Indexed<long>;
 

@@ -6,13 +6,20 @@
 #include <cstdlib>
 
 #include "core/log.h"
+#include "core/never_destroyed.h"
 
 namespace KVX::Core {
 
 // The lines of this file carry no function name: the printers that build the other lines' texts
 // live on these buffers, so that the way out for their failures is kept apart and plain.
 
-Once sUtilPrinterOnce(&InitPerThreadBuffers);
+namespace {
+
+NeverDestroyed<Once> sOnce(&InitPerThreadBuffers);
+
+}  // namespace
+
+Once& sUtilPrinterOnce = *sOnce;
 
 namespace {
 

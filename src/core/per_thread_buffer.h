@@ -8,7 +8,7 @@ namespace KVX::Core {
 constexpr unsigned long kPerThreadBufferSize = 2048;
 
 // Runs InitPerThreadBuffers at the first request.
-extern Once sUtilPrinterOnce;
+extern Once& sUtilPrinterOnce;
 
 // Makes the thread-specific keys of the rings. A thread's ring goes when the thread ends.
 void InitPerThreadBuffers();

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "core/log.h"
+#include "core/never_destroyed.h"
 #include "core/status.h"
 #include "host/cf_owned.h"
 #include "host/entry.h"
@@ -55,13 +56,13 @@ long FileImportModule::Init() {
 }
 
 const std::vector<QT::AudioTrack*>& FileImportModule::AudioTracks() const {
-    static const std::vector<QT::AudioTrack*> none;
-    return mMovie == nullptr ? none : mMovie->mAudioTracks;
+    static const Core::NeverDestroyed<std::vector<QT::AudioTrack*>> none;
+    return mMovie == nullptr ? *none : mMovie->mAudioTracks;
 }
 
 const std::vector<QT::VideoTrack*>& FileImportModule::VideoTracks() const {
-    static const std::vector<QT::VideoTrack*> none;
-    return mMovie == nullptr ? none : mMovie->mVideoTracks;
+    static const Core::NeverDestroyed<std::vector<QT::VideoTrack*>> none;
+    return mMovie == nullptr ? *none : mMovie->mVideoTracks;
 }
 
 long FileImportModule::OpenFile8(imStdParms* stdParms, void** fileRef, imFileOpenRec8* record) {
@@ -72,6 +73,14 @@ long FileImportModule::OpenFile8(imStdParms* stdParms, void** fileRef, imFileOpe
     }
     int32_t handle = HandleFromFileRef(*fileRef);
     const bool isNewStream = handle == kNoStream;
+    if (HasEnded()) {
+        KVX_LOG("No file is opened while the process exits\n");
+        // A stream that the host has keeps its module, and can be read from and closed.
+        if (isNewStream) {
+            record->privatedata = nullptr;
+        }
+        return Core::kStatusCancelled;
+    }
     int openDescriptor = -1;
 
     auto* module = static_cast<FileImportModule*>(GetInstanceForIndex(record->importerID));

@@ -50,7 +50,8 @@ class FileImportModule : public Core::Indexed<long>, public Core::Refcounted {
     // Makes or finds the module of the record's importer ID and gives it to the host in the record.
     // A known handle is a quiet stream that comes back. A failed open leaves `*fileRef` as it was;
     // the module is made, registered and given out all the same. Answers 2 for a file that is not
-    // imported.
+    // imported, and 89 when the process is exiting and the registry has ended: then no module is
+    // made.
     static long OpenFile8(imStdParms* stdParms, void** fileRef, imFileOpenRec8* record);
 
     // Closes the files of the movie once all streams are quiet.

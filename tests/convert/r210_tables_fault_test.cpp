@@ -2,6 +2,7 @@
 // they stay.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <string>
 
@@ -77,6 +78,29 @@ TEST_P(R210TablesFault, TheConversionFailsAndTheTablesBeforeItStay) {
 
 INSTANTIATE_TEST_SUITE_P(Each, R210TablesFault, testing::Values(0U, 1U, 2U, 3U),
                          [](const auto& info) { return kTables[info.param]; });
+
+TEST(R210Tables, TheStatusOfTheirLockIsAnswered) {
+    const auto play = []() -> std::string {
+        unsigned char bgra[4] = {};
+        kvx_test::LogCapture log;
+        long status = 0;
+        {
+            const kvx_test::Fault fault(kvx_test::SystemCall::kMutexLock, EDEADLK, 1);
+            status = Convert(bgra);
+        }
+        if (status != EDEADLK || TableAt(0) != nullptr) {
+            return "answered " + std::to_string(status);
+        }
+        const std::string number = std::to_string(EDEADLK);
+        if (log.Text() !=
+            "Init: pthread_mutex_lock returned " + number + "\nConvertTo: Init failed\n") {
+            return log.Text();
+        }
+        return Convert(bgra) == 0 ? "" : "the next frame fails";
+    };
+    // The tables stay for good.
+    EXPECT_EQ(kvx_test::InChild(play, false), "");
+}
 
 TEST(R210Tables, AreNotNeededForV210) {
     const auto play = []() -> std::string {

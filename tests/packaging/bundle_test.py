@@ -23,9 +23,8 @@ MODULE = CONTENTS / "MacOS" / "KVXImporter"
 TREE = BUILD / "tree"
 OBJECTS = TREE / "src" / "CMakeFiles" / "kvx_importer.dir"
 
-# The translation units with work at load time: the registry's statics, the once-objects and the
-# conversion constants.
-INITIALISED = {"core/indexed", "core/per_thread_buffer", "convert/video/r210_tables"}
+# The translation units with work at load time: the registry's statics and the once-objects.
+INITIALISED = {"core/indexed", "core/per_thread_buffer"}
 
 # Supplementary SSE3 is what every processor has that runs the oldest system named.
 ABOVE_SSSE3 = re.compile(

@@ -1,4 +1,5 @@
-#include <mutex>
+#include <pthread.h>
+
 #include <new>
 
 #include "convert/video/r210.h"
@@ -17,8 +18,27 @@ constexpr int kHighestLegal = 1019;  // 1020 and up are kept for timing referenc
 constexpr int kHostWhite16u = 32768;
 
 // Orders the first calls of several conversion threads: whoever comes while the tables are being
-// filled waits, so that no frame meets a half-filled one.
-std::mutex sTablesMutex;
+// filled waits, so that no frame meets a half-filled one. Without a destructor: the threads go on
+// converting while the process exits.
+pthread_mutex_t sTablesMutex = PTHREAD_MUTEX_INITIALIZER;
+
+class TablesLock {
+  public:
+    TablesLock() : mStatus(pthread_mutex_lock(&sTablesMutex)) {}
+    ~TablesLock() {
+        if (mStatus == 0) {
+            Core::Failed(pthread_mutex_unlock(&sTablesMutex), "pthread_mutex_unlock");
+        }
+    }
+
+    TablesLock(const TablesLock&) = delete;
+    TablesLock& operator=(const TablesLock&) = delete;
+
+    long Status() const { return mStatus; }
+
+  private:
+    const long mStatus;
+};
 
 bool TablesStand() {
     return r210::sR210LUT != nullptr && r210::s8uComponentLUT != nullptr &&
@@ -71,7 +91,10 @@ long r210::Init(int pixelFormat) {
             return Core::kStatusInvalid;
     }
 
-    const std::lock_guard<std::mutex> lock(sTablesMutex);
+    const TablesLock lock;
+    if (Core::Failed(lock.Status(), "pthread_mutex_lock")) {
+        return lock.Status();
+    }
     if (TablesStand()) {
         return 0;
     }
