@@ -36,6 +36,7 @@ int32_t SuiteFaults::Count(const std::string& name) {
         }
         if (function.failure.IsFor(function.calls)) {
             status = function.status;
+            ++function.failures;
         }
     }
     if (action) {
@@ -48,6 +49,12 @@ int SuiteFaults::Calls(const std::string& name) const {
     const std::lock_guard<std::mutex> lock(mLock);
     const auto found = mFunctions.find(name);
     return found == mFunctions.end() ? 0 : found->second.calls;
+}
+
+int SuiteFaults::Failures(const std::string& name) const {
+    const std::lock_guard<std::mutex> lock(mLock);
+    const auto found = mFunctions.find(name);
+    return found == mFunctions.end() ? 0 : found->second.failures;
 }
 
 }  // namespace kvx_hostkit

@@ -29,6 +29,9 @@ class SuiteFaults {
 
     int Calls(const std::string& name) const;
 
+    // Calls of `name` that have answered an ordered status.
+    int Failures(const std::string& name) const;
+
   private:
     struct Order {
         int call = 0;  // 0: none
@@ -41,6 +44,7 @@ class SuiteFaults {
 
     struct Function {
         int calls = 0;
+        int failures = 0;
         Order failure;
         int32_t status = 0;
         Order run;

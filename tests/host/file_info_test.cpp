@@ -98,7 +98,6 @@ TEST_F(FileInfo, VideoAlone) {
     description.extensions = {kvx_test::PixelAspect(10, 11), kvx_test::FieldHandling(2, 14)};
     Clip clip(importer, Write(MovieOf({kvx_test::VideoTrackRecipe(description, 3456 * 2, 7)})));
     ASSERT_EQ(clip.Open(), 0);
-    const KVX::QT::VideoTrack& track = *ModuleOf(clip)->mMovie->mVideoTracks[0];
 
     RecordBlock<imFileInfoRec8> info(kFill);
     Expected expected;
@@ -108,7 +107,7 @@ TEST_F(FileInfo, VideoAlone) {
         .Put<int32_t>(6, 720)
         .Put<int16_t>(12, 24)
         .Put<int32_t>(14, 0x76323130)
-        .Put<int8_t>(18, static_cast<int8_t>(track.mFieldDominance))
+        .Put<int8_t>(18, 1)  // the field handling's upper field first
         .Put<int32_t>(34, 10)
         .Put<int32_t>(38, 11)
         .Put<int32_t>(50, 1)
@@ -127,7 +126,6 @@ TEST_F(FileInfo, VideoAlone) {
 TEST_F(FileInfo, VideoAndAudio) {
     Clip clip(importer, Write(MovieOf({Video("2vuy", 720, 486), Silence(2)})));
     ASSERT_EQ(clip.Open(), 0);
-    const KVX::QT::VideoTrack& track = *ModuleOf(clip)->mMovie->mVideoTracks[0];
     RecordBlock<imFileInfoRec8> info(kFill);
     Expected expected;
     expected.Put<int8_t>(0, 1)
@@ -136,9 +134,9 @@ TEST_F(FileInfo, VideoAndAudio) {
         .Put<int32_t>(6, 486)
         .Put<int16_t>(12, 24)
         .Put<int32_t>(14, 0x32767579)
-        .Put<int8_t>(18, static_cast<int8_t>(track.mFieldDominance))
-        .Put<uint32_t>(34, track.mPixelAspectH)
-        .Put<uint32_t>(38, track.mPixelAspectV)
+        .Put<int8_t>(18, 0)    // whole frames: 486 lines, but 24 frames a second
+        .Put<uint32_t>(34, 0)  // the file says nothing about its pixels
+        .Put<uint32_t>(38, 0)
         .Put<int32_t>(50, 1)
         .Put<int32_t>(54, 1)
         .Put<int32_t>(162, 24000)

@@ -20,6 +20,9 @@ TEST(SuiteFaults, FailOneCallOrAllFromThenOn) {
     }
     EXPECT_EQ(faults.Calls("One"), 4);
     EXPECT_EQ(faults.Calls("None"), 0);
+    EXPECT_EQ(faults.Failures("One"), 1);
+    EXPECT_EQ(faults.Failures("All"), 2);
+    EXPECT_EQ(faults.Failures("None"), 0);
     faults.Clear();
     EXPECT_EQ(faults.Count("All"), 0);
 }

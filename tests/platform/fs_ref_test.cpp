@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -189,16 +190,22 @@ TEST(FSRef, ThreadsDoNotDisturbEachOther) {
     constexpr int kThreads = 4;
     constexpr int kFiles = 200;
     std::vector<int> deleted(kThreads);
+    // As many refs at a time as there are threads: of more than kFSRefsAlive the oldest would go.
+    std::atomic<int> done{0};
     std::vector<std::thread> threads;
     threads.reserve(kThreads);
     for (int index = 0; index < kThreads; ++index) {
-        threads.emplace_back([&folder, &deleted, index] {
+        threads.emplace_back([&folder, &deleted, &done, index] {
             const std::string path = folder.File(std::to_string(index) + ".mov");
             for (int file = 0; file < kFiles; ++file) {
+                while (done < file * kThreads) {
+                    std::this_thread::yield();
+                }
                 kvx_test::WriteFile(path, "x");
                 FSRef ref;
                 deleted[static_cast<size_t>(index)] +=
                     GetRef(path, ref) && FSDeleteObject(&ref) == noErr && !Exists(path);
+                ++done;
             }
         });
     }
