@@ -93,6 +93,19 @@ std::vector<MovieRecipe> Movies() {
     return movies;
 }
 
+// A movie whose only track has an extended header, torn off at each byte behind the first eight.
+std::vector<Bytes> TornTrackHeaders() {
+    constexpr size_t kShortHeader = 8;
+    constexpr size_t kExtendedHeader = 16;
+    std::vector<Bytes> movies;
+    for (size_t size = kShortHeader; size <= kExtendedHeader; ++size) {
+        AtomNode track{"trak"};
+        track.form = AtomNode::SizeForm::Extended;
+        movies.push_back(AtomNode{"moov", track.Serialize().substr(0, size)}.Serialize());
+    }
+    return movies;
+}
+
 // For targets that take decisions from their bytes.
 void AddRandomInputs(SeedFolder& folder, int longest) {
     Random random(2);
@@ -111,6 +124,9 @@ void WriteSeeds(const std::filesystem::path& root) {
     for (const MovieRecipe& recipe : Movies()) {
         movie.Add(MovieBytes(recipe));
         inspect.Add(MovieBytes(recipe));
+    }
+    for (const Bytes& torn : TornTrackHeaders()) {
+        movie.Add(torn);
     }
     SeedFolder sound(root, "sound");
     for (const AtomNode& description : SoundDescriptions()) {

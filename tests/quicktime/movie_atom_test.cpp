@@ -314,6 +314,12 @@ TEST_F(FindMovieAtom, TellsWhetherItEndsInsideATrack) {
         EXPECT_EQ(Init(inside.substr(0, inside.size() - cut)), 0);
         EXPECT_TRUE(mMovie.EndsInsideTrack());
     }
+    // The header of an extended track is cut, of which the first eight bytes look like any other's.
+    for (uint32_t size = 16; size < 24; ++size) {
+        SCOPED_TRACE(size);
+        EXPECT_EQ(Init(big32(size) + "moov" + big32(1) + "trak" + zeros(size - 16)), 0);
+        EXPECT_TRUE(mMovie.EndsInsideTrack());
+    }
     // A child of another kind may be cut.
     const Bytes other = AtomNode{"moov", {}, {{"udta", zeros(100)}}}.Serialize();
     EXPECT_EQ(Init(other.substr(0, 50)), 0);

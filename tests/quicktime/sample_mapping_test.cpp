@@ -138,6 +138,38 @@ TEST_F(SampleMapping, TimesThatDoNotFitAreTheNearestOnes) {
     EXPECT_EQ(mTrack.TrackTimeToMediaTime(kSmallest, nullptr), kSmallest);
 }
 
+// As doubles the times at both ends of 64 bits are 2^63 and -2^63, the first of which 64 bits do
+// not hold.
+TEST_F(SampleMapping, TheEndsOfTimeAtRateOne) {
+    SetEdit(0, 1.0, 0);
+    const struct {
+        long long trackTime;
+        long long mediaTime;
+    } kRows[] = {
+        {kLargest, kLargest},
+        {kLargest - 511, kLargest},         // half-way, and to the even one
+        {kLargest - 512, kLargest - 1023},  // to the next below 2^63
+        {kLargest - 1023, kLargest - 1023},
+        {1LL << 62, 1LL << 62},
+        {kSmallest + 1024, kSmallest + 1024},
+        {kSmallest + 1, kSmallest},
+        {kSmallest, kSmallest},
+    };
+    for (const auto& row : kRows) {
+        EXPECT_EQ(mTrack.TrackTimeToMediaTime(row.trackTime, nullptr), row.mediaTime)
+            << row.trackTime;
+    }
+    // Where the media begins counts as well.
+    SetEdit(kLargest, 1.0, 0);
+    EXPECT_EQ(mTrack.TrackTimeToMediaTime(0, nullptr), kLargest);
+    EXPECT_EQ(mTrack.TrackTimeToMediaTime(kLargest, nullptr), kLargest);
+    EXPECT_EQ(mTrack.TrackTimeToMediaTime(-1024, nullptr), kLargest - 1023);
+    SetEdit(kSmallest, 1.0, 0);
+    EXPECT_EQ(mTrack.TrackTimeToMediaTime(0, nullptr), kSmallest);
+    EXPECT_EQ(mTrack.TrackTimeToMediaTime(-4096, nullptr), kSmallest);
+    EXPECT_EQ(mTrack.TrackTimeToMediaTime(1024, nullptr), kSmallest + 1024);
+}
+
 TEST_F(SampleMapping, EmptyEditBeginsOnTheFirstSample) {
     SetEdit(-1, 1.0, 48000);
     EXPECT_EQ(mTrack.TrackTimeToMediaTime(0, nullptr), -1);

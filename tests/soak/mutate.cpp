@@ -23,6 +23,22 @@ void Overwrite(Bytes& file, size_t place, size_t end, const Bytes& bytes) {
     file.replace(place, size, bytes, 0, size);
 }
 
+// Tears the file off inside the header of a track that has become an extended one, if there is a
+// track. Answers whether there was.
+bool TearTrackHeader(Random& random, Bytes& file, size_t begin, size_t& end) {
+    constexpr size_t kShortHeader = 8;
+    constexpr int64_t kExtendedHeader = 16;
+    const size_t type = file.find("trak", Place(random, begin, end));
+    if (type == Bytes::npos || type < begin + 4 || type - 4 + kExtendedHeader > end) {
+        return false;
+    }
+    const size_t track = type - 4;
+    Overwrite(file, track, end, big32(1));
+    end = track + static_cast<size_t>(random.Pick(kShortHeader, kExtendedHeader));
+    file.resize(end);
+    return true;
+}
+
 }  // namespace
 
 void Mutate(Random& random, Bytes& file, size_t begin, size_t end, const Bytes& other) {
@@ -61,7 +77,7 @@ void Mutate(Random& random, Bytes& file, size_t begin, size_t end, const Bytes& 
                 break;
             default:
                 // Seldom, since little is left to look at.
-                if (random.OneIn(8)) {
+                if (random.OneIn(8) && !TearTrackHeader(random, file, begin, end)) {
                     file.resize(place);
                     end = place;
                 }
