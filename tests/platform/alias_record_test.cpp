@@ -172,14 +172,33 @@ TEST(AliasRecord, ZerosInTheHeaderVolumeNameAreRefused) {
               kMalformed);
 }
 
-TEST(AliasRecord, CountsOfUtf16NamesMustAgree) {
-    for (const int tag : {14, 15}) {
-        for (const Bytes& name :
-             {Bytes(), Bytes("\x00", 1), Bytes("\x00\x01", 2), Bytes("\x00\x01\x00", 3),
-              Bytes("\x00\x01\x00v\x00w", 6), Bytes("\xFF\xFF\x00v", 4)}) {
-            EXPECT_EQ(Read(AliasVersion3(0, AliasItems({{tag, name}, {18, "clip.mov"}}))),
-                      kMalformed)
-                << tag;
+// The target's name is part of no path, the volume's only of one that a colon path gives.
+TEST(AliasRecord, DamagedUtf16NamesMatterOnlyWhenUsed) {
+    for (const Bytes& damaged :
+         {Bytes(), Bytes("\x00", 1), Bytes("\x00\x01", 2), Bytes("\x00\x01\x00", 3),
+          Bytes("\x00\x01\x00v\x00w", 6), Bytes("\xFF\xFF\x00v", 4)}) {
+        const struct {
+            Bytes record;
+            std::string path;
+        } kRows[] = {
+            {AliasVersion3(0, AliasItems({{14, damaged}, {18, "clip.mov"}})), "/clip.mov"},
+            {AliasVersion3(0, AliasItems({{2, "V:clip.mov"}, {14, damaged}})),
+             "/Volumes/V/clip.mov"},
+            {AliasVersion3(0, AliasItems({{15, damaged}, {18, "clip.mov"}})), "/clip.mov"},
+            {AliasVersion3(0, AliasItems({{15, damaged}, {2, "V:clip.mov"}, {19, "/V"}})),
+             "/V/clip.mov"},
+            {AliasVersion3(0x20, AliasItems({{15, damaged}, {2, "V:clip.mov"}})), "/clip.mov"},
+            {AliasVersion2("V", AliasItems({{15, damaged}, {18, "clip.mov"}})), "/clip.mov"},
+            {AliasVersion3(0, AliasItems({{15, damaged}, {2, "V:clip.mov"}})), kMalformed},
+            {AliasVersion2("V", AliasItems({{15, damaged}, {2, "V:clip.mov"}})), kMalformed},
+            // The last of a repeated item counts, sound or not.
+            {AliasVersion3(
+                 0, AliasItems(
+                        {{15, damaged}, {15, kvx_test::AliasUnicodeName("W")}, {2, "V:clip.mov"}})),
+             "/Volumes/W/clip.mov"},
+        };
+        for (const auto& row : kRows) {
+            EXPECT_EQ(Read(row.record), row.path) << damaged.size() << " bytes";
         }
     }
 }

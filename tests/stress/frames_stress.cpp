@@ -1,8 +1,8 @@
 // Plays a nervous host: several threads that ask for frames of several movies in every format, ask
 // again, find them in a small cache, put files to sleep or close them with frames in flight, and
 // between frames ask for anything else that a movie can tell.
-// Every frame that was started must reach the cache once, whole frames with the file's own bytes,
-// and at the end no pixel buffer may be left.
+// Every frame that was started must reach the cache once, with the file's own bytes or with what
+// the plain models of the conversions make of them, and at the end no pixel buffer may be left.
 //
 //     kvx_frames_stress [FRAMES [SECONDS]]      50000 frames, without a limit of time, by default
 //
@@ -13,11 +13,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "convert/geometry/roads.h"
 #include "host/entry.h"
 #include "hostkit/clip.h"
 #include "hostkit/frame_cache.h"
@@ -42,6 +45,7 @@ using kvx_hostkit::Importer;
 using kvx_hostkit::PixelBuffers;
 using kvx_hostkit::PixelBufferView;
 using kvx_test::Random;
+using kvx_test::geometry::Road;
 
 using Clock = std::chrono::steady_clock;
 
@@ -114,26 +118,82 @@ std::string WritePicture(const kvx_test::TempDirectory& directory, const Picture
     return kvx_test::WriteMovie(directory, recipe, {}, name);
 }
 
-// The bytes of each frame as the movie file has them, by rows.
-void CheckFrame(const Picture& picture, PPixHand ppix, int frame) {
+// The rows of a frame that the host looks at, one behind the other.
+using Rows = std::vector<char>;
+
+// Frame `frame` of the picture's movies, in the host's format, from the plain models.
+Rows MakeRows(const Picture& picture, PrPixelFormat format, int frame) {
+    const kvx_test::Bytes sample = kvx_test::PatternSample(
+        0, frame, static_cast<uint64_t>(picture.rowBytes) * static_cast<uint64_t>(picture.height));
+    const Road road = kvx_test::geometry::RoadOf(picture.format, format);
+    if (road == Road::kFileBytes || road == Road::kCopied) {
+        return {sample.begin(), sample.end()};
+    }
+    constexpr size_t kSlack = 4096;  // steps of the models go past the last row
+    Rows source(sample.begin(), sample.end());
+    source.resize(source.size() + kSlack);
+    // As this host lays out its buffers: pages, and rows without padding.
+    const int rowBytes = kvx_hostkit::TightRowBytes(format, picture.width);
+    const bool isAligned = rowBytes % 16 == 0;
+    const uint64_t offset = kvx_test::kMediaOffset + static_cast<uint64_t>(frame) * sample.size();
+    const bool isSourceAligned = offset % 16 == 0 && picture.rowBytes % 16 == 0;
+    const size_t size = static_cast<size_t>(rowBytes) * static_cast<size_t>(picture.height);
+    Rows rows(size + kSlack);
+    const bool vector =
+        kvx_test::geometry::TakesVectorCode(picture.format, road, isSourceAligned, isAligned);
+    kvx_test::geometry::RoutineFor(picture.format, road, vector)
+        .mModel(source.data(), picture.rowBytes, rows.data(), rowBytes, picture.width,
+                picture.height, kvx_test::geometry::Matrix::k601);
+    rows.resize(size);
+    return rows;
+}
+
+// All that is asked for, made before the threads start.
+class ExpectedRows {
+  public:
+    ExpectedRows() {
+        for (const Picture& picture : Pictures()) {
+            for (const PrPixelFormat format : picture.destinations) {
+                std::vector<Rows>& frames = mRows[{&picture, format}];
+                for (int frame = 0; frame < kFramesInMovie; ++frame) {
+                    frames.push_back(MakeRows(picture, format, frame));
+                }
+            }
+        }
+    }
+
+    const Rows& Of(const Picture& picture, PrPixelFormat format, int frame) const {
+        return mRows.at({&picture, format}).at(static_cast<size_t>(frame));
+    }
+
+  private:
+    std::map<std::pair<const Picture*, PrPixelFormat>, std::vector<Rows>> mRows;
+};
+
+void CheckFrame(const Picture& picture, const ExpectedRows& expected, PPixHand ppix, int frame) {
     const PixelBufferView view = PixelBuffers::View(ppix);
+    const Rows& rows = expected.Of(picture, view.format, frame);
     const char* pixels = view.pixels;
-    int rowBytes = view.rowBytes;
     if (view.format == kKVXCustomPixelFormat) {
         KVX::CustomFrameHeader header;
         std::memcpy(&header, pixels, sizeof(header));
         pixels += header.dataOffset + header.skew;
-        rowBytes = picture.rowBytes;
-    } else if (view.rowBytes < picture.rowBytes || view.format != picture.destinations.front()) {
-        return;  // converted: other pixels than the file's
-    }
-    const kvx_test::Bytes expected = kvx_test::PatternSample(
-        0, frame, static_cast<uint64_t>(picture.rowBytes) * static_cast<uint64_t>(picture.height));
-    for (int row = 0; row < picture.height; ++row) {
-        const auto tight = static_cast<size_t>(picture.rowBytes);
-        Require(std::memcmp(pixels + row * rowBytes,
-                            expected.data() + static_cast<size_t>(row) * tight, tight) == 0,
+        Require(std::memcmp(pixels, rows.data(), rows.size()) == 0,
                 "a frame with other bytes than the file's");
+        return;
+    }
+    const auto step = static_cast<ptrdiff_t>(rows.size()) / picture.height;
+    const auto visible = static_cast<size_t>(kvx_test::geometry::VisibleBytes(
+        picture.format, kvx_test::geometry::RoadOf(picture.format, view.format), picture.width));
+    const bool isConverted = view.format != picture.destinations.front();
+    for (int row = 0; row < picture.height; ++row) {
+        // The last pixel of an odd width takes one of its colours from what follows in the file; in
+        // the file's last row, which is the first here, that is no part of the frame.
+        const bool endsOutside = isConverted && row == 0 && picture.width % 2 != 0;
+        const size_t size =
+            visible - (endsOutside ? visible / static_cast<size_t>(picture.width) : 0);
+        Require(std::memcmp(pixels + row * view.rowBytes, rows.data() + row * step, size) == 0,
+                "a frame with other pixels than the model's");
     }
 }
 
@@ -153,8 +213,8 @@ void CheckSound(const float* const* planes, int64_t position, uint32_t count) {
 class HostThread {
   public:
     HostThread(const Importer& importer, FrameCache& cache, const std::vector<std::string>& movies,
-               uint64_t seed)
-        : mImporter(importer), mCache(cache), mMovies(movies), mRandom(seed) {}
+               const ExpectedRows& expected, uint64_t seed)
+        : mImporter(importer), mCache(cache), mMovies(movies), mExpected(expected), mRandom(seed) {}
 
     // Until `frames` have been asked for or the time is up.
     void Run(int frames, Clock::time_point end) {
@@ -242,7 +302,7 @@ class HostThread {
             return;
         }
         Require(result == aiNoError, "the cache refuses");
-        CheckFrame(picture, ppix, frame);
+        CheckFrame(picture, mExpected, ppix, frame);
         PixelBuffers::Dispose(ppix);
     }
 
@@ -293,6 +353,7 @@ class HostThread {
     const Importer& mImporter;
     FrameCache& mCache;
     const std::vector<std::string>& mMovies;
+    const ExpectedRows& mExpected;
     Random mRandom;
     int mAsked = 0;
     // Open until the thread's frames have all arrived.
@@ -337,11 +398,12 @@ int main(int argc, char** argv) {
     FrameCache cache(host, kCachedFrames);
     const Importer importer(host, {&xImportEntry, &AsyncImportEntry});
 
+    const ExpectedRows expected;
     std::vector<std::unique_ptr<HostThread>> hosts;
     std::vector<std::thread> threads;
     for (int thread = 0; thread < kHostThreads; ++thread) {
-        hosts.push_back(
-            std::make_unique<HostThread>(importer, cache, movies, static_cast<uint64_t>(thread)));
+        hosts.push_back(std::make_unique<HostThread>(importer, cache, movies, expected,
+                                                     static_cast<uint64_t>(thread)));
         threads.emplace_back(
             [host = hosts.back().get(), frames, end] { host->Run(frames / kHostThreads, end); });
     }

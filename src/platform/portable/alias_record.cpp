@@ -67,7 +67,6 @@ constexpr uint8_t kVolumeIsBootVolume = 0x20;
 
 enum Tag : uint16_t {
     kTagColonPath = 2,
-    kTagTargetName = 14,
     kTagVolumeName = 15,
     kTagPosixPath = 18,   // from the root of its volume
     kTagMountPoint = 19,  // of that volume
@@ -79,42 +78,36 @@ struct AliasFields {
     std::optional<std::string_view> colonPath;
     std::optional<std::string_view> posixPath;
     std::optional<std::string_view> mountPoint;
-    std::optional<std::string_view> unicodeVolumeName;  // big-endian UTF-16
+    std::optional<std::string_view> unicodeVolumeName;  // counted big-endian UTF-16
     std::optional<std::string_view> pascalVolumeName;   // with its length byte
     bool isOnBootVolume = false;
 };
 
 // Text with its own count of UTF-16 units in front.
-bool TakeCountedUnits(std::string_view value, std::optional<std::string_view>& units) {
+bool TakeCountedUnits(std::string_view value, std::string_view& units) {
     Reader reader(value);
     uint16_t count = 0;
-    std::string_view text;
-    if (!reader.Take16(count) || !reader.Take(size_t{count} * 2, text) || !reader.IsAtEnd()) {
-        return false;
-    }
-    units = text;
-    return true;
+    return reader.Take16(count) && reader.Take(size_t{count} * 2, units) && reader.IsAtEnd();
 }
 
-// A tag that comes again replaces what it said before.
-bool ReadItem(uint16_t tag, std::string_view value, AliasFields& fields) {
-    std::optional<std::string_view> targetName;
+// A tag that comes again replaces what it said before. Whether a value is sound is looked at when
+// the path needs it.
+void ReadItem(uint16_t tag, std::string_view value, AliasFields& fields) {
     switch (tag) {
         case kTagColonPath:
             fields.colonPath = value;
-            return true;
+            break;
         case kTagPosixPath:
             fields.posixPath = value;
-            return true;
+            break;
         case kTagMountPoint:
             fields.mountPoint = value;
-            return true;
+            break;
         case kTagVolumeName:
-            return TakeCountedUnits(value, fields.unicodeVolumeName);
-        case kTagTargetName:
-            return TakeCountedUnits(value, targetName);
+            fields.unicodeVolumeName = value;
+            break;
         default:
-            return true;
+            break;
     }
 }
 
@@ -131,9 +124,10 @@ bool ReadItems(std::string_view items, AliasFields& fields) {
         if (tag == kTagEnd) {
             return true;
         }
-        if (!reader.Take(size, value) || !ReadItem(tag, value, fields)) {
+        if (!reader.Take(size, value)) {
             return false;
         }
+        ReadItem(tag, value, fields);
         if (size % 2 != 0 && !reader.IsAtEnd()) {
             reader.Skip(1);
         }
@@ -208,8 +202,12 @@ bool FromBigEndianUnits(std::string_view bytes, std::string& text) {
 // it.
 bool GetVolumeName(const AliasFields& fields, std::string_view nameInPath, std::string& name) {
     name.clear();
-    if (fields.unicodeVolumeName && !fields.unicodeVolumeName->empty()) {
-        return FromBigEndianUnits(*fields.unicodeVolumeName, name);
+    std::string_view units;
+    if (fields.unicodeVolumeName && !TakeCountedUnits(*fields.unicodeVolumeName, units)) {
+        return false;
+    }
+    if (!units.empty()) {
+        return FromBigEndianUnits(units, name);
     }
     if (fields.pascalVolumeName) {
         const size_t length = static_cast<uint8_t>(fields.pascalVolumeName->front());
