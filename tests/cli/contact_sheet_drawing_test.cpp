@@ -7,29 +7,25 @@
 #include <vector>
 
 #include "cli/picture/contact_sheet.h"
-#include "support/png_reader.h"
-#include "support/temp_directory.h"
 
 namespace {
 
+using kvx_cli::Picture;
 using kvx_cli::SheetContents;
 using kvx_cli::SheetFrame;
 using kvx_cli::SheetLayout;
-using kvx_test::PngContents;
 
 constexpr SheetLayout kLayout = {496, 2};
 constexpr size_t kWidth = 496;
 
-PngContents Draw(SheetContents& contents) {
-    const kvx_test::TempDirectory directory;
-    const std::string path = directory.File("sheet.png");
-    EXPECT_EQ(kvx_cli::DrawSheet(path, contents, kLayout), "");
-    return kvx_test::ReadPng(path);
+Picture Draw(SheetContents& contents) {
+    Picture sheet;
+    EXPECT_EQ(kvx_cli::DrawSheet(contents, kLayout, sheet).words, "");
+    return sheet;
 }
 
 // A sheet of one black frame of 208 x 104, with these words on it.
-PngContents DrawWords(const std::string& title, const std::string& facts,
-                      const std::string& caption) {
+Picture DrawWords(const std::string& title, const std::string& facts, const std::string& caption) {
     SheetContents contents;
     contents.title = title;
     contents.facts = {facts};
@@ -44,13 +40,13 @@ PngContents DrawWords(const std::string& title, const std::string& facts,
 }
 
 // First and last row of the pixels that differ; {0, 0} when none do.
-std::pair<int, int> RowsThatDiffer(const PngContents& one, const PngContents& other) {
-    EXPECT_EQ(one.samples.size(), other.samples.size());
+std::pair<int, int> RowsThatDiffer(const Picture& one, const Picture& other) {
+    EXPECT_EQ(one.bytes.size(), other.bytes.size());
     std::pair<int, int> rows(0, 0);
     for (int row = 0; row < one.height; ++row) {
-        const auto begin = one.samples.begin() + static_cast<long>(row * kWidth * 3);
+        const auto begin = one.bytes.begin() + static_cast<long>(row * kWidth * 3);
         if (!std::equal(begin, begin + kWidth * 3,
-                        other.samples.begin() + (begin - one.samples.begin()))) {
+                        other.bytes.begin() + (begin - one.bytes.begin()))) {
             rows = {rows.first == 0 ? row : rows.first, row};
         }
     }
@@ -58,7 +54,7 @@ std::pair<int, int> RowsThatDiffer(const PngContents& one, const PngContents& ot
 }
 
 TEST(CliContactSheetDrawing, ShowsTitleFactsAndCaptions) {
-    const PngContents bare = DrawWords(" ", " ", " ");
+    const Picture bare = DrawWords(" ", " ", " ");
     const auto title = RowsThatDiffer(bare, DrawWords("HHH", " ", " "));
     const auto facts = RowsThatDiffer(bare, DrawWords(" ", "HHH", " "));
     const auto caption = RowsThatDiffer(bare, DrawWords(" ", " ", "HHH"));
@@ -70,9 +66,9 @@ TEST(CliContactSheetDrawing, ShowsTitleFactsAndCaptions) {
     EXPECT_GT(caption.first, facts.second + 104);
     EXPECT_GT(caption.second - caption.first, 6);
     // And as different words.
-    EXPECT_NE(DrawWords("HHI", " ", " ").samples, DrawWords("HHH", " ", " ").samples);
-    EXPECT_NE(DrawWords(" ", "HHI", " ").samples, DrawWords(" ", "HHH", " ").samples);
-    EXPECT_NE(DrawWords(" ", " ", "HHI").samples, DrawWords(" ", " ", "HHH").samples);
+    EXPECT_NE(DrawWords("HHI", " ", " ").bytes, DrawWords("HHH", " ", " ").bytes);
+    EXPECT_NE(DrawWords(" ", "HHI", " ").bytes, DrawWords(" ", "HHH", " ").bytes);
+    EXPECT_NE(DrawWords(" ", " ", "HHI").bytes, DrawWords(" ", " ", "HHH").bytes);
 }
 
 // Rows of the wave in the middle of the only lane, for a sound between these two levels.
@@ -85,11 +81,11 @@ std::pair<int, int> WaveRows(float low, float high) {
     }
     const float* const planes[] = {samples.data()};
     contents.sounds[0].Add(planes, samples.size());
-    const PngContents sheet = Draw(contents);
+    const Picture sheet = Draw(contents);
     std::pair<int, int> rows(-1, -1);
     for (int row = 0; row < sheet.height; ++row) {
         const uint8_t* const pixel =
-            sheet.samples.data() + (static_cast<size_t>(row) * kWidth + kWidth / 2) * 3;
+            sheet.bytes.data() + (static_cast<size_t>(row) * kWidth + kWidth / 2) * 3;
         // Green, as nothing else on the sheet.
         if (pixel[1] > pixel[0] + 40) {
             rows = {rows.first < 0 ? row : rows.first, row};

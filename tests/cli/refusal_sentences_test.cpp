@@ -10,7 +10,7 @@
 namespace {
 
 std::string WordsFor(const std::string& line) {
-    return kvx_cli::RefusalInWords(12, "*** Init[5]: " + line + "\n*** Create[6]: more\n");
+    return kvx_cli::Refusal(12, "*** Init[5]: " + line + "\n*** Create[6]: more\n").words;
 }
 
 struct Row {
