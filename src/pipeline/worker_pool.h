@@ -9,6 +9,7 @@
 #include "core/log.h"
 #include "core/status.h"
 #include "core/threaded.h"
+#include "platform/system.h"
 
 namespace KVX {
 
@@ -78,6 +79,7 @@ void WorkerPool<Pool, Item>::Once() {
         sError = Core::kStatusNoMemory;
         return;
     }
+    Platform::StayLoaded();  // before there are threads in it
     sError = sInstance->Init();
     if (sError != 0) {
         delete sInstance;

@@ -1,5 +1,6 @@
 #include "platform/system.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/sysctl.h>
 
@@ -14,6 +15,15 @@ int RequestUncachedReads(int descriptor) {
 int GetLogicalProcessorCount(int32_t& count) {
     size_t size = sizeof(count);
     return sysctlbyname("hw.logicalcpu", &count, &size, nullptr, 0);
+}
+
+void StayLoaded() {
+    static const char sOwn = 0;
+    Dl_info module = {};
+    if (dladdr(&sOwn, &module) != 0) {
+        // The handle is another hold, never given back.
+        dlopen(module.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+    }
 }
 
 }  // namespace KVX::Platform

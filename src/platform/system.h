@@ -27,4 +27,8 @@ int RequestUncachedReads(int descriptor);
 // Stores the number of logical processors. Answers 0, or what the system's call answered.
 int GetLogicalProcessorCount(int32_t& count);
 
+// Keeps this code in the process from now on, whatever the host does to the module. Where the linker
+// has a mark for such modules there is nothing left to do.
+void StayLoaded();
+
 }  // namespace KVX::Platform

@@ -3,12 +3,17 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace kvx_test {
 
 CommandRun RunCommand(const std::string& arguments) {
-    const std::string line =
-        std::string("exec 2>&1; cd '" KVX_MEDIA_DIR "' && '" KVX_COMMAND "' ") + arguments;
+    const char* const module = std::getenv("KVX_TEST_MODULE");
+    std::string line = "exec 2>&1; cd '" KVX_MEDIA_DIR "' && '" KVX_COMMAND "' ";
+    if (module != nullptr && arguments.find("--module") == std::string::npos) {
+        line += std::string("--module '") + module + "' ";
+    }
+    line += arguments;
     std::FILE* pipe = popen(line.c_str(), "r");
     CommandRun run = {};
     char block[1 << 16];

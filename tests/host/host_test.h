@@ -13,6 +13,7 @@
 #include "hostkit/clip.h"
 #include "hostkit/host.h"
 #include "hostkit/importer.h"
+#include "support/entries_under_test.h"
 #include "support/log_capture.h"
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
@@ -41,7 +42,7 @@ class HostTest : public ::testing::Test {
     }
 
     kvx_hostkit::Host host;
-    kvx_hostkit::Importer importer{host, {&xImportEntry, &AsyncImportEntry}};
+    kvx_hostkit::Importer importer{host, EntriesUnderTest()};
     TempDirectory directory;
 };
 

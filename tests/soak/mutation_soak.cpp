@@ -37,6 +37,7 @@
 #include "quicktime/video_track.h"
 #include "soak/mutate.h"
 #include "soak/originals.h"
+#include "support/entries_under_test.h"
 #include "support/random.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -193,7 +194,7 @@ class Soak {
     Host mHost;
     PixelBuffers mBuffers{mHost};
     FrameCache mCache{mHost};
-    Importer mImporter{mHost, {&xImportEntry, &AsyncImportEntry}};
+    Importer mImporter{mHost, kvx_test::EntriesUnderTest()};
     int mDescriptor;
     std::string mPath;
     int mRequests = 0;

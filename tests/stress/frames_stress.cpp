@@ -29,6 +29,7 @@
 #include "hostkit/importer.h"
 #include "hostkit/pixel_buffers.h"
 #include "pipeline/import_frame.h"
+#include "support/entries_under_test.h"
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
 #include "support/random.h"
@@ -396,7 +397,7 @@ int main(int argc, char** argv) {
     Host host;
     PixelBuffers buffers(host);
     FrameCache cache(host, kCachedFrames);
-    const Importer importer(host, {&xImportEntry, &AsyncImportEntry});
+    const Importer importer(host, kvx_test::EntriesUnderTest());
 
     const ExpectedRows expected;
     std::vector<std::unique_ptr<HostThread>> hosts;

@@ -37,6 +37,7 @@
 #include "hostkit/pixel_buffers.h"
 #include "hostkit/record_block.h"
 #include "hostkit/utf16.h"
+#include "support/entries_under_test.h"
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
 #include "support/open_descriptors.h"
@@ -216,7 +217,7 @@ class Sequence {
         : mHost(host),
           mBuffers(buffers),
           mCache(cache),
-          mImporter(host, {&xImportEntry, &AsyncImportEntry}),
+          mImporter(host, kvx_test::EntriesUnderTest()),
           mMovies(movies),
           mScratch(scratch),
           mRandom(seed) {

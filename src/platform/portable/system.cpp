@@ -27,4 +27,6 @@ int GetLogicalProcessorCount(int32_t& count) {
     return 0;
 }
 
+void StayLoaded() {}
+
 }  // namespace KVX::Platform

@@ -1,0 +1,30 @@
+// Which importer a test program puts to the test.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "host/entry.h"
+#include "hostkit/loaded_module.h"
+
+namespace kvx_test {
+
+// The importer that is linked into the program or, when the environment variable KVX_TEST_MODULE
+// names a module, the one that is loaded from there. It stays to the end of the process, as with a
+// host: its threads live that long.
+inline kvx_hostkit::EntryPoints EntriesUnderTest() {
+    if (std::getenv("KVX_TEST_MODULE") == nullptr) {
+        return {&xImportEntry, &AsyncImportEntry};
+    }
+    std::string error;
+    static const kvx_hostkit::LoadedModule* const module =
+        kvx_hostkit::LoadedModule::Load(kvx_hostkit::LoadedModule::BuiltPath(), error).release();
+    if (module == nullptr) {
+        std::fprintf(stderr, "%s\n", error.c_str());
+        std::abort();
+    }
+    return module->Entries();
+}
+
+}  // namespace kvx_test
