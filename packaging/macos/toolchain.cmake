@@ -16,7 +16,7 @@ set(CMAKE_CXX_COMPILER ${KVX_ZIG} c++ -target x86_64-macos.10.13 -mcpu=core2)
 # Programs are not linked, so the checks of a compiler end with the object.
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 # Release 14 leaves the addresses in __eh_frame as they were in the object files.
-find_program(KVX_LLD NAMES ld64.lld-16 ld64.lld-19 REQUIRED)
+find_program(KVX_LD64 NAMES ld64.lld-16 ld64.lld-19 REQUIRED)
 find_program(CMAKE_AR NAMES llvm-ar llvm-ar-14 REQUIRED)
 find_program(CMAKE_RANLIB NAMES llvm-ranlib llvm-ranlib-14 REQUIRED)
 find_program(CMAKE_INSTALL_NAME_TOOL NAMES llvm-install-name-tool llvm-install-name-tool-14 REQUIRED)

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <thread>
 
-#include "host/entry.h"
 #include "hostkit/frame_source.h"
 #include "premiere/pixel_formats.h"
+#include "support/entries_under_test.h"
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
 
@@ -81,9 +81,7 @@ StageMovies::StageMovies()
       good(WriteMovie(directory, Recipe(), {}, "good.mov")) {}
 
 ModuleStage::ModuleStage(const StageMovies& movies)
-    : mMovies(movies),
-      mImporter(host, {&xImportEntry, &AsyncImportEntry}),
-      mDescriptors(OpenDescriptors()) {}
+    : mMovies(movies), mImporter(host, EntriesUnderTest()), mDescriptors(OpenDescriptors()) {}
 
 bool ModuleStage::Open() {
     Clip clip(mImporter, mMovies.picture);

@@ -15,6 +15,8 @@ import sys
 import unittest
 import zipfile
 
+from macho_file import MachOFile
+
 SKIPPED = 75
 BUILD, PACKAGING = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
 VERSION = sys.argv[3]
@@ -37,7 +39,7 @@ ABOVE_SSSE3 = re.compile(
 
 
 def tool(name, *arguments):
-    for candidate in (name, name + "-14"):
+    for candidate in (name, name + "-16", name + "-14"):
         if shutil.which(candidate):
             return subprocess.run([candidate, *map(str, arguments)], check=True, text=True,
                                   stdout=subprocess.PIPE).stdout
@@ -53,7 +55,8 @@ def objects():
     commands = json.loads((TREE / "compile_commands.json").read_text())
     for command in commands:
         output = TREE / re.search(r" -o (\S+) -c ", command["command"]).group(1)
-        yield str(output.relative_to(OBJECTS)), output
+        if OBJECTS in output.parents:
+            yield str(output.relative_to(OBJECTS)), output
 
 
 class Sources(unittest.TestCase):
@@ -93,14 +96,52 @@ class Module(unittest.TestCase):
             "_xMoviePlayable"]))
 
     def test_takes_only_reviewed_symbols(self):
+        """Each from the library that has it, and none that is younger than the oldest system."""
         reviewed = {}
         for line in (PACKAGING / "undefined_symbols.txt").read_text().splitlines():
             if line and not line.startswith("#"):
-                symbol, library = line.split()
+                symbol, library, since = line.split()
                 reviewed[symbol] = library
+                self.assertLessEqual(tuple(map(int, since.split("."))), (10, 13), line)
         taken = dict(re.findall(r"external (\S+) \(from (\S+)\)", tool("llvm-nm", "-m", "-u", MODULE)))
         self.assertEqual(len(taken), len(tool("llvm-nm", "-u", "-j", MODULE).split()))
         self.assertEqual({s: l for s, l in taken.items() if reviewed.get(s) != l}, {})
+        self.assertEqual(set(reviewed) - set(taken), set())
+
+    def test_every_frame_entry_starts_at_a_function(self):
+        module = MachOFile(MODULE.read_bytes())
+        text, _ = module.sections["__TEXT", "__text"]
+        starts = module.function_starts()
+        entries = module.frame_entries()
+        self.assertGreater(len(starts), 500)
+        self.assertIn(text, starts)
+        self.assertGreater(len(entries), 0)
+        self.assertEqual([hex(entry) for entry in entries if entry not in starts], [])
+
+    def test_names_no_file_of_the_machine_that_built(self):
+        """The only paths are those of the system's own files."""
+        data = MODULE.read_bytes()
+        paths = set(re.findall(rb"/[A-Za-z0-9_.+-]+/[A-Za-z0-9_./+-]{3,}", data))
+        self.assertEqual({p for p in paths if not p.startswith((b"/System/Library/", b"/usr/lib/"))},
+                         set())
+        debugging = 0xE0
+        self.assertEqual([t for t in MachOFile(data).symbol_types() if t & debugging], [])
+
+    def test_signature_fits_every_page(self):
+        """Signed without an identity, over all that lies in front of the signature."""
+        ad_hoc = 0x2
+        signature = MachOFile(MODULE.read_bytes()).signature()
+        self.assertTrue(signature["flags"] & ad_hoc)
+        self.assertEqual(signature["pages"], [True] * len(signature["pages"]))
+        self.assertEqual(len(signature["pages"]), -(-signature["limit"] // 4096))
+        self.assertGreater(signature["limit"], MODULE.stat().st_size * 9 // 10)
+
+    def test_constant_tables_are_read_only(self):
+        read_only = 0x10
+        module = MachOFile(MODULE.read_bytes())
+        self.assertTrue(module.segments["__DATA_CONST"]["flags"] & read_only)
+        self.assertIn(("__DATA_CONST", "__const"), module.sections)
+        self.assertNotIn(("__DATA", "__const"), module.sections)
 
     def test_loads_the_systems_libraries(self):
         commands = tool("llvm-objdump", "--macho", "--dylibs-used", MODULE)
@@ -143,6 +184,16 @@ class Code(unittest.TestCase):
                     instructions += 1
                     self.assertIsNone(ABOVE_SSSE3.match(match.group(1)), f"{name}: {line}")
         self.assertGreater(instructions, 10000)
+
+    def test_guards_its_stack(self):
+        """Every object that reads files, or the host's records, and keeps arrays on its stack."""
+        guarded = {name for name, path in objects()
+                   if "___stack_chk_fail" in tool("llvm-nm", "-u", "-j", path).split()}
+        for folder in ("quicktime/", "host/", "platform/", "util/"):
+            self.assertTrue(any(name.startswith(folder) for name in guarded), folder)
+        for command in json.loads((TREE / "compile_commands.json").read_text()):
+            if "/src/" in command["file"]:
+                self.assertIn("-fstack-protector-strong -fno-omit-frame-pointer", command["command"])
 
     def test_warnings_were_errors(self):
         commands = (TREE / "compile_commands.json").read_text()

@@ -24,7 +24,6 @@
 #include <thread>
 #include <vector>
 
-#include "host/entry.h"
 #include "host/file_import_module.h"
 #include "hostkit/clip.h"
 #include "hostkit/frame_cache.h"

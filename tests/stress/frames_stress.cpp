@@ -21,7 +21,6 @@
 #include <vector>
 
 #include "convert/geometry/roads.h"
-#include "host/entry.h"
 #include "hostkit/clip.h"
 #include "hostkit/frame_cache.h"
 #include "hostkit/frame_source.h"

@@ -29,7 +29,6 @@
 #include <thread>
 #include <vector>
 
-#include "host/entry.h"
 #include "host/host_identity.h"
 #include "hostkit/frame_cache.h"
 #include "hostkit/host.h"

@@ -19,8 +19,12 @@ std::string ExecutableOf(const std::string& path) {
     if (!fs::is_directory(folder)) {
         return path;
     }
-    const fs::path name = (folder.has_filename() ? folder : folder.parent_path()).stem();
-    return folder / "Contents" / "MacOS" / name;
+    std::error_code error;
+    const fs::directory_iterator executable(folder / "Contents" / "MacOS", error);
+    if (error || executable == fs::directory_iterator()) {
+        throw LoadError("has no executable");
+    }
+    return executable->path();
 }
 
 std::string NameOf(const char (&name)[16]) {

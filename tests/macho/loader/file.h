@@ -19,7 +19,7 @@ struct Section {
 
 class File {
   public:
-    // `path` names an executable file or a bundle's folder, whose executable has the folder's name.
+    // `path` names an executable file or the folder of a bundle that has one.
     // Throws LoadError.
     explicit File(const std::string& path);
 

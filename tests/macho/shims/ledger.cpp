@@ -28,6 +28,7 @@ void* Share(const char* path, const std::string& fresh) {
         throw LoadError("finds the ledger of other shims");
     }
     void* const text = mmap(nullptr, fresh.size(), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    flock(file, LOCK_UN);  // the mapping keeps the file open, and the lock with it
     close(file);
     return text;
 }

@@ -31,10 +31,20 @@ int SysctlByName(const char* name, void* value, size_t* size, const void* newVal
     return 0;
 }
 
+// What functions put between their arrays and their return address: no text's end may look like it.
+const uint64_t kStackGuard = 0x5AC3'F00D'0A0D'FF00;
+
+[[noreturn]] void StackOverrun() {
+    std::fprintf(stderr, "a function has written over its return address\n");
+    std::abort();
+}
+
 }  // namespace
 
 std::vector<Shim> ProcessShims() {
     return {
+        Function("___stack_chk_fail", &StackOverrun),
+        Data("___stack_chk_guard", &kStackGuard),
         Function("_OSAtomicAdd32", &OSAtomicAdd32),
         Function("___cxa_atexit", &__cxa_atexit),
         Function("_abort", &abort),

@@ -1,7 +1,6 @@
 // Bytes, texts and numbers.
 #include <cmath>
 #include <cstring>
-#include <cwchar>
 
 #include "macho/shims/shims.h"
 
@@ -17,10 +16,6 @@ const void* MemChr(const void* memory, int byte, size_t size) {
     return std::memchr(memory, byte, size);
 }
 
-const wchar_t* WMemChr(const wchar_t* memory, wchar_t character, size_t size) {
-    return std::wmemchr(memory, character, size);
-}
-
 double Ceil(double value) {
     return std::ceil(value);
 }
@@ -34,7 +29,7 @@ std::vector<Shim> StringShims() {
         Function("_memcpy", &std::memcpy),   Function("_memmove", &std::memmove),
         Function("_strcmp", &std::strcmp),   Function("_strlen", &std::strlen),
         Function("_strncmp", &std::strncmp), Function("_strncpy", &std::strncpy),
-        Function("_strnlen", &strnlen),      Function("_wmemchr", &WMemChr),
+        Function("_strnlen", &strnlen),
     };
 }
 
