@@ -10,7 +10,7 @@ namespace macho {
 
 ImportStubs::ImportStubs(size_t count) {
     const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    mSize = (count * kImportStubSize + page - 1) / page * page;
+    mSize = (count * kImportStubSize / page + 1) * page;
     void* const memory =
         mmap(nullptr, mSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) {
