@@ -30,10 +30,10 @@ constexpr int kPathTag = 18;
 
 class AliasMovie : public kvx_test::HostTest {
   protected:
-    // A movie without media that leads to `media`.
+    // A movie whose own media are not what its track leads to.
     std::string MovieThatLeadsTo(const std::string& media) {
-        kvx_test::MovieRecipe recipe = kvx_test::MovieOf({kvx_test::VideoTrackRecipe(
-            {"2vuy", kWidth, kHeight, 24}, kFrameSize, kFrames, 24000, 1000, 0)});
+        kvx_test::MovieRecipe recipe = kvx_test::MovieOf(
+            {kvx_test::VideoTrackRecipe({"2vuy", kWidth, kHeight, 24}, kFrameSize, kFrames)});
         recipe.tracks[0].dataReferences = {kvx_test::AliasReference(
             kvx_test::AliasVersion2("Disk", kvx_test::AliasItems({{kPathTag, media.substr(1)}})))};
         return Write(recipe);
@@ -44,7 +44,7 @@ class AliasMovie : public kvx_test::HostTest {
 };
 
 TEST_F(AliasMovie, FramesComeFromTheFileThatIsNamed) {
-    std::string media;
+    std::string media(kvx_test::kMediaOffset, '\0');
     for (size_t index = 0; index < kFrames * kFrameSize; ++index) {
         media += static_cast<char>(index * 7 + index / kFrameSize);
     }
@@ -64,7 +64,8 @@ TEST_F(AliasMovie, FramesComeFromTheFileThatIsNamed) {
         const kvx_hostkit::PixelBufferView view = PixelBuffers::View(ppix);
         ASSERT_EQ(view.rowBytes, 2 * kWidth);
         EXPECT_EQ(std::string(view.pixels, kFrameSize),
-                  media.substr(static_cast<size_t>(frame) * kFrameSize, kFrameSize));
+                  media.substr(kvx_test::kMediaOffset + static_cast<size_t>(frame) * kFrameSize,
+                               kFrameSize));
         PixelBuffers::Dispose(ppix);
     }
 }

@@ -10,11 +10,16 @@
 
 namespace kvx_test {
 
-// The importer that is linked into the program or, when the environment variable KVX_TEST_MODULE
-// names a module, the one that is loaded from there. It stays to the end of the process, as with a
-// host: its threads live that long.
+// Whether it is the importer that is linked into the program. The environment variable
+// KVX_TEST_MODULE names another, to be loaded.
+inline bool IsLinkedIn() {
+    return std::getenv("KVX_TEST_MODULE") == nullptr;
+}
+
+// The functions of that importer. A loaded module stays to the end of the process, as with a host:
+// its threads live that long.
 inline kvx_hostkit::EntryPoints EntriesUnderTest() {
-    if (std::getenv("KVX_TEST_MODULE") == nullptr) {
+    if (IsLinkedIn()) {
         return {&xImportEntry, &AsyncImportEntry};
     }
     std::string error;

@@ -3,8 +3,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <utility>
+#include <system_error>
 
 #include "macho/loader/architecture.h"
 
@@ -34,11 +33,16 @@ std::string NameOf(const char (&name)[16]) {
 }  // namespace
 
 File::File(const std::string& path) : mPath(ExecutableOf(path)) {
+    std::error_code error;
+    const auto size = fs::file_size(mPath, error);
     std::ifstream stream(mPath, std::ios::binary);
-    if (!stream) {
+    if (error || !stream) {
         throw LoadError("cannot be read");
     }
-    mBytes.assign(std::istreambuf_iterator<char>(stream), {});
+    mBytes.resize(size);
+    if (!stream.read(reinterpret_cast<char*>(mBytes.data()), static_cast<std::streamsize>(size))) {
+        throw LoadError("cannot be read whole");
+    }
     ChooseSlice();
     ReadCommands();
 }
