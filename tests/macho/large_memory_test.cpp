@@ -1,5 +1,6 @@
 // What the importer asks the system for past its allocator.
 #include <gtest/gtest.h>
+
 #include "hostkit/clip.h"
 #include "hostkit/host.h"
 #include "hostkit/importer.h"
