@@ -6,7 +6,7 @@ usage: unity_source.py OUTPUT FILE...
 
 Each file gets a namespace around it, so that files can use the same names for different things. The
 headers come first: what a file includes has been included by then. A file that adds to a namespace of
-others cannot be among them.
+others cannot be among them, nor one that defines names for the headers that it includes.
 """
 
 import re
@@ -14,6 +14,7 @@ import sys
 from pathlib import Path
 
 INCLUDE = re.compile(r'^#include\s+(<[^>]+>|"[^"]+")', re.MULTILINE)
+DEFINES = re.compile(r"^#(?:define|undef)", re.MULTILINE)
 OWN_NAMESPACE = re.compile(r"^(?:inline )?namespace [\w:]+ \{", re.MULTILINE)
 
 
@@ -24,6 +25,8 @@ def unity_source(paths):
         text = Path(path).read_text()
         if OWN_NAMESPACE.search(text):
             sys.exit(f"{path}: a *_test.cpp must not add to a namespace; put that into a file of its own")
+        if DEFINES.search(text):
+            sys.exit(f"{path}: defines names since the tree was configured; configure it again")
         headers.update(dict.fromkeys(INCLUDE.findall(text)))
         name = re.sub(r"\W", "_", Path(path).stem)
         parts.append(f'namespace in_{name} {{\n#include "{path}"\n}}\n')
