@@ -4,20 +4,11 @@
 #include "pipeline/frame_conversion.h"
 #include "pipeline/host_call.h"
 #include "pipeline/read_request.h"
-#include "platform/system.h"
 #include "quicktime/video_track.h"
 
 namespace KVX {
 
 using Core::Failed;
-
-namespace {
-
-// Of a frame that nobody but the conversion pool holds: the maker's, which ConvertCompleted drops,
-// and the queue's, which the thread has taken over.
-constexpr int32_t kReferencesInPool = 2;
-
-}  // namespace
 
 ImportFrame::ImportFrame(long importerID, QT::VideoTrack* videoTrack,
                          QT::Decompressor* decompressor, PrPixelFormat pixelFormat, long frameIndex,
@@ -66,11 +57,6 @@ long ImportFrame::Convert() {
     frame.height = mHeight;
     frame.isSameLayout = mCopyOnly;
     const long status = CopyOrConvert(frame);
-    // Before the host hears of the frame and asks for the next, which finds the buffer still in the
-    // processor's caches.
-    if (mIsConvertedOnce && OSAtomicAdd32(0, &mRefCount) == kReferencesInPool) {
-        mReadRequest->FreeBuffer();
-    }
     ConvertCompleted(status);
     return status;
 }

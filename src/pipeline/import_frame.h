@@ -99,10 +99,6 @@ class ImportFrame : public Core::Lockable, public Core::Refcounted {
     bool mReadDone = false;
     bool mNeedsConversion = true;  // false when the read lands in its final place
 
-    // Set by the conversion pool: Convert will not be called again, unless by somebody else who
-    // holds the frame.
-    bool mIsConvertedOnce = false;
-
   private:
     // Where a read is to land; no buffer means the request's own.
     struct ReadDestination {

@@ -77,7 +77,6 @@ void ImportFrameConverter::RunThreadPass(void* work) {
         Core::Unlock unlock(this, &lockStatus);
         unlocked = !Failed(lockStatus, "Unlock");
         if (unlocked) {
-            frame->mIsConvertedOnce = true;
             Failed(Convert(frame), "ImportFrame::Convert");
         }
     }

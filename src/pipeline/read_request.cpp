@@ -38,14 +38,8 @@ ReadRequest::ReadRequest(int fd, long long fileLength, long long offset, long lo
       mCompletionData(userData) {}
 
 ReadRequest::~ReadRequest() {
-    FreeBuffer();
-}
-
-void ReadRequest::FreeBuffer() {
     if (mOwnsBuffer) {
         ReadBuffers::Free(mOwned);
-        mOwnsBuffer = false;
-        mBuffer = nullptr;
     }
 }
 

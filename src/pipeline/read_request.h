@@ -70,10 +70,6 @@ class ReadRequest : public Core::Lockable, public Core::Refcounted {
     // client's buffer must not go away under a ticket that is still being read. One call a request.
     void NotifyWhenIdle(void (*function)(void*), void* userData);
 
-    // Gives memory that the request owns back before its end. For whoever alone holds a request
-    // that has been read.
-    void FreeBuffer();
-
     // Ends the life of a ticket that could not be run.
     void DropReadTicket();
 

@@ -1,6 +1,7 @@
 // Bytes, texts and numbers.
 #include <cmath>
 #include <cstring>
+#include <cwchar>
 
 #include "macho/shims/shims.h"
 
@@ -16,6 +17,10 @@ const void* MemChr(const void* memory, int byte, size_t size) {
     return std::memchr(memory, byte, size);
 }
 
+const wchar_t* WMemChr(const wchar_t* memory, wchar_t character, size_t count) {
+    return std::wmemchr(memory, character, count);
+}
+
 double Ceil(double value) {
     return std::ceil(value);
 }
@@ -29,7 +34,7 @@ std::vector<Shim> StringShims() {
         Function("_memcpy", &std::memcpy),   Function("_memmove", &std::memmove),
         Function("_strcmp", &std::strcmp),   Function("_strlen", &std::strlen),
         Function("_strncmp", &std::strncmp), Function("_strncpy", &std::strncpy),
-        Function("_strnlen", &strnlen),
+        Function("_strnlen", &strnlen),      Function("_wmemchr", &WMemChr),
     };
 }
 

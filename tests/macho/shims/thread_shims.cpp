@@ -34,6 +34,10 @@ int Join(pthread_t thread, void** result) {
     return ErrorForMacos(pthread_join(thread, result));
 }
 
+int Detach(pthread_t thread) {
+    return ErrorForMacos(pthread_detach(thread));
+}
+
 // A number that no other living thread has. Only the calling thread's own is ever asked for.
 unsigned MachThread(pthread_t thread) {
     return pthread_equal(thread, pthread_self()) != 0 ? static_cast<unsigned>(gettid()) : 0;
@@ -65,6 +69,7 @@ int SetSpecific(MacosKey key, const void* value) {
 std::vector<Shim> ThreadShims() {
     return {
         Function("_pthread_create", &Create),
+        Function("_pthread_detach", &Detach),
         Function("_pthread_getspecific", &GetSpecific),
         Function("_pthread_join", &Join),
         Function("_pthread_key_create", &KeyCreate),

@@ -87,6 +87,8 @@ void Convert(const Stage& stage, Movie& movie) {
     Require(ComesTrue([&] { return stage.buffers.LiveCount() == 0; }), "pixel buffers are left");
 }
 
+constexpr long kReadThreads = 8;
+
 long CountThreads() {
     long count = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
@@ -100,6 +102,9 @@ long CountThreads() {
 int main(int argc, char** argv) {
     const int64_t moments = argc > 1 ? std::atoll(argv[1]) : 1000;
     const int64_t seed = argc > 2 ? std::atoll(argv[2]) : 1;
+    // With the pools', which start with the first frame. Those that give buffers back to the system
+    // end by themselves.
+    const long threads = CountThreads() + kReadThreads + std::thread::hardware_concurrency();
 
     const kvx_test::TempDirectory directory;
     std::vector<Movie> movies;
@@ -117,7 +122,6 @@ int main(int argc, char** argv) {
     }
 
     Tally tally;
-    const long threads = CountThreads();
     for (gMoment = seed; gMoment < seed + moments; ++gMoment) {
         Random random(static_cast<uint64_t>(gMoment));
         const size_t movie = random.OneIn(24) ? 2 : static_cast<size_t>(random.Pick(0, 1));
