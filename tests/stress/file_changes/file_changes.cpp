@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include "host/entry.h"
