@@ -1,0 +1,214 @@
+// Enumerates the orders in which the threads of the importer and of its host can meet.
+//
+//     kvx_schedules [OPTIONS] [SCENARIO...]     all scenarios if none is named
+//
+//       --list              names and stories
+//       --preemptions N     threads interrupted in one run, 2 if not said; 0, 1 ... N in turn
+//       --seconds S         for each scenario; without a limit if not said
+//       --random RUNS       random priorities in place of every order
+//       --seed N            for these
+//       --replay PATH       one run of one scenario, with the log
+//
+// A line a scenario. Ends with 1 when a run has done what it must not do; the line then has the
+// path that repeats it.
+
+#include <fcntl.h>
+#include <getopt.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "schedules/scenarios.h"
+#include "schedules/scheduler.h"
+#include "schedules/strategy.h"
+
+namespace kvx_schedules {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Options {
+    unsigned preemptions = 2;
+    double seconds = 0;
+    long random = 0;
+    uint64_t seed = 1;
+    const char* replay = nullptr;
+};
+
+// What the runs of one scenario came to.
+struct Result {
+    long runs = 0;
+    long givenUp = 0;  // since an earlier run had shown the rest
+    size_t longest = 0;
+    bool isExhausted = false;
+    std::optional<Finding> finding;
+};
+
+// The log of millions of runs is of no use to anybody.
+class Silence {
+  public:
+    Silence() : mError(dup(STDERR_FILENO)) {
+        const int nowhere = open("/dev/null", O_WRONLY);
+        dup2(nowhere, STDERR_FILENO);
+        close(nowhere);
+    }
+    ~Silence() {
+        dup2(mError, STDERR_FILENO);
+        close(mError);
+    }
+
+  private:
+    int mError;
+};
+
+Result RunAll(const Scenario& scenario, const Movies& movies, Strategy& strategy,
+              const Bounds& bounds, Clock::time_point end) {
+    Result result;
+    const std::function<void()> body = [&] { scenario.body(movies); };
+    do {
+        result.finding = gScheduler->Run(strategy, bounds, body);
+        ++result.runs;
+        result.givenUp += gScheduler->WasGivenUp() ? 1 : 0;
+        result.longest = std::max(result.longest, gScheduler->Choices());
+        if (result.finding || (result.runs % 64 == 0 && Clock::now() > end)) {
+            return result;
+        }
+    } while (strategy.NextRun());
+    result.isExhausted = true;
+    return result;
+}
+
+bool Report(const Scenario& scenario, const std::string& how, const Result& result,
+            double seconds) {
+    std::printf("%-14s %-24s %9ld runs, %s, %zu choices at most, %.1f s", scenario.name,
+                how.c_str(), result.runs, result.isExhausted ? "all" : "not all", result.longest,
+                seconds);
+    if (result.finding) {
+        std::printf("\n  %s\n  --replay '%s'", result.finding->what.c_str(),
+                    result.finding->path.c_str());
+    }
+    std::printf("\n");
+    std::fflush(stdout);
+    return !result.finding;
+}
+
+bool Play(const Scenario& scenario, const Movies& movies, const Options& options) {
+    Bounds bounds;
+    bounds.disturbances = scenario.disturbances;
+    bounds.threadsAlike = scenario.threadsAlike;
+    const auto start = Clock::now();
+    const auto seconds = [&] {
+        return std::chrono::duration<double>(Clock::now() - start).count();
+    };
+    const auto end =
+        options.seconds > 0
+            ? start + std::chrono::milliseconds(static_cast<long>(options.seconds * 1000))
+            : Clock::time_point::max();
+    if (options.replay != nullptr) {
+        bounds.preemptions = static_cast<unsigned>(-1);
+        Replay strategy(options.replay);
+        return Report(scenario, "replay", RunAll(scenario, movies, strategy, bounds, end),
+                      seconds());
+    }
+    const Silence silence;
+    if (options.random > 0) {
+        bounds.preemptions = static_cast<unsigned>(-1);
+        RandomPriorities strategy(options.seed, options.random, 3, 200);
+        return Report(scenario, "random", RunAll(scenario, movies, strategy, bounds, end),
+                      seconds());
+    }
+    for (unsigned preemptions = 0; preemptions <= options.preemptions; ++preemptions) {
+        bounds.preemptions = preemptions;
+        EveryRun strategy;
+        const Result result = RunAll(scenario, movies, strategy, bounds, end);
+        if (!Report(scenario, std::to_string(preemptions) + " preemptions", result, seconds())) {
+            return false;
+        }
+        if (!result.isExhausted) {
+            break;
+        }
+    }
+    return true;
+}
+
+int Main(int argc, char** argv) {
+    static const option kOptions[] = {
+        {"list", no_argument, nullptr, 'l'},
+        {"preemptions", required_argument, nullptr, 'p'},
+        {"seconds", required_argument, nullptr, 's'},
+        {"random", required_argument, nullptr, 'r'},
+        {"seed", required_argument, nullptr, 'e'},
+        {"replay", required_argument, nullptr, 'y'},
+        {},
+    };
+    Options options;
+    for (int found = 0; (found = getopt_long(argc, argv, "", kOptions, nullptr)) != -1;) {
+        switch (found) {
+            case 'l':
+                for (const Scenario& scenario : Scenarios()) {
+                    std::printf("%-14s %s\n", scenario.name, scenario.story);
+                }
+                return 0;
+            case 'p':
+                options.preemptions = static_cast<unsigned>(std::atoi(optarg));
+                break;
+            case 's':
+                options.seconds = std::atof(optarg);
+                break;
+            case 'r':
+                options.random = std::atol(optarg);
+                break;
+            case 'e':
+                options.seed = static_cast<uint64_t>(std::atoll(optarg));
+                break;
+            case 'y':
+                options.replay = optarg;
+                break;
+            default:
+                return 2;
+        }
+    }
+    const std::vector<std::string> names(argv + optind, argv + argc);
+    const auto isNamed = [&](const Scenario& scenario) {
+        return names.empty() || std::find(names.begin(), names.end(), scenario.name) != names.end();
+    };
+    const auto& all = Scenarios();
+    if (std::count_if(all.begin(), all.end(), isNamed) <
+        static_cast<long>(std::max<size_t>(names.size(), 1))) {
+        std::fprintf(stderr, "kvx_schedules: there is no such scenario; see --list\n");
+        return 2;
+    }
+    const auto movies = std::make_unique<Movies>();
+    gScheduler = new Scheduler;
+    bool isGood = true;
+    for (const Scenario& scenario : all) {
+        isGood = (!isNamed(scenario) || Play(scenario, *movies, options)) && isGood;
+    }
+    return isGood ? 0 : 1;
+}
+
+}  // namespace
+
+const std::vector<Scenario>& Scenarios() {
+    static const std::vector<Scenario>* const scenarios = [] {
+        auto* all = new std::vector<Scenario>(FrameScenarios());
+        for (const auto& more : {RequestScenarios(), EndScenarios()}) {
+            all->insert(all->end(), more.begin(), more.end());
+        }
+        return all;
+    }();
+    return *scenarios;
+}
+
+}  // namespace kvx_schedules
+
+int main(int argc, char** argv) {
+    return kvx_schedules::Main(argc, argv);
+}

@@ -1,0 +1,558 @@
+#include "schedules/scheduler.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <utility>
+
+namespace kvx_schedules {
+
+Scheduler* gScheduler = nullptr;
+
+namespace {
+
+uint64_t Scramble(uint64_t value) {
+    value ^= value >> 33;
+    value *= 0xff51afd7ed558ccdULL;
+    value ^= value >> 33;
+    value *= 0xc4ceb9fe1a85ec53ULL;
+    return value ^ (value >> 33);
+}
+
+uint64_t Combine(uint64_t history, uint64_t value) {
+    return Scramble(history * 0x9e3779b97f4a7c15ULL + value + 1);
+}
+
+// Threads have numbers from 1 on the outside: no thread's handle is 0.
+pthread_t HandleOf(int thread) {
+    return static_cast<pthread_t>(thread + 1);
+}
+
+}  // namespace
+
+Scheduler::Scheduler() = default;
+
+// --- Runs
+
+std::optional<Finding> Scheduler::Run(Strategy& strategy, const Bounds& bounds,
+                                      const std::function<void()>& body) {
+    if (mImage == nullptr) {
+        mImage = std::make_unique<ProgramImage>();
+    } else {
+        mImage->Restore();
+    }
+    Forget();
+    mStrategy = &strategy;
+    mBounds = mLeft = bounds;
+    mBody = &body;
+    AddThread().fiber.Prepare(&BeginBody, this);
+    mCurrent = 0;
+    mControls = true;
+    mThreads[0]->fiber.SwitchFrom(mDriver);
+    // Here a run ends, however it does.
+    mControls = false;
+    for (const int descriptor : mDescriptors) {
+        close(descriptor);
+    }
+    mDescriptors.clear();
+    return mFinding;
+}
+
+void Scheduler::Forget() {
+    mExploring = false;
+    mWasGivenUp = false;
+    mFinding.reset();
+    mPath.Clear();
+    for (auto& thread : mThreads) {
+        mSpareThreads.push_back(std::move(thread));
+    }
+    mThreads.clear();
+    mMutexes.clear();
+    mConditions.clear();
+    mOnces.clear();
+    mHistories.clear();
+    mKeys.clear();
+    mArena.Reset();
+}
+
+void Scheduler::LeaveRun() {
+    mControls = false;
+    mDriver.Enter();
+}
+
+void Scheduler::GiveUp() {
+    mWasGivenUp = true;
+    LeaveRun();
+}
+
+void Scheduler::Fail(const std::string& what) {
+    mControls = false;
+    mFinding = Finding{what, mPath.Text()};
+    LeaveRun();
+}
+
+void Scheduler::BeginBody(void* argument) {
+    auto* scheduler = static_cast<Scheduler*>(argument);
+    (*scheduler->mBody)();
+    scheduler->LeaveRun();
+}
+
+// --- Choices
+
+uint64_t Scheduler::State() const {
+    uint64_t state = Combine(static_cast<uint64_t>(mCurrent), mLeft.disturbances);
+    for (const auto& thread : mThreads) {
+        state = Combine(state, thread->history);
+    }
+    return state;
+}
+
+size_t Scheduler::Choose(Choice& choice) {
+    if (choice.count < 2 || !mExploring) {
+        return 0;
+    }
+    choice.state = Combine(State(), choice.threads.empty() ? choice.count : 0);
+    choice.budget = mLeft.preemptions;
+    if (mPath.Length() >= mBounds.mostChoices) {
+        Fail("does not end");
+    }
+    const size_t way = mStrategy->Choose(choice);
+    if (way >= choice.count) {
+        GiveUp();
+    }
+    mPath.Add(way);
+    return way;
+}
+
+size_t Scheduler::Disturb(size_t ways) {
+    const Inside inside(this);
+    Choice choice;
+    choice.count = mLeft.disturbances == 0 ? 1 : ways;
+    const size_t way = Choose(choice);
+    if (way != 0) {
+        --mLeft.disturbances;
+    }
+    Mix(way);
+    return way;
+}
+
+bool Scheduler::IsEnabled(const Thread& thread) const {
+    if (thread.isFinished || thread.isLate || thread.condition != nullptr || thread.waitsForQuiet) {
+        return false;
+    }
+    if (thread.mutex != nullptr) {
+        return mMutexes.at(thread.mutex).owner < 0;
+    }
+    if (thread.once != nullptr) {
+        return mOnces.at(thread.once) != OnceState::kRunning;
+    }
+    return thread.joins < 0 || mThreads[static_cast<size_t>(thread.joins)]->isFinished;
+}
+
+void Scheduler::CollectEnabled() {
+    mEnabled.clear();
+    const auto count = static_cast<int>(mThreads.size());
+    for (int turn = 0; turn < count; ++turn) {
+        const int thread = (mCurrent + turn) % count;
+        if (IsEnabled(*mThreads[static_cast<size_t>(thread)])) {
+            mEnabled.push_back(thread);
+        }
+    }
+    if (!mEnabled.empty()) {
+        return;
+    }
+    for (int thread = 0; thread < count; ++thread) {
+        if (mThreads[static_cast<size_t>(thread)]->waitsForQuiet) {
+            mEnabled.push_back(thread);
+            return;
+        }
+    }
+}
+
+void Scheduler::Reschedule() {
+    CollectEnabled();
+    // Waits that end for no reason, or since their time is up.
+    const size_t ready = mEnabled.size();
+    if (mLeft.disturbances > 0 && mExploring) {
+        for (size_t thread = 0; thread < mThreads.size(); ++thread) {
+            if (mThreads[thread]->condition != nullptr) {
+                mEnabled.push_back(static_cast<int>(thread));
+            }
+        }
+    }
+    if (mEnabled.empty()) {
+        Fail("no thread can go on");
+    }
+    const bool currentGoesOn = ready > 0 && mEnabled.front() == mCurrent;
+    mChoice.threads = mEnabled;
+    mChoice.count = mEnabled.size();
+    if (currentGoesOn && mLeft.preemptions == 0) {
+        mChoice.threads.resize(1);
+        mChoice.threads.insert(mChoice.threads.end(), mEnabled.begin() + static_cast<long>(ready),
+                               mEnabled.end());
+        mChoice.count = mChoice.threads.size();
+    }
+    const size_t way = Choose(mChoice);
+    const int next = mChoice.threads[way];
+    Thread& thread = *mThreads[static_cast<size_t>(next)];
+    if (thread.condition != nullptr) {
+        --mLeft.disturbances;
+        auto& waiters = mConditions[thread.condition].waiters;
+        waiters.erase(std::find(waiters.begin(), waiters.end(), next));
+        thread.condition = nullptr;
+        thread.result = thread.isTimed ? this : nullptr;  // read by Wait
+        thread.history = Combine(thread.history, 1);
+        if (!IsEnabled(thread)) {  // its mutex is taken
+            Reschedule();
+            return;
+        }
+    }
+    if (currentGoesOn && next != mCurrent) {
+        --mLeft.preemptions;
+    }
+    SwitchTo(next);
+}
+
+void Scheduler::SwitchTo(int next) {
+    if (next == mCurrent) {
+        return;
+    }
+    Thread& from = Current();
+    mCurrent = next;
+    Current().fiber.SwitchFrom(from.fiber);
+}
+
+void Scheduler::Mix(uint64_t value) {
+    Current().history = Combine(Current().history, value);
+}
+
+void Scheduler::Touch(const void* object) {
+    uint64_t& history = mHistories[object];
+    history = Current().history = Combine(Current().history, history);
+}
+
+void Scheduler::Point(const void* object) {
+    const Inside inside(this);
+    Reschedule();
+    Touch(object);
+}
+
+void Scheduler::FilePoint(int descriptor) {
+    // No object lives at such an address.
+    Point(reinterpret_cast<const void*>(static_cast<uintptr_t>(descriptor) + 1));
+}
+
+void Scheduler::Opened(int descriptor) {
+    const Inside inside(this);
+    mDescriptors.push_back(descriptor);
+}
+
+void Scheduler::Closed(int descriptor) {
+    const Inside inside(this);
+    mDescriptors.erase(std::remove(mDescriptors.begin(), mDescriptors.end(), descriptor),
+                       mDescriptors.end());
+}
+
+void Scheduler::WaitUntilQuiet() {
+    const Inside inside(this);
+    Current().waitsForQuiet = true;
+    Reschedule();
+    Current().waitsForQuiet = false;
+    for (const auto& thread : mThreads) {
+        Mix(thread->history);
+    }
+}
+
+// --- Threads
+
+Scheduler::Thread& Scheduler::AddThread() {
+    if (mSpareThreads.empty()) {
+        mThreads.push_back(std::make_unique<Thread>());
+    } else {
+        mThreads.push_back(std::move(mSpareThreads.back()));
+        mSpareThreads.pop_back();
+        Thread& thread = *mThreads.back();
+        thread.function = nullptr;
+        thread.argument = thread.result = nullptr;
+        thread.isLate = thread.isFinished = thread.isDetached = thread.isJoined = false;
+        thread.mutex = nullptr;
+        thread.condition = nullptr;
+        thread.isTimed = false;
+        thread.once = nullptr;
+        thread.joins = -1;
+        thread.waitsForQuiet = false;
+        thread.values.clear();
+    }
+    mThreads.back()->history = Scramble(mThreads.size());
+    return *mThreads.back();
+}
+
+int Scheduler::ThreadOf(pthread_t thread) const {
+    const auto number = static_cast<size_t>(thread);
+    return number >= 1 && number <= mThreads.size() ? static_cast<int>(number) - 1 : -1;
+}
+
+pthread_t Scheduler::Self() const {
+    return HandleOf(mCurrent);
+}
+
+int Scheduler::CreateThread(pthread_t* handle, void* (*function)(void*), void* argument) {
+    if (Disturb(2) == 1) {
+        return EAGAIN;
+    }
+    const Inside inside(this);
+    const auto alike = std::count_if(mThreads.begin(), mThreads.end(), [&](const auto& thread) {
+        return thread->function == function && thread->argument == argument;
+    });
+    Thread& thread = AddThread();
+    thread.function = function;
+    thread.argument = argument;
+    thread.isLate = alike >= mBounds.threadsAlike;
+    thread.history = Combine(thread.history, Current().history);
+    thread.fiber.Prepare(&BeginThread, this);
+    *handle = HandleOf(static_cast<int>(mThreads.size()) - 1);
+    Mix(1);
+    return 0;
+}
+
+void Scheduler::BeginThread(void* argument) {
+    auto* scheduler = static_cast<Scheduler*>(argument);
+    Thread& thread = scheduler->Current();
+    scheduler->mControls = true;
+    thread.result = thread.function(thread.argument);
+    scheduler->EndThread();
+}
+
+void Scheduler::EndThread() {
+    Thread& thread = Current();
+    for (size_t key = 0; key < mKeys.size(); ++key) {
+        const auto value = thread.values.find(static_cast<pthread_key_t>(key));
+        if (value != thread.values.end() && value->second != nullptr && mKeys[key] != nullptr) {
+            mKeys[key](const_cast<void*>(std::exchange(value->second, nullptr)));
+        }
+    }
+    mControls = false;
+    thread.isFinished = true;
+    Reschedule();
+    std::abort();  // nobody goes on with a thread that has ended
+}
+
+int Scheduler::JoinThread(pthread_t handle, void** result) {
+    const Inside inside(this);
+    const int number = ThreadOf(handle);
+    if (number < 0 || number == mCurrent) {
+        Fail("joins a thread that there is not");
+    }
+    Thread& thread = *mThreads[static_cast<size_t>(number)];
+    if (thread.isJoined || thread.isDetached) {
+        Fail("joins a thread that is joined or detached already");
+    }
+    thread.isJoined = true;
+    thread.isLate = false;
+    Current().joins = number;
+    Reschedule();
+    Current().joins = -1;
+    Mix(thread.history);
+    if (result != nullptr) {
+        *result = thread.result;
+    }
+    return 0;
+}
+
+int Scheduler::DetachThread(pthread_t handle) {
+    const Inside inside(this);
+    const int number = ThreadOf(handle);
+    if (number < 0 || std::exchange(mThreads[static_cast<size_t>(number)]->isDetached, true)) {
+        Fail("detaches a thread that there is not");
+    }
+    return 0;
+}
+
+// --- Mutexes and conditions
+
+int Scheduler::InitMutex(const pthread_mutex_t* mutex) {
+    const Inside inside(this);
+    mMutexes[mutex] = {};
+    Touch(mutex);
+    return 0;
+}
+
+int Scheduler::DestroyMutex(const pthread_mutex_t* mutex) {
+    const Inside inside(this);
+    Reschedule();
+    Touch(mutex);
+    Mutex& state = mMutexes[mutex];
+    if (state.owner >= 0) {
+        Fail("destroys a locked mutex");
+    }
+    state.isDestroyed = true;
+    return 0;
+}
+
+int Scheduler::LockMutex(const pthread_mutex_t* mutex) {
+    Access(mutex, sizeof(*mutex), "lock of a mutex in");
+    const Inside inside(this);
+    if (mMutexes[mutex].owner == mCurrent) {
+        Fail("locks a mutex that it holds");
+    }
+    Current().mutex = mutex;
+    Reschedule();
+    Current().mutex = nullptr;
+    if (mMutexes[mutex].isDestroyed) {
+        Fail("locks a destroyed mutex");
+    }
+    mMutexes[mutex].owner = mCurrent;
+    Touch(mutex);
+    return 0;
+}
+
+int Scheduler::UnlockMutex(const pthread_mutex_t* mutex) {
+    Access(mutex, sizeof(*mutex), "unlock of a mutex in");
+    const Inside inside(this);
+    if (mMutexes[mutex].owner != mCurrent) {
+        Fail("unlocks a mutex that it does not hold");
+    }
+    mMutexes[mutex].owner = -1;
+    Touch(mutex);
+    return 0;
+}
+
+int Scheduler::InitCondition(const pthread_cond_t* condition) {
+    const Inside inside(this);
+    mConditions[condition] = {};
+    Touch(condition);
+    return 0;
+}
+
+int Scheduler::DestroyCondition(const pthread_cond_t* condition) {
+    const Inside inside(this);
+    Reschedule();
+    Touch(condition);
+    Condition& state = mConditions[condition];
+    if (!state.waiters.empty()) {
+        Fail("destroys a condition that is waited for");
+    }
+    state.isDestroyed = true;
+    return 0;
+}
+
+int Scheduler::Wait(const pthread_cond_t* condition, const pthread_mutex_t* mutex, bool isTimed) {
+    Access(condition, sizeof(*condition), "wait for a condition in");
+    const Inside inside(this);
+    if (mMutexes[mutex].owner != mCurrent) {
+        Fail("waits for a condition without its mutex");
+    }
+    if (mConditions[condition].isDestroyed) {
+        Fail("waits for a destroyed condition");
+    }
+    Touch(condition);
+    Touch(mutex);
+    mMutexes[mutex].owner = -1;
+    mConditions[condition].waiters.push_back(mCurrent);
+    Thread& thread = Current();
+    thread.condition = condition;
+    thread.mutex = mutex;
+    thread.isTimed = isTimed;
+    thread.result = nullptr;
+    Reschedule();
+    thread.mutex = nullptr;
+    mMutexes[mutex].owner = mCurrent;
+    Touch(condition);
+    Touch(mutex);
+    return std::exchange(thread.result, nullptr) != nullptr ? ETIMEDOUT : 0;
+}
+
+int Scheduler::Wake(const pthread_cond_t* condition, bool all) {
+    Access(condition, sizeof(*condition), "waking of a condition in");
+    const Inside inside(this);
+    Reschedule();
+    Touch(condition);
+    Condition& state = mConditions[condition];
+    if (state.isDestroyed) {
+        Fail("wakes a destroyed condition");
+    }
+    if (all) {
+        for (const int waiter : state.waiters) {
+            mThreads[static_cast<size_t>(waiter)]->condition = nullptr;
+        }
+        state.waiters.clear();
+    } else if (!state.waiters.empty()) {
+        Choice choice;
+        choice.count = state.waiters.size();
+        const size_t way = Choose(choice);
+        mThreads[static_cast<size_t>(state.waiters[way])]->condition = nullptr;
+        state.waiters.erase(state.waiters.begin() + static_cast<long>(way));
+        mHistories[condition] = Combine(mHistories[condition], way);
+    }
+    return 0;
+}
+
+// --- Once and keys
+
+int Scheduler::CallOnce(const void* control, void (*function)()) {
+    {
+        const Inside inside(this);
+        mOnces.try_emplace(control, OnceState::kNew);
+        Current().once = control;
+        Reschedule();
+        Current().once = nullptr;
+        Touch(control);
+        if (mOnces[control] == OnceState::kDone) {
+            return 0;
+        }
+        mOnces[control] = OnceState::kRunning;
+    }
+    function();
+    const Inside inside(this);
+    mOnces[control] = OnceState::kDone;
+    Touch(control);
+    return 0;
+}
+
+int Scheduler::CreateKey(pthread_key_t* key, void (*destructor)(void*)) {
+    const Inside inside(this);
+    *key = static_cast<pthread_key_t>(mKeys.size());
+    mKeys.push_back(destructor);
+    return 0;
+}
+
+void* Scheduler::GetSpecific(pthread_key_t key) const {
+    const auto& values = mThreads[static_cast<size_t>(mCurrent)]->values;
+    const auto found = values.find(key);
+    return found == values.end() ? nullptr : const_cast<void*>(found->second);
+}
+
+int Scheduler::SetSpecific(pthread_key_t key, const void* value) {
+    const Inside inside(this);
+    Current().values[key] = value;
+    return 0;
+}
+
+// --- Memory
+
+void Scheduler::Access(const void* address, size_t size, const char* how) {
+    if (!mArena.Holds(address)) {
+        return;
+    }
+    const Arena::Place place = mArena.Find(address, size);
+    if (place != Arena::Place::kLive) {
+        const Inside inside(this);
+        Fail(std::string(how) + (place == Arena::Place::kFreed ? " memory that is freed"
+                                                               : " memory that is nobody's"));
+    }
+}
+
+void* Scheduler::Allocate(size_t size, size_t alignment) {
+    return mArena.Allocate(size, alignment);
+}
+
+void Scheduler::Free(void* memory) {
+    if (!mArena.Free(memory)) {
+        const Inside inside(this);
+        Fail("frees memory twice, or what was not allocated");
+    }
+}
+
+}  // namespace kvx_schedules

@@ -1,0 +1,219 @@
+// Runs a program of several threads in an order of its choosing.
+#pragma once
+
+#include <pthread.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "schedules/arena.h"
+#include "schedules/fiber.h"
+#include "schedules/program_image.h"
+#include "schedules/strategy.h"
+
+namespace kvx_schedules {
+
+// What limits the runs.
+struct Bounds {
+    unsigned preemptions = 2;   // threads interrupted although they could go on
+    unsigned disturbances = 0;  // calls that fail, waits that end for no reason or by their time
+    // Of the threads that are started alike (the same function with the same argument) so many take
+    // part. The others sleep until somebody joins them: threads that the system is slow to start.
+    int threadsAlike = 2;
+    size_t mostChoices = 20000;  // a run of more is one that does not end
+};
+
+// What a run did that it must not do.
+struct Finding {
+    std::string what;
+    std::string path;  // repeats the run; see Replay
+};
+
+// The one scheduler of the program. It starts no thread of the system: each thread that the code
+// under schedule starts is a fiber, and only its calls of pthread functions, its atomic operations
+// and its calls on files are points where another may go on. Between two such points a thread
+// runs undisturbed, which loses nothing as long as it shares no memory without them.
+class Scheduler {
+  public:
+    Scheduler();
+
+    // Makes a run of `body`, which is the first thread. What is wrong is answered; nothing when the
+    // run went well or was given up by the strategy.
+    std::optional<Finding> Run(Strategy& strategy, const Bounds& bounds,
+                               const std::function<void()>& body);
+
+    // Points of the last run at which there was a choice.
+    size_t Choices() const { return mPath.Length(); }
+    bool WasGivenUp() const { return mWasGivenUp; }
+
+    // --- For the bodies of runs.
+
+    // From here on runs differ. What comes before happens in one order, and what it needs of the
+    // budget is none.
+    void BeginExploring() { mExploring = true; }
+
+    // Waits until no other thread can go on.
+    void WaitUntilQuiet();
+
+    // Ends the run with a finding.
+    [[noreturn]] void Fail(const std::string& what);
+
+    // A point at which something outside the threads goes one way or another, 0 being the usual
+    // one. Costs a disturbance to go another.
+    size_t Disturb(size_t ways);
+
+    const Arena& Memory() const { return mArena; }
+
+    // --- For what takes the place of the system's functions.
+
+    // Whether the caller is code under schedule.
+    bool Controls() const { return mControls; }
+
+    int CreateThread(pthread_t* thread, void* (*function)(void*), void* argument);
+    int JoinThread(pthread_t thread, void** result);
+    int DetachThread(pthread_t thread);
+    pthread_t Self() const;
+
+    int InitMutex(const pthread_mutex_t* mutex);
+    int DestroyMutex(const pthread_mutex_t* mutex);
+    int LockMutex(const pthread_mutex_t* mutex);
+    int UnlockMutex(const pthread_mutex_t* mutex);
+
+    int InitCondition(const pthread_cond_t* condition);
+    int DestroyCondition(const pthread_cond_t* condition);
+    int Wait(const pthread_cond_t* condition, const pthread_mutex_t* mutex, bool isTimed);
+    int Wake(const pthread_cond_t* condition, bool all);
+
+    int CallOnce(const void* control, void (*function)());
+
+    int CreateKey(pthread_key_t* key, void (*destructor)(void*));
+    void* GetSpecific(pthread_key_t key) const;
+    int SetSpecific(pthread_key_t key, const void* value);
+
+    // Before an operation on `object`, of which nothing is known but that it does not wait.
+    void Point(const void* object);
+    // On a file's descriptor.
+    void FilePoint(int descriptor);
+    void Opened(int descriptor);
+    void Closed(int descriptor);
+
+    // Memory is looked at or written to.
+    void Access(const void* address, size_t size, const char* how);
+    void* Allocate(size_t size, size_t alignment);
+    void Free(void* memory);
+    bool Owns(const void* memory) const { return mArena.Holds(memory); }
+
+  private:
+    struct Mutex {
+        int owner = -1;
+        bool isDestroyed = false;
+    };
+    struct Condition {
+        std::deque<int> waiters;
+        bool isDestroyed = false;
+    };
+    enum class OnceState { kNew, kRunning, kDone };
+
+    struct Thread {
+        Fiber fiber;
+        void* (*function)(void*) = nullptr;
+        void* argument = nullptr;
+        void* result = nullptr;
+        bool isLate = false;
+        bool isFinished = false;
+        bool isDetached = false;
+        bool isJoined = false;
+        // What it waits for; all null when it can go on.
+        const pthread_mutex_t* mutex = nullptr;
+        const pthread_cond_t* condition = nullptr;
+        bool isTimed = false;
+        const void* once = nullptr;
+        int joins = -1;
+        bool waitsForQuiet = false;
+        uint64_t history = 0;  // of all that happened before, by order of cause
+        std::map<pthread_key_t, const void*> values;
+    };
+
+    // Calls of the standard library made by the scheduler itself are nobody's business.
+    class Inside {
+      public:
+        explicit Inside(Scheduler* scheduler) : mScheduler(scheduler), mWas(scheduler->mControls) {
+            mScheduler->mControls = false;
+        }
+        ~Inside() { mScheduler->mControls = mWas; }
+        Inside(const Inside&) = delete;
+        Inside& operator=(const Inside&) = delete;
+
+      private:
+        Scheduler* mScheduler;
+        bool mWas;
+    };
+
+    static void BeginThread(void* argument);
+    static void BeginBody(void* argument);
+    void EndThread();
+
+    Thread& Current() { return *mThreads[static_cast<size_t>(mCurrent)]; }
+    bool IsEnabled(const Thread& thread) const;
+    // What could go on now: the current thread first, if it can.
+    void CollectEnabled();
+    // Goes on with whatever thread the strategy chooses.
+    void Reschedule();
+    void SwitchTo(int thread);
+    size_t Choose(Choice& choice);
+    uint64_t State() const;
+    // The current thread does something to `object`.
+    void Touch(const void* object);
+    void Mix(uint64_t value);
+    [[noreturn]] void GiveUp();
+    [[noreturn]] void LeaveRun();
+    void Forget();
+    Thread& AddThread();
+    int ThreadOf(pthread_t thread) const;
+
+    bool mControls = false;
+    bool mExploring = false;
+    bool mWasGivenUp = false;
+    Strategy* mStrategy = nullptr;
+    Bounds mBounds;
+    Bounds mLeft;
+    Path mPath;
+    std::optional<Finding> mFinding;
+    const std::function<void()>* mBody = nullptr;
+
+    Fiber mDriver;
+    std::vector<std::unique_ptr<Thread>> mThreads;
+    std::vector<std::unique_ptr<Thread>> mSpareThreads;  // their stacks serve again
+    int mCurrent = 0;
+    std::vector<int> mEnabled;
+    Choice mChoice;
+
+    std::unordered_map<const void*, Mutex> mMutexes;
+    std::unordered_map<const void*, Condition> mConditions;
+    std::unordered_map<const void*, OnceState> mOnces;
+    std::unordered_map<const void*, uint64_t> mHistories;  // of objects
+    std::vector<void (*)(void*)> mKeys;                    // destructors
+    std::vector<int> mDescriptors;
+
+    Arena mArena;
+    std::unique_ptr<ProgramImage> mImage;
+};
+
+// Null until main() has made it.
+extern Scheduler* gScheduler;
+
+// Whether the caller is code under schedule.
+inline bool IsUnderSchedule() {
+    return gScheduler != nullptr && gScheduler->Controls();
+}
+
+}  // namespace kvx_schedules
