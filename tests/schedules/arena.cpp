@@ -12,6 +12,7 @@ namespace kvx_schedules {
 namespace {
 
 constexpr size_t kMostBlocks = 1 << 18;
+constexpr int kSpoilt = 0xA5;
 
 template <typename T>
 T* Map(size_t count) {
@@ -84,8 +85,12 @@ Arena::Place Arena::Find(const void* address, size_t size) const {
     const size_t first = GranuleOf(address);
     const size_t last =
         GranuleOf(static_cast<const char*>(address) + std::max<size_t>(size, 1) - 1);
+    // A block is live or freed as a whole, and between two there is a gap: of a range longer than
+    // that, the ends and each gap's worth of the way tell.
+    constexpr size_t kStep = kGap / kGranule;
     Place worst = Place::kLive;
-    for (size_t granule = first; granule <= last; ++granule) {
+    for (size_t granule = first; granule <= last;
+         granule = granule == last ? last + 1 : std::min(granule + kStep, last)) {
         if (mMarks[granule] == kGone) {
             return Place::kFreed;
         }
@@ -94,6 +99,13 @@ Arena::Place Arena::Find(const void* address, size_t size) const {
         }
     }
     return worst;
+}
+
+void Arena::Spoil(const Block& block) {
+    char* const start = mBase + size_t{block.start} * kGranule;
+    const size_t end = std::min<size_t>(block.size, 4096);
+    std::memset(start, kSpoilt, end);
+    std::memset(start + block.size - end, kSpoilt, end);
 }
 
 size_t Arena::LiveBlocksOfSize(size_t size) const {
@@ -108,6 +120,9 @@ size_t Arena::SizeOf(const void* memory) const {
 }
 
 void Arena::Reset() {
+    for (size_t block = 0; block < mBlockCount; ++block) {
+        Spoil(mBlocks[block]);
+    }
     std::memset(mMarks, kNobodys, RoundUp(mUsed, kGranule) / kGranule);
     mBlockCount = 0;
     mUsed = 0;

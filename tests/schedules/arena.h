@@ -56,6 +56,8 @@ class Arena {
         return static_cast<size_t>(static_cast<const char*>(address) - mBase) / kGranule;
     }
     const Block* FindBlock(const void* memory) const;
+    // What one run wrote must not look right to the next: not where it begins, nor where it ends.
+    void Spoil(const Block& block);
 
     char* mBase;
     uint8_t* mMarks;  // one for each granule

@@ -21,7 +21,7 @@ void Look(const void* address, size_t size, const char* how) {
 void AtomicPoint(const volatile void* address, size_t size) {
     if (IsUnderSchedule()) {
         const void* object = const_cast<const void*>(address);
-        gScheduler->Point(object);
+        gScheduler->Point(object, "atomic");
         // Only now: others may have gone on in between.
         gScheduler->Access(object, size, "atomic operation on");
     }

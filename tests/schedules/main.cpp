@@ -3,11 +3,12 @@
 //     kvx_schedules [OPTIONS] [SCENARIO...]     all scenarios if none is named
 //
 //       --list              names and stories
+//       --self-test         the scheduler's own test, in place of scenarios
 //       --preemptions N     threads interrupted in one run, 2 if not said; 0, 1 ... N in turn
 //       --seconds S         for each scenario; without a limit if not said
 //       --random RUNS       random priorities in place of every order
 //       --seed N            for these
-//       --replay PATH       one run of one scenario, with the log
+//       --replay PATH       one run of one scenario, with its points and the importer's log
 //
 // A line a scenario. Ends with 1 when a run has done what it must not do; the line then has the
 // path that repeats it.
@@ -26,6 +27,7 @@
 
 #include "schedules/scenarios.h"
 #include "schedules/scheduler.h"
+#include "schedules/self_test.h"
 #include "schedules/strategy.h"
 
 namespace kvx_schedules {
@@ -114,6 +116,7 @@ bool Play(const Scenario& scenario, const Movies& movies, const Options& options
     if (options.replay != nullptr) {
         bounds.preemptions = static_cast<unsigned>(-1);
         Replay strategy(options.replay);
+        gScheduler->Trace();
         return Report(scenario, "replay", RunAll(scenario, movies, strategy, bounds, end),
                       seconds());
     }
@@ -141,6 +144,7 @@ bool Play(const Scenario& scenario, const Movies& movies, const Options& options
 int Main(int argc, char** argv) {
     static const option kOptions[] = {
         {"list", no_argument, nullptr, 'l'},
+        {"self-test", no_argument, nullptr, 't'},
         {"preemptions", required_argument, nullptr, 'p'},
         {"seconds", required_argument, nullptr, 's'},
         {"random", required_argument, nullptr, 'r'},
@@ -156,6 +160,9 @@ int Main(int argc, char** argv) {
                     std::printf("%-14s %s\n", scenario.name, scenario.story);
                 }
                 return 0;
+            case 't':
+                gScheduler = new Scheduler;
+                return SelfTest() ? 0 : 1;
             case 'p':
                 options.preemptions = static_cast<unsigned>(std::atoi(optarg));
                 break;

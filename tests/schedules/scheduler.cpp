@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
@@ -171,7 +172,11 @@ void Scheduler::CollectEnabled() {
     }
 }
 
-void Scheduler::Reschedule() {
+void Scheduler::Reschedule(const char* what, const void* object) {
+    if (mTraces) {
+        std::printf("%5zu  thread %d  %s %p\n", mPath.Length(), mCurrent, what, object);
+        std::fflush(stdout);
+    }
     CollectEnabled();
     // Waits that end for no reason, or since their time is up.
     const size_t ready = mEnabled.size();
@@ -205,7 +210,7 @@ void Scheduler::Reschedule() {
         thread.result = thread.isTimed ? this : nullptr;  // read by Wait
         thread.history = Combine(thread.history, 1);
         if (!IsEnabled(thread)) {  // its mutex is taken
-            Reschedule();
+            Reschedule("woken", thread.mutex);
             return;
         }
     }
@@ -233,15 +238,15 @@ void Scheduler::Touch(const void* object) {
     history = Current().history = Combine(Current().history, history);
 }
 
-void Scheduler::Point(const void* object) {
+void Scheduler::Point(const void* object, const char* what) {
     const Inside inside(this);
-    Reschedule();
+    Reschedule(what, object);
     Touch(object);
 }
 
 void Scheduler::FilePoint(int descriptor) {
     // No object lives at such an address.
-    Point(reinterpret_cast<const void*>(static_cast<uintptr_t>(descriptor) + 1));
+    Point(reinterpret_cast<const void*>(static_cast<uintptr_t>(descriptor) + 1), "file");
 }
 
 void Scheduler::Opened(int descriptor) {
@@ -258,7 +263,7 @@ void Scheduler::Closed(int descriptor) {
 void Scheduler::WaitUntilQuiet() {
     const Inside inside(this);
     Current().waitsForQuiet = true;
-    Reschedule();
+    Reschedule("wait until quiet", nullptr);
     Current().waitsForQuiet = false;
     for (const auto& thread : mThreads) {
         Mix(thread->history);
@@ -335,7 +340,7 @@ void Scheduler::EndThread() {
     }
     mControls = false;
     thread.isFinished = true;
-    Reschedule();
+    Reschedule("end", nullptr);
     std::abort();  // nobody goes on with a thread that has ended
 }
 
@@ -352,7 +357,7 @@ int Scheduler::JoinThread(pthread_t handle, void** result) {
     thread.isJoined = true;
     thread.isLate = false;
     Current().joins = number;
-    Reschedule();
+    Reschedule("join", nullptr);
     Current().joins = -1;
     Mix(thread.history);
     if (result != nullptr) {
@@ -381,7 +386,7 @@ int Scheduler::InitMutex(const pthread_mutex_t* mutex) {
 
 int Scheduler::DestroyMutex(const pthread_mutex_t* mutex) {
     const Inside inside(this);
-    Reschedule();
+    Reschedule("destroy mutex", mutex);
     Touch(mutex);
     Mutex& state = mMutexes[mutex];
     if (state.owner >= 0) {
@@ -398,7 +403,7 @@ int Scheduler::LockMutex(const pthread_mutex_t* mutex) {
         Fail("locks a mutex that it holds");
     }
     Current().mutex = mutex;
-    Reschedule();
+    Reschedule("lock", mutex);
     Current().mutex = nullptr;
     if (mMutexes[mutex].isDestroyed) {
         Fail("locks a destroyed mutex");
@@ -428,7 +433,7 @@ int Scheduler::InitCondition(const pthread_cond_t* condition) {
 
 int Scheduler::DestroyCondition(const pthread_cond_t* condition) {
     const Inside inside(this);
-    Reschedule();
+    Reschedule("destroy condition", condition);
     Touch(condition);
     Condition& state = mConditions[condition];
     if (!state.waiters.empty()) {
@@ -456,7 +461,7 @@ int Scheduler::Wait(const pthread_cond_t* condition, const pthread_mutex_t* mute
     thread.mutex = mutex;
     thread.isTimed = isTimed;
     thread.result = nullptr;
-    Reschedule();
+    Reschedule("wait", condition);
     thread.mutex = nullptr;
     mMutexes[mutex].owner = mCurrent;
     Touch(condition);
@@ -467,7 +472,7 @@ int Scheduler::Wait(const pthread_cond_t* condition, const pthread_mutex_t* mute
 int Scheduler::Wake(const pthread_cond_t* condition, bool all) {
     Access(condition, sizeof(*condition), "waking of a condition in");
     const Inside inside(this);
-    Reschedule();
+    Reschedule(all ? "broadcast" : "signal", condition);
     Touch(condition);
     Condition& state = mConditions[condition];
     if (state.isDestroyed) {
@@ -496,7 +501,7 @@ int Scheduler::CallOnce(const void* control, void (*function)()) {
         const Inside inside(this);
         mOnces.try_emplace(control, OnceState::kNew);
         Current().once = control;
-        Reschedule();
+        Reschedule("once", control);
         Current().once = nullptr;
         Touch(control);
         if (mOnces[control] == OnceState::kDone) {

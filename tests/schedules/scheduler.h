@@ -55,6 +55,9 @@ class Scheduler {
     size_t Choices() const { return mPath.Length(); }
     bool WasGivenUp() const { return mWasGivenUp; }
 
+    // Prints the points of runs, each with the number of the choice that comes next.
+    void Trace() { mTraces = true; }
+
     // --- For the bodies of runs.
 
     // From here on runs differ. What comes before happens in one order, and what it needs of the
@@ -100,7 +103,7 @@ class Scheduler {
     int SetSpecific(pthread_key_t key, const void* value);
 
     // Before an operation on `object`, of which nothing is known but that it does not wait.
-    void Point(const void* object);
+    void Point(const void* object, const char* what);
     // On a file's descriptor.
     void FilePoint(int descriptor);
     void Opened(int descriptor);
@@ -166,8 +169,9 @@ class Scheduler {
     bool IsEnabled(const Thread& thread) const;
     // What could go on now: the current thread first, if it can.
     void CollectEnabled();
-    // Goes on with whatever thread the strategy chooses.
-    void Reschedule();
+    // Goes on with whatever thread the strategy chooses. `what` and `object` are what the current
+    // one is about to do.
+    void Reschedule(const char* what, const void* object);
     void SwitchTo(int thread);
     size_t Choose(Choice& choice);
     uint64_t State() const;
@@ -183,6 +187,7 @@ class Scheduler {
     bool mControls = false;
     bool mExploring = false;
     bool mWasGivenUp = false;
+    bool mTraces = false;
     Strategy* mStrategy = nullptr;
     Bounds mBounds;
     Bounds mLeft;

@@ -91,6 +91,7 @@ void HostThread::Join() {
 Stage::Stage() : buffers(host), cache(host), importer(host, {&xImportEntry, &AsyncImportEntry}) {
     buffers.settings.slackBytes = 16;
     buffers.settings.guardBytes = 16;
+    buffers.settings.fills = false;  // the arena spoils what it hands out
 }
 
 Stage::~Stage() = default;

@@ -45,7 +45,7 @@ size_t EveryRun::Choose(const Choice& choice) {
         }
         return mPath[mDepth++].taken;
     }
-    if (mVisited.Covers(choice.state, choice.budget)) {
+    if (mPrunes && mVisited.Covers(choice.state, choice.budget)) {
         return kGiveUp;
     }
     mPath.push_back({0, choice.count});
@@ -59,7 +59,6 @@ bool EveryRun::NextRun() {
         mPath.pop_back();
     }
     if (mPath.empty()) {
-        mExhausted = true;
         return false;
     }
     ++mPath.back().taken;

@@ -38,10 +38,11 @@ class Strategy {
 // least the same budget has shown.
 class EveryRun : public Strategy {
   public:
+    // Without `prunes` no run is left out.
+    explicit EveryRun(bool prunes = true) : mPrunes(prunes) {}
+
     size_t Choose(const Choice& choice) override;
     bool NextRun() override;
-
-    bool IsExhausted() const { return mExhausted; }
 
   private:
     struct Node {
@@ -68,10 +69,10 @@ class EveryRun : public Strategy {
         size_t mCount = 0;
     };
 
+    const bool mPrunes;
     std::vector<Node> mPath;
     size_t mDepth = 0;
     Visited mVisited;
-    bool mExhausted = false;
 };
 
 // Random priorities that change at a few random points: finds a fault that takes d changes with a
