@@ -52,7 +52,7 @@ ssize_t __wrap_pread(int descriptor, void* buffer, size_t size, off_t offset) {
         return __real_pread(descriptor, buffer, size, offset);
     }
     gScheduler->FilePoint(descriptor);
-    if (gScheduler->Disturb(2) == 1) {
+    if (gScheduler->Fails()) {
         errno = EIO;
         return -1;
     }

@@ -120,6 +120,7 @@ std::vector<Scenario> FrameScenarios() {
         {"tickets", "a frame of several reads", &OfSeveralTickets},
         {"two_frames", "two frames of one importer", &TwoFrames},
         {"asked_twice", "a frame that is asked for twice", &AskedTwice},
+        {"woken", "threads of the pools wake for no reason", &Copied, 0, 1},
         {"looked_for", "a frame is looked for on its way", &LookedFor},
         {"first_frames", "two threads ask for the first frames of the process",
          &FirstFramesOfTwoThreads},

@@ -103,8 +103,8 @@ bool Report(const Scenario& scenario, const std::string& how, const Result& resu
 
 bool Play(const Scenario& scenario, const Movies& movies, const Options& options) {
     Bounds bounds;
-    bounds.disturbances = scenario.disturbances;
-    bounds.threadsAlike = scenario.threadsAlike;
+    bounds.failures = scenario.failures;
+    bounds.wakeUps = scenario.wakeUps;
     const auto start = Clock::now();
     const auto seconds = [&] {
         return std::chrono::duration<double>(Clock::now() - start).count();

@@ -13,10 +13,17 @@ namespace {
 constexpr PrPixelFormat kSameLayout = PrPixelFormat_UYVY_422_8u_601;
 constexpr PrPixelFormat kConverted = PrPixelFormat_BGRA_4444_8u;
 
+// Where it is a read that fails, not a thread that does not start.
+void StartPools(Stage& stage, Stage::Show& show) {
+    Stage::Require(Stage::Ask(show, 0, kSameLayout) == aiNoError, "a request is refused");
+    stage.RequireFrame(show, 0);
+}
+
 // Delivered, read or unread; a buffer of the host must not be written once it is given back.
 void OneOfSeveralTicketsFails(const Movies& movies) {
     Stage stage;
     Stage::Show& show = stage.Open(movies.large);
+    StartPools(stage, show);
     gScheduler->BeginExploring();
     Stage::Require(Stage::Ask(show, 1, kSameLayout) == aiNoError, "a request is refused");
     stage.RequireFrame(show, 1, 1, false);
@@ -26,6 +33,7 @@ void OneOfSeveralTicketsFails(const Movies& movies) {
 void AReadFails(const Movies& movies) {
     Stage stage;
     Stage::Show& show = stage.Open(movies.copied);
+    StartPools(stage, show);
     gScheduler->BeginExploring();
     Stage::Require(Stage::Ask(show, 1, kConverted) == aiNoError, "a request is refused");
     stage.RequireFrame(show, 1, 1, false);

@@ -13,9 +13,8 @@ struct Scenario {
     const char* name;
     const char* story;
     void (*body)(const Movies& movies);
-    // Of the two that a scenario wants for itself; preemptions are the caller's.
-    unsigned disturbances = 0;
-    int threadsAlike = 2;
+    unsigned failures = 0;
+    unsigned wakeUps = 0;
 };
 
 const std::vector<Scenario>& Scenarios();

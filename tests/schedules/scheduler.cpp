@@ -103,7 +103,8 @@ void Scheduler::BeginBody(void* argument) {
 // --- Choices
 
 uint64_t Scheduler::State() const {
-    uint64_t state = Combine(static_cast<uint64_t>(mCurrent), mLeft.disturbances);
+    uint64_t state =
+        Combine(Combine(static_cast<uint64_t>(mCurrent), mLeft.failures), mLeft.wakeUps);
     for (const auto& thread : mThreads) {
         state = Combine(state, thread->history);
     }
@@ -127,16 +128,14 @@ size_t Scheduler::Choose(Choice& choice) {
     return way;
 }
 
-size_t Scheduler::Disturb(size_t ways) {
+bool Scheduler::Fails() {
     const Inside inside(this);
     Choice choice;
-    choice.count = mLeft.disturbances == 0 ? 1 : ways;
+    choice.count = mLeft.failures == 0 ? 1 : 2;
     const size_t way = Choose(choice);
-    if (way != 0) {
-        --mLeft.disturbances;
-    }
+    mLeft.failures -= static_cast<unsigned>(way);
     Mix(way);
-    return way;
+    return way != 0;
 }
 
 bool Scheduler::IsEnabled(const Thread& thread) const {
@@ -180,7 +179,7 @@ void Scheduler::Reschedule(const char* what, const void* object) {
     CollectEnabled();
     // Waits that end for no reason, or since their time is up.
     const size_t ready = mEnabled.size();
-    if (mLeft.disturbances > 0 && mExploring) {
+    if (mLeft.wakeUps > 0 && mExploring) {
         for (size_t thread = 0; thread < mThreads.size(); ++thread) {
             if (mThreads[thread]->condition != nullptr) {
                 mEnabled.push_back(static_cast<int>(thread));
@@ -203,7 +202,7 @@ void Scheduler::Reschedule(const char* what, const void* object) {
     const int next = mChoice.threads[way];
     Thread& thread = *mThreads[static_cast<size_t>(next)];
     if (thread.condition != nullptr) {
-        --mLeft.disturbances;
+        --mLeft.wakeUps;
         auto& waiters = mConditions[thread.condition].waiters;
         waiters.erase(std::find(waiters.begin(), waiters.end(), next));
         thread.condition = nullptr;
@@ -304,7 +303,7 @@ pthread_t Scheduler::Self() const {
 }
 
 int Scheduler::CreateThread(pthread_t* handle, void* (*function)(void*), void* argument) {
-    if (Disturb(2) == 1) {
+    if (Fails()) {
         return EAGAIN;
     }
     const Inside inside(this);

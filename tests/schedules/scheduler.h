@@ -24,8 +24,9 @@ namespace kvx_schedules {
 
 // What limits the runs.
 struct Bounds {
-    unsigned preemptions = 2;   // threads interrupted although they could go on
-    unsigned disturbances = 0;  // calls that fail, waits that end for no reason or by their time
+    unsigned preemptions = 2;  // threads interrupted although they could go on
+    unsigned failures = 0;     // calls of the system that fail
+    unsigned wakeUps = 0;      // waits that end for no reason, or since their time is up
     // Of the threads that are started alike (the same function with the same argument) so many take
     // part. The others sleep until somebody joins them: threads that the system is slow to start.
     int threadsAlike = 2;
@@ -70,9 +71,8 @@ class Scheduler {
     // Ends the run with a finding.
     [[noreturn]] void Fail(const std::string& what);
 
-    // A point at which something outside the threads goes one way or another, 0 being the usual
-    // one. Costs a disturbance to go another.
-    size_t Disturb(size_t ways);
+    // Whether a call of the system fails here. Costs a failure.
+    bool Fails();
 
     const Arena& Memory() const { return mArena; }
 

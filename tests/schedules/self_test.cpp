@@ -196,7 +196,7 @@ struct Known {
     const char* name;
     void (*body)();
     unsigned preemptions;
-    unsigned disturbances;
+    unsigned wakeUps;
     bool prunes;
     long runs;            // of all orders; 0 where a finding ends them
     const char* finding;  // the beginning of its words
@@ -234,7 +234,7 @@ bool Repeats(const Finding& finding, const Bounds& bounds, const std::function<v
 bool Check(const Known& known) {
     Bounds bounds;
     bounds.preemptions = known.preemptions;
-    bounds.disturbances = known.disturbances;
+    bounds.wakeUps = known.wakeUps;
     bounds.mostChoices = 2000;
     EveryRun strategy(known.prunes);
     const std::function<void()> body = known.body;
