@@ -15,6 +15,7 @@
 
 #include <fcntl.h>
 #include <getopt.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -69,6 +70,20 @@ class Silence {
   private:
     int mError;
 };
+
+// A run that crashes is a finding like another. Whatever the thread was at is left as it is.
+void FailOnCrashes() {
+    struct sigaction action = {};
+    action.sa_handler = [](int signal) {
+        if (!IsUnderSchedule()) {
+            std::_Exit(128 + signal);
+        }
+        gScheduler->Fail(signal == SIGSEGV ? "looks at an address that is nobody's" : "aborts");
+    };
+    action.sa_flags = SA_NODEFER;
+    sigaction(SIGSEGV, &action, nullptr);
+    sigaction(SIGABRT, &action, nullptr);
+}
 
 Result RunAll(const Scenario& scenario, const Movies& movies, Strategy& strategy,
               const Bounds& bounds, Clock::time_point end) {
@@ -194,6 +209,7 @@ int Main(int argc, char** argv) {
     }
     const auto movies = std::make_unique<Movies>();
     gScheduler = new Scheduler;
+    FailOnCrashes();
     bool isGood = true;
     for (const Scenario& scenario : all) {
         isGood = (!isNamed(scenario) || Play(scenario, *movies, options)) && isGood;
