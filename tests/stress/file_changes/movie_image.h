@@ -32,7 +32,7 @@ constexpr int kSoundFrames = 960;  // of four bytes
 Movie MakeMovie(const kvx_test::TempDirectory& directory, int width, int height, int frames,
                 uint64_t skew);
 
-// The slices that a frame is read in, by the rule: whole pages, but not past the end that the file
+// The slices that a frame is read in: whole pages, but not past the end that the file
 // had when it was opened; at once up to 2 MiB, else by 1 MiB.
 struct Slice {
     int64_t offset;
