@@ -268,7 +268,7 @@ TEST(ReadBuffers, MemoryIsAskedForOnceWhenNothingIsKept) {
 // freed.
 constexpr size_t kMapped = 40 * kMiB;
 
-bool IsMapped(char* memory) {
+[[maybe_unused]] bool IsMapped(char* memory) {
     unsigned char resident = 0;
     return mincore(memory, 1, &resident) == 0;
 }

@@ -7,10 +7,13 @@ namespace macho {
 
 std::vector<Shim> StandardOutputShims() {
     return {
-        Data("___stderrp", &stderr),      Function("_flockfile", &flockfile),
-        Function("_fprintf", &fprintf),   Function("_fputc", &fputc),
-        Function("_fputs", &fputs),       Function("_funlockfile", &funlockfile),
-        Function("_fwrite", &fwrite),     Function("_snprintf", &snprintf),
+        Data("___stderrp", &stderr),
+        Function("_flockfile", &flockfile),
+        Function("_fprintf", &fprintf),
+        Function("_fputc", &fputc),
+        Function("_funlockfile", &funlockfile),
+        Function("_fwrite", &fwrite),
+        Function("_snprintf", &snprintf),
         Function("_vfprintf", &vfprintf),
     };
 }
