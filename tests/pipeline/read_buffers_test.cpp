@@ -399,40 +399,6 @@ TEST_F(ReadBuffersOfFrames, AClipsFramesUseOneBufferAfterTheOtherUntilItIsClosed
     EXPECT_EQ(CallCount(SystemCall::kValloc), before + 1);
 }
 
-// The host asks for the next frame as soon as it has this one.
-TEST_F(ReadBuffersOfFrames, AFramesBufferIsBackWhenTheHostHearsOfIt) {
-    OpenMovie(MovieOfPicture(kHalfPages, 2, kvx_test::kMediaOffset + 2500));
-    kvx_test::PoolByHand<KVX::ReadController> reading;
-    kvx_test::PoolByHand<KVX::ImportFrameConverter> converting;
-    static long sFresh;
-    static PrSDKPPixCacheSuite sUsual;
-    sUsual = *module->mCacheSuite;
-    PrSDKPPixCacheSuite cacheSuite = sUsual;
-    cacheSuite.AddFrameToCache = [](uint32_t importerID, int32_t stream, PPixHand ppix,
-                                    int32_t index, void* preferences, int32_t size) {
-        const long before = CallCount(SystemCall::kValloc);
-        // What the next frame of the clip takes, with the pages that it lies in.
-        Turn(kHalfPages.frameSize + 8192);
-        sFresh = CallCount(SystemCall::kValloc) - before;
-        return sUsual.AddFrameToCache(importerID, stream, ppix, index, preferences, size);
-    };
-    for (const PrPixelFormat format :
-         {PrPixelFormat_V210_422_10u_709, PrPixelFormat_BGRA_4444_8u}) {
-        // Nothing is left from before.
-        module->Close();
-        static_cast<void>(modules.back().release());
-        modules.back().reset(KVX::AsyncImportModule::Create(
-            clip->ImporterID(), kvx_hostkit::Host::BasicSuite(), track));
-        module = modules.back().get();
-        module->mCacheSuite = &cacheSuite;
-        sFresh = -1;
-        ASSERT_EQ(NewFrame(format)->Issue(), 0);
-        RunAll(reading);
-        RunAll(converting);
-        EXPECT_EQ(sFresh, 0);
-    }
-}
-
 // Whoever holds a frame may look at its bytes, and have them converted again.
 TEST_F(ReadBuffersOfFrames, AFrameThatIsHeldKeepsItsBytes) {
     OpenMovie(MovieOfPicture(kHalfPages, 1, kvx_test::kMediaOffset + 2500));
