@@ -16,12 +16,12 @@ constexpr PrPixelFormat kConverted = PrPixelFormat_BGRA_4444_8u;
 // Where it is a read that fails, not a thread that does not start.
 void StartPools(Stage& stage, Stage::Show& show) {
     Stage::Require(Stage::Ask(show, 0, kSameLayout) == aiNoError, "a request is refused");
-    stage.RequireFrame(show, 0);
+    stage.RequireFrame(show, 0, 1, false);
 }
 
 // Delivered, read or unread; a buffer of the host must not be written once it is given back.
-void OneOfSeveralTicketsFails(const Movies& movies) {
-    Stage stage;
+void SeveralTicketsFail(const Movies& movies) {
+    Stage stage(0);  // which lets go of a frame at once
     Stage::Show& show = stage.Open(movies.large);
     StartPools(stage, show);
     gScheduler->BeginExploring();
@@ -104,7 +104,7 @@ void QuietBesideARequest(const Movies& movies) {
 
 std::vector<Scenario> RequestScenarios() {
     return {
-        {"ticket_fails", "one of several reads of a frame fails", &OneOfSeveralTicketsFails, 1},
+        {"ticket_fails", "several reads of a frame fail", &SeveralTicketsFail, 2},
         {"read_fails", "the read of a converted frame fails", &AReadFails, 1},
         {"cancelled", "a request of several reads is cancelled", &Cancelled},
         {"quiet_reopen", "a file sleeps and wakes between two reads of a frame", &QuietAndReopened},

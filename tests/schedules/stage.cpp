@@ -88,7 +88,8 @@ void HostThread::Join() {
     }
 }
 
-Stage::Stage() : buffers(host), cache(host), importer(host, {&xImportEntry, &AsyncImportEntry}) {
+Stage::Stage(size_t cached)
+    : buffers(host), cache(host, cached), importer(host, {&xImportEntry, &AsyncImportEntry}) {
     buffers.settings.slackBytes = 16;
     buffers.settings.guardBytes = 16;
     buffers.settings.fills = false;  // the arena spoils what it hands out

@@ -64,7 +64,8 @@ class HostThread {
 // The host with one clip or several. Frames are known by their numbers.
 class Stage {
   public:
-    Stage();
+    // Of a host whose cache holds so many frames.
+    explicit Stage(size_t cached = kvx_hostkit::FrameCache::kUnbounded);
     ~Stage();
 
     Stage(const Stage&) = delete;
