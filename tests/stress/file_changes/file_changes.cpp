@@ -90,6 +90,13 @@ void Convert(const Stage& stage, Movie& movie) {
 
 constexpr long kReadThreads = 8;
 
+// The thread sanitizer starts one beside the first of the program's.
+#if defined(__SANITIZE_THREAD__)
+constexpr long kSanitizerThreads = 1;
+#else
+constexpr long kSanitizerThreads = 0;
+#endif
+
 long CountThreads() {
     long count = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
@@ -105,7 +112,8 @@ int main(int argc, char** argv) {
     const int64_t seed = argc > 2 ? std::atoll(argv[2]) : 1;
     // With the pools', which start with the first frame. Those that give buffers back to the system
     // end by themselves.
-    const long threads = CountThreads() + kReadThreads + std::thread::hardware_concurrency();
+    const long threads =
+        CountThreads() + kReadThreads + std::thread::hardware_concurrency() + kSanitizerThreads;
 
     const kvx_test::TempDirectory directory;
     std::vector<Movie> movies;
