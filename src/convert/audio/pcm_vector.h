@@ -4,57 +4,48 @@
 // scalar code to the bit.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include <cstddef>
 
+#include "convert/vector128.h"
+
 namespace KVX::Converter::Audio {
+
+using namespace Vector128;
 
 constexpr size_t kVectorFrames = 4;
 
 // Four frames, a vector for each channel and 32 bits for each sample.
 template <size_t kChannels>
 struct ChannelVectors {
-    __m128i v[kChannels];
+    Integers v[kChannels];
 };
 
 // Samples of kBytes in the machine's byte order.
 template <size_t kBytes, bool kSwap>
-inline __m128i OrderBytes(__m128i samples) {
+inline Integers OrderBytes(Integers samples) {
     if constexpr (!kSwap) {
         return samples;
     } else if constexpr (kBytes == 2) {
-        return _mm_shuffle_epi8(
-            samples, _mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14));
+        return ShuffleBytes(samples,
+                            MakeBytes(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14));
     } else {
-        return _mm_shuffle_epi8(
-            samples, _mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
+        return ShuffleBytes(samples,
+                            MakeBytes(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
     }
 }
 
 template <size_t kBytes, bool kSwap>
-inline __m128i LoadSixteenBytes(const char* from) {
-    return OrderBytes<kBytes, kSwap>(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
-}
-
-inline __m128i LoadEightBytes(const char* from) {
-    return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
-}
-
-// Lanes kA and kB of a, then kC and kD of b.
-template <int kA, int kB, int kC, int kD>
-inline __m128i TakeLanes(__m128i a, __m128i b) {
-    return _mm_castps_si128(
-        _mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _MM_SHUFFLE(kD, kC, kB, kA)));
+inline Integers LoadSixteenBytes(const char* from) {
+    return OrderBytes<kBytes, kSwap>(Load(from));
 }
 
 // Two samples of 16 bits in each lane, sign-extended: the lower, which comes first, and the upper.
-inline __m128i LowerHalves(__m128i lanes) {
-    return _mm_srai_epi32(_mm_slli_epi32(lanes, 16), 16);
+inline Integers LowerHalves(Integers lanes) {
+    return ShiftDwordsRight<16>(ShiftDwordsLeft<16>(lanes));
 }
 
-inline __m128i UpperHalves(__m128i lanes) {
-    return _mm_srai_epi32(lanes, 16);
+inline Integers UpperHalves(Integers lanes) {
+    return ShiftDwordsRight<16>(lanes);
 }
 
 // How samples of so many bytes and channels are taken apart.
@@ -64,15 +55,15 @@ struct Interleaved;
 template <bool kSwap>
 struct Interleaved<2, 1, kSwap> {
     static ChannelVectors<1> Load(const char* from) {
-        const __m128i words = OrderBytes<2, kSwap>(LoadEightBytes(from));
-        return {{UpperHalves(_mm_unpacklo_epi16(words, words))}};
+        const Integers words = OrderBytes<2, kSwap>(LoadEightBytes(from));
+        return {{UpperHalves(InterleaveLowWords(words, words))}};
     }
 };
 
 template <bool kSwap>
 struct Interleaved<2, 2, kSwap> {
     static ChannelVectors<2> Load(const char* from) {
-        const __m128i pairs = LoadSixteenBytes<2, kSwap>(from);
+        const Integers pairs = LoadSixteenBytes<2, kSwap>(from);
         return {{LowerHalves(pairs), UpperHalves(pairs)}};
     }
 };
@@ -81,13 +72,13 @@ struct Interleaved<2, 2, kSwap> {
 template <bool kSwap>
 struct Interleaved<2, 6, kSwap> {
     static ChannelVectors<6> Load(const char* from) {
-        const __m128i a = LoadSixteenBytes<2, kSwap>(from);
-        const __m128i b = LoadSixteenBytes<2, kSwap>(from + 16);
-        const __m128i c = LoadSixteenBytes<2, kSwap>(from + 32);
-        const __m128i first = TakeLanes<0, 3, 0, 2>(a, TakeLanes<2, 2, 1, 1>(b, c));
-        const __m128i second =
-            TakeLanes<0, 2, 0, 2>(TakeLanes<1, 1, 0, 0>(a, b), TakeLanes<3, 3, 2, 2>(b, c));
-        const __m128i third = TakeLanes<0, 2, 0, 3>(TakeLanes<2, 2, 1, 1>(a, b), c);
+        const Integers a = LoadSixteenBytes<2, kSwap>(from);
+        const Integers b = LoadSixteenBytes<2, kSwap>(from + 16);
+        const Integers c = LoadSixteenBytes<2, kSwap>(from + 32);
+        const Integers first = TakeDwords<0, 3, 0, 2>(a, TakeDwords<2, 2, 1, 1>(b, c));
+        const Integers second =
+            TakeDwords<0, 2, 0, 2>(TakeDwords<1, 1, 0, 0>(a, b), TakeDwords<3, 3, 2, 2>(b, c));
+        const Integers third = TakeDwords<0, 2, 0, 3>(TakeDwords<2, 2, 1, 1>(a, b), c);
         return {{LowerHalves(first), UpperHalves(first), LowerHalves(second), UpperHalves(second),
                  LowerHalves(third), UpperHalves(third)}};
     }
@@ -101,9 +92,9 @@ struct Interleaved<4, 1, kSwap> {
 template <bool kSwap>
 struct Interleaved<4, 2, kSwap> {
     static ChannelVectors<2> Load(const char* from) {
-        const __m128i low = LoadSixteenBytes<4, kSwap>(from);
-        const __m128i high = LoadSixteenBytes<4, kSwap>(from + 16);
-        return {{TakeLanes<0, 2, 0, 2>(low, high), TakeLanes<1, 3, 1, 3>(low, high)}};
+        const Integers low = LoadSixteenBytes<4, kSwap>(from);
+        const Integers high = LoadSixteenBytes<4, kSwap>(from + 16);
+        return {{TakeDwords<0, 2, 0, 2>(low, high), TakeDwords<1, 3, 1, 3>(low, high)}};
     }
 };
 
@@ -114,11 +105,12 @@ struct Interleaved<4, 6, kSwap> {
         ChannelVectors<6> channels;
         for (size_t pair = 0; pair < 3; ++pair) {
             const char* const at = from + 8 * pair;
-            const __m128i low = _mm_unpacklo_epi64(LoadEightBytes(at), LoadEightBytes(at + kFrame));
-            const __m128i high = _mm_unpacklo_epi64(LoadEightBytes(at + 2 * kFrame),
-                                                    LoadEightBytes(at + 3 * kFrame));
-            channels.v[2 * pair] = OrderBytes<4, kSwap>(TakeLanes<0, 2, 0, 2>(low, high));
-            channels.v[2 * pair + 1] = OrderBytes<4, kSwap>(TakeLanes<1, 3, 1, 3>(low, high));
+            const Integers low =
+                InterleaveLowQwords(LoadEightBytes(at), LoadEightBytes(at + kFrame));
+            const Integers high = InterleaveLowQwords(LoadEightBytes(at + 2 * kFrame),
+                                                      LoadEightBytes(at + 3 * kFrame));
+            channels.v[2 * pair] = OrderBytes<4, kSwap>(TakeDwords<0, 2, 0, 2>(low, high));
+            channels.v[2 * pair + 1] = OrderBytes<4, kSwap>(TakeDwords<1, 3, 1, 3>(low, high));
         }
         return channels;
     }
@@ -133,8 +125,8 @@ struct FourSamples {
 template <>
 struct FourSamples<short> {
     static constexpr bool kExist = true;
-    static __m128 Scale(__m128i values) {
-        return _mm_div_ps(_mm_cvtepi32_ps(values), _mm_set1_ps(32767.0F));
+    static Floats Scale(Integers values) {
+        return DivideFloats(ToFloats(values), EveryFloat(32767.0F));
     }
 };
 
@@ -142,15 +134,15 @@ struct FourSamples<short> {
 template <>
 struct FourSamples<int> {
     static constexpr bool kExist = true;
-    static __m128 Scale(__m128i values) {
-        return _mm_mul_ps(_mm_cvtepi32_ps(values), _mm_set1_ps(0x1p-31F));
+    static Floats Scale(Integers values) {
+        return MultiplyFloats(ToFloats(values), EveryFloat(0x1p-31F));
     }
 };
 
 template <>
 struct FourSamples<float> {
     static constexpr bool kExist = true;
-    static __m128 Scale(__m128i values) { return _mm_castsi128_ps(values); }
+    static Floats Scale(Integers values) { return AsFloats(values); }
 };
 
 // Converts as many frames as go in fours and answers how many those are.
@@ -161,7 +153,7 @@ size_t WritePlanesInFours(const char* samples, float* const* planes, size_t fram
         const auto channels =
             Interleaved<sizeof(T), kChannels, kSwap>::Load(samples + frame * kChannels * sizeof(T));
         for (size_t c = 0; c < kChannels; ++c) {
-            _mm_storeu_ps(planes[c] + frame, FourSamples<T>::Scale(channels.v[c]));
+            Store(planes[c] + frame, FourSamples<T>::Scale(channels.v[c]));
         }
     }
     return frame;

@@ -1,25 +1,20 @@
 // The host's BGRA formats as sources of ConvertGroupsToYUV. Alpha is dropped.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include "convert/video/rgb_to_yuv.h"
 #include "convert/video/vector_memory.h"
 
 namespace KVX::Converter::Video {
 
 // Words of two pixels B G R A B G R A each, four registers of them, in the order of RGBWords.
-KVX_ALWAYS_INLINE RGBWords ArrangeRGBWords(const __m128i (&pixels)[4]) {
-    const __m128i kR = _mm_setr_epi8(4, 5, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
-    const auto bg = [](__m128i low, __m128i high) {
-        return _mm_castps_si128(
-            _mm_shuffle_ps(_mm_castsi128_ps(low), _mm_castsi128_ps(high), _MM_SHUFFLE(2, 0, 2, 0)));
-    };
-    const auto r = [kR](__m128i low, __m128i high) {
-        return _mm_unpacklo_epi32(_mm_shuffle_epi8(low, kR), _mm_shuffle_epi8(high, kR));
+KVX_ALWAYS_INLINE RGBWords ArrangeRGBWords(const Integers (&pixels)[4]) {
+    const Integers kR = MakeBytes(4, 5, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+    const auto bg = [](Integers low, Integers high) { return TakeDwords<0, 2, 0, 2>(low, high); };
+    const auto r = [kR](Integers low, Integers high) {
+        return InterleaveLowDwords(ShuffleBytes(low, kR), ShuffleBytes(high, kR));
     };
     return {{bg(pixels[0], pixels[1]), bg(pixels[2], pixels[3])},
-            _mm_unpacklo_epi64(r(pixels[0], pixels[1]), r(pixels[2], pixels[3]))};
+            InterleaveLowQwords(r(pixels[0], pixels[1]), r(pixels[2], pixels[3]))};
 }
 
 template <typename Memory, int kPrefetchDistance>
@@ -32,17 +27,16 @@ struct BGRA8uSource {
     }
 
     static KVX_ALWAYS_INLINE RGBWords LoadEight(const char* from) {
-        const __m128i low = Memory::Load(from);
-        const __m128i high = Memory::Load(from + 16);
-        const __m128i kBG = _mm_setr_epi8(0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1);
-        const __m128i kR =
-            _mm_setr_epi8(2, -1, 6, -1, 10, -1, 14, -1, -1, -1, -1, -1, -1, -1, -1, -1);
-        return {{Widen(_mm_shuffle_epi8(low, kBG)), Widen(_mm_shuffle_epi8(high, kBG))},
-                Widen(_mm_unpacklo_epi64(_mm_shuffle_epi8(low, kR), _mm_shuffle_epi8(high, kR)))};
+        const Integers low = Memory::Load(from);
+        const Integers high = Memory::Load(from + 16);
+        const Integers kBG = MakeBytes(0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1);
+        const Integers kR = MakeBytes(2, -1, 6, -1, 10, -1, 14, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+        return {{Widen(ShuffleBytes(low, kBG)), Widen(ShuffleBytes(high, kBG))},
+                Widen(InterleaveLowQwords(ShuffleBytes(low, kR), ShuffleBytes(high, kR)))};
     }
 
   private:
-    static KVX_ALWAYS_INLINE __m128i Widen(__m128i words) { return _mm_slli_epi16(words, 6); }
+    static KVX_ALWAYS_INLINE Integers Widen(Integers words) { return ShiftWordsLeft<6>(words); }
 };
 
 template <typename Memory, int kPrefetchDistance>
@@ -55,9 +49,9 @@ struct BGRA16uSource {
     }
 
     static KVX_ALWAYS_INLINE RGBWords LoadEight(const char* from) {
-        __m128i pixels[4];
+        Integers pixels[4];
         for (int i = 0; i < 4; ++i) {
-            pixels[i] = _mm_srli_epi16(Memory::Load(from + 16 * i), 1);
+            pixels[i] = ShiftUnsignedWordsRight<1>(Memory::Load(from + 16 * i));
         }
         return ArrangeRGBWords(pixels);
     }
@@ -73,18 +67,18 @@ struct BGRA32fSource {
     }
 
     static KVX_ALWAYS_INLINE RGBWords LoadEight(const char* from) {
-        __m128i pixels[4];
+        Integers pixels[4];
         for (int i = 0; i < 4; ++i) {
-            pixels[i] = _mm_packs_epi32(LoadOne(from + 32 * i), LoadOne(from + 32 * i + 16));
+            pixels[i] = PackDwordsToWords(LoadOne(from + 32 * i), LoadOne(from + 32 * i + 16));
         }
         return ArrangeRGBWords(pixels);
     }
 
   private:
-    static KVX_ALWAYS_INLINE __m128i LoadOne(const char* from) {
-        const __m128 pixel = _mm_castsi128_ps(Memory::Load(from));
-        const __m128 limited = _mm_min_ps(_mm_max_ps(pixel, _mm_setzero_ps()), _mm_set1_ps(1.0f));
-        return _mm_cvtps_epi32(_mm_mul_ps(limited, _mm_set1_ps(16384.0f)));
+    static KVX_ALWAYS_INLINE Integers LoadOne(const char* from) {
+        const Floats pixel = AsFloats(Memory::Load(from));
+        const Floats limited = MinFloats(MaxFloats(pixel, ZeroFloats()), EveryFloat(1.0f));
+        return RoundToDwords(MultiplyFloats(limited, EveryFloat(16384.0f)));
     }
 };
 

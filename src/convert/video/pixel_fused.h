@@ -2,8 +2,6 @@
 // to the bit. One of them is what the host's 10-bit RGB goes through.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include "convert/video/pixel_constants.h"
 #include "convert/video/pixel_stages_rgb.h"
 #include "convert/video/pixel_transform.h"
@@ -21,49 +19,45 @@ class StretchToR10K {
     // Hands each half to `finish` for its last steps.
     template <bool MISALIGNED, typename In, typename Finish>
     static auto Convert(const In& in, Finish finish) {
-        const __m128i low = LoadPixels<MISALIGNED>(in.pixels);
-        const __m128i high = LoadPixels<MISALIGNED>(in.pixels + 16);
-        const __m128i g = StretchG(low, high);
+        const Integers low = LoadPixels<MISALIGNED>(in.pixels);
+        const Integers high = LoadPixels<MISALIGNED>(in.pixels + 16);
+        const Integers g = StretchG(low, high);
         // Each half of the lanes by itself, moved to bits 21-12.
-        const __m128i gLow = _mm_madd_epi16(g, FourLanes(1 << 12));
-        const __m128i gHigh = _mm_madd_epi16(g, FourLanes(1 << 12 << 16));
-        return BLOCK<2, PACKED>{{{finish(_mm_or_si128(StretchRB(low), gLow))},
-                                 {finish(_mm_or_si128(StretchRB(high), gHigh))}},
-                                in.row};
+        const Integers gLow = MultiplyAddWords(g, FourLanes(1 << 12));
+        const Integers gHigh = MultiplyAddWords(g, FourLanes(1 << 12 << 16));
+        return BLOCK<2, PACKED>{
+            {{finish(Or(StretchRB(low), gLow))}, {finish(Or(StretchRB(high), gHigh))}}, in.row};
     }
 
   private:
     // A constant for R, in the upper halves, and one for B.
-    static constexpr __m128i RB(uint32_t r, uint32_t b) { return FourLanes(r << 4 << 16 | b); }
+    static constexpr Integers RB(uint32_t r, uint32_t b) { return FourLanes(r << 4 << 16 | b); }
 
     // The factor of the stretching, 38155 / 32768, less one: 10774 / 65536. A level times 16 keeps
     // four bits of fraction, which go after the limit.
-    static __m128i StretchRB(__m128i pixels) {
-        const __m128i levels = _mm_and_si128(SwapBytes(pixels), RB(0x3FF, 0x3FF));
-        const __m128i aboveBlack = _mm_subs_epu16(levels, RB(64, 64));
-        const __m128i stretched =
-            _mm_add_epi16(aboveBlack, _mm_mulhi_epu16(aboveBlack, EightLanes(10774)));
-        const __m128i limited = _mm_min_epi16(stretched, FourLanes(0x3FFF << 16 | 0x3FF));
-        return _mm_slli_epi16(_mm_and_si128(limited, RB(0x3FF, 0x3FF)), 2);
+    static Integers StretchRB(Integers pixels) {
+        const Integers levels = And(SwapBytes(pixels), RB(0x3FF, 0x3FF));
+        const Integers aboveBlack = SubtractSaturatingUnsignedWords(levels, RB(64, 64));
+        const Integers stretched =
+            AddWords(aboveBlack, MultiplyUnsignedWordsHigh(aboveBlack, EightLanes(10774)));
+        const Integers limited = MinWords(stretched, FourLanes(0x3FFF << 16 | 0x3FF));
+        return ShiftWordsLeft<2>(And(limited, RB(0x3FF, 0x3FF)));
     }
 
     // Bytes 1 and 2 of each pixel have four times G between bits of its neighbours.
-    static __m128i StretchG(__m128i low, __m128i high) {
-        const __m128i kLow =
-            _mm_setr_epi8(2, 1, -1, -1, 6, 5, -1, -1, 10, 9, -1, -1, 14, 13, -1, -1);
-        const __m128i kHigh =
-            _mm_setr_epi8(-1, -1, 2, 1, -1, -1, 6, 5, -1, -1, 10, 9, -1, -1, 14, 13);
-        const __m128i words =
-            _mm_or_si128(_mm_shuffle_epi8(low, kLow), _mm_shuffle_epi8(high, kHigh));
-        const __m128i twice = _mm_srli_epi16(_mm_and_si128(words, EightLanes(0x3FF << 2)), 1);
-        const __m128i aboveBlack = _mm_subs_epu16(twice, EightLanes(2 * 64));
-        const __m128i stretched = _mm_mulhi_epu16(aboveBlack, EightLanes(38155));
-        return _mm_min_epi16(stretched, v8i_0x3ff);
+    static Integers StretchG(Integers low, Integers high) {
+        const Integers kLow = MakeBytes(2, 1, -1, -1, 6, 5, -1, -1, 10, 9, -1, -1, 14, 13, -1, -1);
+        const Integers kHigh = MakeBytes(-1, -1, 2, 1, -1, -1, 6, 5, -1, -1, 10, 9, -1, -1, 14, 13);
+        const Integers words = Or(ShuffleBytes(low, kLow), ShuffleBytes(high, kHigh));
+        const Integers twice = ShiftUnsignedWordsRight<1>(And(words, EightLanes(0x3FF << 2)));
+        const Integers aboveBlack = SubtractSaturatingUnsignedWords(twice, EightLanes(2 * 64));
+        const Integers stretched = MultiplyUnsignedWordsHigh(aboveBlack, EightLanes(38155));
+        return MinWords(stretched, v8i_0x3ff);
     }
 };
 
 // Eight pixels go through `kFinish` after the stretching, blocks by themselves through the stages.
-template <typename ONE_BY_ONE, __m128i (*kFinish)(__m128i r10k)>
+template <typename ONE_BY_ONE, Integers (*kFinish)(Integers r10k)>
 struct STRETCHED_R10K : STAGE {
     using OUTPUT = typename ONE_BY_ONE::OUTPUT;
     static constexpr int kBlocksAtOnce = 8 / OUTPUT::kPixels;
@@ -78,21 +72,21 @@ struct STRETCHED_R10K : STAGE {
     }
 };
 
-inline __m128i AsItIs(__m128i r10k) {
+inline Integers AsItIs(Integers r10k) {
     return r10k;
 }
 
-inline __m128i SwapAndPad(__m128i r10k) {
-    return _mm_or_si128(SwapBytes(r10k), v4i_r10kpaddingbe);
+inline Integers SwapAndPad(Integers r10k) {
+    return Or(SwapBytes(r10k), v4i_r10kpaddingbe);
 }
 
-inline __m128i ToR210(__m128i r10k) {
-    return SwapBytes(_mm_srli_epi32(r10k, 2));
+inline Integers ToR210(Integers r10k) {
+    return SwapBytes(ShiftUnsignedDwordsRight<2>(r10k));
 }
 
 // Levels that stay as they are have only their place to change: two bits up, which pushes out the
 // two unused ones.
-template <typename PACK, __m128i (*kFinish)(__m128i r10k)>
+template <typename PACK, Integers (*kFinish)(Integers r10k)>
 struct MOVED_TO_R10K : STAGE {
     using OUTPUT = typename PACK::OUTPUT;
     static constexpr int kBlocksAtOnce = 2;
@@ -100,8 +94,8 @@ struct MOVED_TO_R10K : STAGE {
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
         return MakeBlock<In::kPixels / 4>(in.row, [&](auto i) {
-            const __m128i words = SwapBytes(LoadPixels<MISALIGNED>(in.pixels + 16 * i));
-            return PACKED{kFinish(_mm_slli_epi32(words, 2))};
+            const Integers words = SwapBytes(LoadPixels<MISALIGNED>(in.pixels + 16 * i));
+            return PACKED{kFinish(ShiftDwordsLeft<2>(words))};
         });
     }
 };

@@ -2,8 +2,6 @@
 // the bit.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include "convert/video/pixel_constants.h"
 #include "convert/video/pixel_stages_rgb.h"
 #include "convert/video/pixel_transform.h"
@@ -21,18 +19,18 @@ namespace details {
 class StretchToBytes {
   public:
     struct Halves {
-        __m128i low;
-        __m128i high;
+        Integers low;
+        Integers high;
     };
 
     // B, G, R and A of each pixel; R, G, B and A; A, R, G and B.
-    static Halves BGRA(__m128i low, __m128i high) {
+    static Halves BGRA(Integers low, Integers high) {
         return Interleave(Two<kBR>(low, high), GAndAlpha(low, high));
     }
-    static Halves RGBA(__m128i low, __m128i high) {
+    static Halves RGBA(Integers low, Integers high) {
         return Interleave(Two<kRB>(low, high), GAndAlpha(low, high));
     }
-    static Halves ARGB(__m128i low, __m128i high) {
+    static Halves ARGB(Integers low, Integers high) {
         return Interleave(AlphaAndG(low, high), Two<kRB>(low, high));
     }
 
@@ -52,58 +50,58 @@ class StretchToBytes {
     static constexpr Pair kRB = {1, 2, 3, 6};
     static constexpr Pair kBR = {3, 6, 1, 2};
 
-    static Halves Interleave(__m128i a, __m128i b) {
-        return {_mm_unpacklo_epi8(a, b), _mm_unpackhi_epi8(a, b)};
+    static Halves Interleave(Integers a, Integers b) {
+        return {InterleaveLowBytes(a, b), InterleaveHighBytes(a, b)};
     }
 
     template <const Pair& kPair>
-    static __m128i Two(__m128i low, __m128i high) {
-        return _mm_packus_epi16(Stretch<kPair>(low), Stretch<kPair>(high));
+    static Integers Two(Integers low, Integers high) {
+        return PackWordsToUnsignedBytes(Stretch<kPair>(low), Stretch<kPair>(high));
     }
 
     // From 0 to 279.
     template <const Pair& kPair>
-    static __m128i Stretch(__m128i pixels) {
+    static Integers Stretch(Integers pixels) {
         constexpr char a = kPair.firstByte;
         constexpr char b = kPair.secondByte;
-        const __m128i words = _mm_shuffle_epi8(
-            pixels, _mm_setr_epi8(a, a - 1, b, b - 1, a + 4, a + 3, b + 4, b + 3, a + 8, a + 7,
-                                  b + 8, b + 7, a + 12, a + 11, b + 12, b + 11));
-        const __m128i highest = _mm_mullo_epi16(
+        const Integers words =
+            ShuffleBytes(pixels, MakeBytes(a, a - 1, b, b - 1, a + 4, a + 3, b + 4, b + 3, a + 8,
+                                           a + 7, b + 8, b + 7, a + 12, a + 11, b + 12, b + 11));
+        const Integers highest = MultiplyWordsLow(
             words, FourLanes(1U << kPair.secondShift << 16 | 1U << kPair.firstShift));
-        const __m128i levels = _mm_and_si128(highest, EightLanes(0x3FF << 6));
-        const __m128i aboveBlack = _mm_subs_epu16(levels, EightLanes(kBlack << 6));
-        return _mm_srli_epi16(_mm_mulhi_epu16(aboveBlack, EightLanes(kFactor)), 6 + 1);
+        const Integers levels = And(highest, EightLanes(0x3FF << 6));
+        const Integers aboveBlack =
+            SubtractSaturatingUnsignedWords(levels, EightLanes(kBlack << 6));
+        return ShiftUnsignedWordsRight<6 + 1>(
+            MultiplyUnsignedWordsHigh(aboveBlack, EightLanes(kFactor)));
     }
 
     // Bytes 1 and 2 of each pixel have four times G between bits of its neighbours. What comes is
     // eight times the result, with a fraction.
-    static __m128i StretchG(__m128i low, __m128i high) {
-        const __m128i kLow =
-            _mm_setr_epi8(2, 1, 6, 5, 10, 9, 14, 13, -1, -1, -1, -1, -1, -1, -1, -1);
-        const __m128i kHigh =
-            _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, 2, 1, 6, 5, 10, 9, 14, 13);
-        const __m128i words =
-            _mm_or_si128(_mm_shuffle_epi8(low, kLow), _mm_shuffle_epi8(high, kHigh));
-        const __m128i levels = _mm_and_si128(words, EightLanes(0x3FF << 2));
-        const __m128i aboveBlack = _mm_subs_epu16(levels, EightLanes(kBlack << 2));
-        const __m128i stretched = _mm_mulhi_epu16(aboveBlack, EightLanes(kFactor));
-        return _mm_min_epi16(stretched, EightLanes(kWhite << 3 | 7));
+    static Integers StretchG(Integers low, Integers high) {
+        const Integers kLow = MakeBytes(2, 1, 6, 5, 10, 9, 14, 13, -1, -1, -1, -1, -1, -1, -1, -1);
+        const Integers kHigh = MakeBytes(-1, -1, -1, -1, -1, -1, -1, -1, 2, 1, 6, 5, 10, 9, 14, 13);
+        const Integers words = Or(ShuffleBytes(low, kLow), ShuffleBytes(high, kHigh));
+        const Integers levels = And(words, EightLanes(0x3FF << 2));
+        const Integers aboveBlack =
+            SubtractSaturatingUnsignedWords(levels, EightLanes(kBlack << 2));
+        const Integers stretched = MultiplyUnsignedWordsHigh(aboveBlack, EightLanes(kFactor));
+        return MinWords(stretched, EightLanes(kWhite << 3 | 7));
     }
 
-    static __m128i GAndAlpha(__m128i low, __m128i high) {
-        return _mm_or_si128(_mm_srli_epi16(StretchG(low, high), 3), EightLanes(0xFF00));
+    static Integers GAndAlpha(Integers low, Integers high) {
+        return Or(ShiftUnsignedWordsRight<3>(StretchG(low, high)), EightLanes(0xFF00));
     }
 
     // Alpha covers the fraction.
-    static __m128i AlphaAndG(__m128i low, __m128i high) {
-        return _mm_or_si128(_mm_slli_epi16(StretchG(low, high), 5), EightLanes(0x00FF));
+    static Integers AlphaAndG(Integers low, Integers high) {
+        return Or(ShiftWordsLeft<5>(StretchG(low, high)), EightLanes(0x00FF));
     }
 };
 
 // `kConvert` for every eight pixels.
 template <bool MISALIGNED, typename In>
-auto ConvertEights(const In& in, StretchToBytes::Halves (*convert)(__m128i low, __m128i high)) {
+auto ConvertEights(const In& in, StretchToBytes::Halves (*convert)(Integers low, Integers high)) {
     return MakeBlock<In::kPixels / 4>(in.row, [&](auto i) {
         constexpr int kEight = decltype(i)::value / 2 * 32;
         const auto halves = convert(LoadPixels<MISALIGNED>(in.pixels + kEight),
@@ -113,7 +111,7 @@ auto ConvertEights(const In& in, StretchToBytes::Halves (*convert)(__m128i low, 
 }
 
 // Blocks by themselves go through the stages.
-template <typename ONE_BY_ONE, StretchToBytes::Halves (*kConvert)(__m128i low, __m128i high)>
+template <typename ONE_BY_ONE, StretchToBytes::Halves (*kConvert)(Integers low, Integers high)>
 struct STRETCHED_BYTES : STAGE {
     using OUTPUT = typename ONE_BY_ONE::OUTPUT;
     static constexpr int kBlocksAtOnce = 8 / OUTPUT::kPixels;

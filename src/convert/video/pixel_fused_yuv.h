@@ -2,8 +2,6 @@
 // bit.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include <cstdint>
 
 #include "convert/video/pixel_constants.h"
@@ -19,8 +17,8 @@ namespace details {
 
 // Luma of eight pixels; Cb and Cr of the even ones, in turn. 16-bit lanes.
 struct EIGHT_YUV {
-    __m128i y;
-    __m128i chroma;
+    Integers y;
+    Integers chroma;
 };
 
 // Eight pixels at a time as planes: even and odd pixels have vectors of their own, in which B and G
@@ -37,14 +35,15 @@ class EightsToYUV {
             const Levels levels = Load<MISALIGNED>(in.pixels + 32 * i);
             if (FIRST && i == 0) {
                 // A row's first pixel is its own neighbour.
-                before = {_mm_shuffle_epi32(levels.evenBG, 0),
-                          _mm_shuffle_epi32(EvenR(levels.r), 0)};
+                before = {TakeDwords<0, 0, 0, 0>(levels.evenBG),
+                          TakeDwords<0, 0, 0, 0>(EvenR(levels.r))};
             }
             const Odd odd = {levels.oddBG, OddR(levels.r)};
             const EIGHT_YUV eight = {Luma(levels), Chroma(levels, odd, before)};
             before = odd;
             if (i == kEights - 1) {
-                in.row->last = {_mm_unpackhi_epi32(levels.oddBG, _mm_srli_epi32(levels.r, 16))};
+                in.row->last = {
+                    InterleaveHighDwords(levels.oddBG, ShiftUnsignedDwordsRight<16>(levels.r))};
             }
             return eight;
         });
@@ -56,61 +55,57 @@ class EightsToYUV {
     static constexpr uint16_t kNoChroma = 1U << (OUT_DEPTH - 1);
 
     struct Levels {
-        __m128i evenBG;
-        __m128i oddBG;
-        __m128i r;
+        Integers evenBG;
+        Integers oddBG;
+        Integers r;
     };
 
     // Of odd pixels; R stands twice in each 32-bit lane. Even pixels need the one to their left,
     // which for the first of them is in the uppermost lane of the eight before.
     struct Odd {
-        __m128i bg;
-        __m128i r;
+        Integers bg;
+        Integers r;
     };
 
     template <bool FIRST>
     static Odd Before(const BGRAv8& last) {
         if constexpr (FIRST) {
-            return {_mm_setzero_si128(), _mm_setzero_si128()};
+            return {Zero(), Zero()};
         } else {
-            return {_mm_shuffle_epi32(last.v, _MM_SHUFFLE(2, 2, 2, 2)),
-                    _mm_shufflehi_epi16(last.v, _MM_SHUFFLE(2, 2, 2, 2))};
+            return {TakeDwords<2, 2, 2, 2>(last.v), TakeHighWords<2, 2, 2, 2>(last.v)};
         }
     }
 
     template <bool MISALIGNED>
     static Levels Load(const char* from) {
-        const __m128 low = _mm_castsi128_ps(LoadPixels<MISALIGNED>(from));
-        const __m128 high = _mm_castsi128_ps(LoadPixels<MISALIGNED>(from + 16));
-        const __m128i even = _mm_castps_si128(_mm_shuffle_ps(low, high, _MM_SHUFFLE(2, 0, 2, 0)));
-        const __m128i odd = _mm_castps_si128(_mm_shuffle_ps(low, high, _MM_SHUFFLE(3, 1, 3, 1)));
-        const __m128i r = _mm_or_si128(
-            _mm_shuffle_epi8(
-                even, _mm_setr_epi8(1, 0, -1, -1, 5, 4, -1, -1, 9, 8, -1, -1, 13, 12, -1, -1)),
-            _mm_shuffle_epi8(
-                odd, _mm_setr_epi8(-1, -1, 1, 0, -1, -1, 5, 4, -1, -1, 9, 8, -1, -1, 13, 12)));
-        return {LoadBG(even), LoadBG(odd), _mm_srli_epi16(_mm_slli_epi16(r, 2), 6)};
+        const Integers low = LoadPixels<MISALIGNED>(from);
+        const Integers high = LoadPixels<MISALIGNED>(from + 16);
+        const Integers even = TakeDwords<0, 2, 0, 2>(low, high);
+        const Integers odd = TakeDwords<1, 3, 1, 3>(low, high);
+        const Integers r = Or(
+            ShuffleBytes(even, MakeBytes(1, 0, -1, -1, 5, 4, -1, -1, 9, 8, -1, -1, 13, 12, -1, -1)),
+            ShuffleBytes(odd, MakeBytes(-1, -1, 1, 0, -1, -1, 5, 4, -1, -1, 9, 8, -1, -1, 13, 12)));
+        return {LoadBG(even), LoadBG(odd), ShiftUnsignedWordsRight<6>(ShiftWordsLeft<2>(r))};
     }
 
     // What is above a component goes with the multiplication, what is below it with the shift.
-    static __m128i LoadBG(__m128i pixels) {
-        const __m128i words = _mm_shuffle_epi8(
-            pixels, _mm_setr_epi8(3, 2, 2, 1, 7, 6, 6, 5, 11, 10, 10, 9, 15, 14, 14, 13));
-        return _mm_srli_epi16(_mm_mullo_epi16(words, FourLanes(1 << 4 << 16 | 1 << 6)), 6);
+    static Integers LoadBG(Integers pixels) {
+        const Integers words =
+            ShuffleBytes(pixels, MakeBytes(3, 2, 2, 1, 7, 6, 6, 5, 11, 10, 10, 9, 15, 14, 14, 13));
+        return ShiftUnsignedWordsRight<6>(
+            MultiplyWordsLow(words, FourLanes(1 << 4 << 16 | 1 << 6)));
     }
 
-    static __m128i EvenR(__m128i r) {
-        return _mm_shuffle_epi8(r,
-                                _mm_setr_epi8(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13));
+    static Integers EvenR(Integers r) {
+        return ShuffleBytes(r, MakeBytes(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13));
     }
-    static __m128i OddR(__m128i r) {
-        return _mm_shuffle_epi8(
-            r, _mm_setr_epi8(2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15));
+    static Integers OddR(Integers r) {
+        return ShuffleBytes(r, MakeBytes(2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15));
     }
 
     // The coefficients of B and G, and that of R.
     template <size_t MATRIX_ROW>
-    static constexpr __m128i CoefficientsOfBG() {
+    static constexpr Integers CoefficientsOfBG() {
         return FourLanes(CoefficientPairs<RANGE, MATRIX_ROW>().bg);
     }
     template <size_t MATRIX_ROW>
@@ -119,67 +114,72 @@ class EightsToYUV {
     }
 
     // Words times coefficients of 1/32768, at the destination's depth.
-    static __m128i WeighR(__m128i r, __m128i coefficients) {
+    static Integers WeighR(Integers r, Integers coefficients) {
         if constexpr (kShift == 15) {
-            return _mm_mulhi_epi16(_mm_add_epi16(r, r), coefficients);
+            return MultiplyWordsHigh(AddWords(r, r), coefficients);
         } else {
-            return _mm_srai_epi16(_mm_mulhi_epi16(r, coefficients), kShift - 16);
+            return ShiftWordsRight<kShift - 16>(MultiplyWordsHigh(r, coefficients));
         }
     }
 
-    static __m128i Luma(const Levels& levels) {
-        const __m128i even = _mm_madd_epi16(levels.evenBG, CoefficientsOfBG<0>());
-        const __m128i odd = _mm_madd_epi16(levels.oddBG, CoefficientsOfBG<0>());
-        const __m128i oddAbove = kShift == 15 ? _mm_slli_epi32(odd, 1) : _mm_srli_epi32(odd, 1);
-        const __m128i bg =
-            _mm_or_si128(_mm_srli_epi32(even, kShift), _mm_and_si128(oddAbove, UpperHalves()));
-        return _mm_add_epi16(bg, WeighR(levels.r, EightLanes(CoefficientOfR<0>())));
+    static Integers Luma(const Levels& levels) {
+        const Integers even = MultiplyAddWords(levels.evenBG, CoefficientsOfBG<0>());
+        const Integers odd = MultiplyAddWords(levels.oddBG, CoefficientsOfBG<0>());
+        const Integers oddAbove =
+            kShift == 15 ? ShiftDwordsLeft<1>(odd) : ShiftUnsignedDwordsRight<1>(odd);
+        const Integers bg =
+            Or(ShiftUnsignedDwordsRight<kShift>(even), And(oddAbove, UpperHalves()));
+        return AddWords(bg, WeighR(levels.r, EightLanes(CoefficientOfR<0>())));
     }
 
-    static __m128i Chroma(const Levels& levels, const Odd& odd, const Odd& before) {
-        const auto filter = [](__m128i even, __m128i right, __m128i rightBefore) {
-            const __m128i left = _mm_alignr_epi8(right, rightBefore, 12);
-            return _mm_avg_epu16(even, _mm_avg_epu16(left, right));
+    static Integers Chroma(const Levels& levels, const Odd& odd, const Odd& before) {
+        const auto filter = [](Integers even, Integers right, Integers rightBefore) {
+            const Integers left = TakeBytes<12>(rightBefore, right);
+            return AverageUnsignedWords(even, AverageUnsignedWords(left, right));
         };
-        const __m128i bg = filter(levels.evenBG, odd.bg, before.bg);
-        const __m128i r = filter(EvenR(levels.r), odd.r, before.r);
-        const __m128i sum = _mm_add_epi16(
+        const Integers bg = filter(levels.evenBG, odd.bg, before.bg);
+        const Integers r = filter(EvenR(levels.r), odd.r, before.r);
+        const Integers sum = AddWords(
             WeighBG(bg), WeighR(r, FourLanes(CoefficientOfR<2>() << 16 | CoefficientOfR<1>())));
-        return _mm_add_epi16(sum, EightLanes(kNoChroma));
+        return AddWords(sum, EightLanes(kNoChroma));
     }
 
     // To Cb and Cr in turn: sums in the upper halves of lanes, as they are when divided by 2^16.
-    static __m128i WeighBG(__m128i bg) {
-        const __m128i enlarged = kShift == 15 ? _mm_add_epi16(bg, bg) : bg;
-        const __m128i cb = _mm_madd_epi16(enlarged, CoefficientsOfBG<1>());
-        const __m128i cr = _mm_madd_epi16(enlarged, CoefficientsOfBG<2>());
-        const __m128i both = _mm_or_si128(_mm_srli_epi32(cb, 16), _mm_and_si128(cr, UpperHalves()));
-        return kShift == 15 ? both : _mm_srai_epi16(both, kShift - 16);
+    static Integers WeighBG(Integers bg) {
+        const Integers enlarged = kShift == 15 ? AddWords(bg, bg) : bg;
+        const Integers cb = MultiplyAddWords(enlarged, CoefficientsOfBG<1>());
+        const Integers cr = MultiplyAddWords(enlarged, CoefficientsOfBG<2>());
+        const Integers both = Or(ShiftUnsignedDwordsRight<16>(cb), And(cr, UpperHalves()));
+        if constexpr (kShift == 15) {
+            return both;
+        } else {
+            return ShiftWordsRight<kShift - 16>(both);
+        }
     }
 
-    static constexpr __m128i UpperHalves() { return FourLanes(0xFFFF0000); }
+    static constexpr Integers UpperHalves() { return FourLanes(0xFFFF0000); }
 };
 
 inline PACKED InterleaveBytes(const EIGHT_YUV& eight) {
-    return {_mm_shuffle_epi8(_mm_packus_epi16(eight.chroma, eight.y),
-                             _mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15))};
+    return {ShuffleBytes(PackWordsToUnsignedBytes(eight.chroma, eight.y),
+                         MakeBytes(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15))};
 }
 
 // Three eights, 24 pixels, to four times four words of v210. Luma is within its ten bits by its
 // coefficients.
 inline BLOCK<4, PACKED> PackV210(const BLOCK<3, EIGHT_YUV>& block) {
     using namespace Converter::Video;
-    const auto limit = [](__m128i chroma) { return Limit(chroma, v8i_0x3ff); };
-    const __m128i y0 = EnlargeForV210Luma<0>(block.v[0].y);
-    const __m128i y1 = EnlargeForV210Luma<8>(block.v[1].y);
-    const __m128i y2 = EnlargeForV210Luma<16>(block.v[2].y);
-    const __m128i c0 = EnlargeForV210Chroma<0>(limit(block.v[0].chroma));
-    const __m128i c1 = EnlargeForV210Chroma<8>(limit(block.v[1].chroma));
-    const __m128i c2 = EnlargeForV210Chroma<16>(limit(block.v[2].chroma));
+    const auto limit = [](Integers chroma) { return Limit(chroma, v8i_0x3ff); };
+    const Integers y0 = EnlargeForV210Luma<0>(block.v[0].y);
+    const Integers y1 = EnlargeForV210Luma<8>(block.v[1].y);
+    const Integers y2 = EnlargeForV210Luma<16>(block.v[2].y);
+    const Integers c0 = EnlargeForV210Chroma<0>(limit(block.v[0].chroma));
+    const Integers c1 = EnlargeForV210Chroma<8>(limit(block.v[1].chroma));
+    const Integers c2 = EnlargeForV210Chroma<16>(limit(block.v[2].chroma));
     return {{{MakeV210Words(y0, c0)},
-             {MakeV210Words(_mm_alignr_epi8(y1, y0, 12), _mm_alignr_epi8(c1, c0, 12))},
-             {MakeV210Words(_mm_alignr_epi8(y2, y1, 8), _mm_alignr_epi8(c2, c1, 8))},
-             {MakeV210Words(_mm_srli_si128(y2, 4), _mm_srli_si128(c2, 4))}},
+             {MakeV210Words(TakeBytes<12>(y0, y1), TakeBytes<12>(c0, c1))},
+             {MakeV210Words(TakeBytes<8>(y1, y2), TakeBytes<8>(c1, c2))},
+             {MakeV210Words(TakeBytes<4>(y2), TakeBytes<4>(c2))}},
             block.row};
 }
 

@@ -1,8 +1,6 @@
 // Stages from 10-bit RGB to RGB in other layouts.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include "convert/video/pixel_constants.h"
 #include "convert/video/pixel_transform.h"
 #include "convert/video/pixel_values.h"
@@ -16,7 +14,7 @@ using PixelCenterFlag = int;  // 0: chroma stands at the even pixels
 namespace details {
 
 template <bool MISALIGNED>
-__m128i LoadPixels(const char* from) {
+Integers LoadPixels(const char* from) {
     if constexpr (MISALIGNED) {
         return Converter::Video::MisalignedSource::Load(from);
     } else {
@@ -24,16 +22,15 @@ __m128i LoadPixels(const char* from) {
     }
 }
 
-inline __m128i SwapBytes(__m128i words) {
-    return _mm_shuffle_epi8(words,
-                            _mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
+inline Integers SwapBytes(Integers words) {
+    return ShuffleBytes(words, MakeBytes(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
 }
 
 template <bool MISALIGNED>
 RGBv4 UnpackR210(const char* from) {
-    const __m128i words = SwapBytes(LoadPixels<MISALIGNED>(from));
-    return {_mm_and_si128(_mm_srli_epi32(words, 20), v4i_0x3ff),
-            _mm_and_si128(_mm_srli_epi32(words, 10), v4i_0x3ff), _mm_and_si128(words, v4i_0x3ff)};
+    const Integers words = SwapBytes(LoadPixels<MISALIGNED>(from));
+    return {And(ShiftUnsignedDwordsRight<20>(words), v4i_0x3ff),
+            And(ShiftUnsignedDwordsRight<10>(words), v4i_0x3ff), And(words, v4i_0x3ff)};
 }
 
 // Applies `convert` to the three components of each value of a block.
@@ -46,30 +43,30 @@ In EachComponent(const In& in, Convert convert) {
 
 // Lanes of 16 bits, or lanes of 32 whose upper half is zero and stays so. Black becomes 0, and all
 // below it; white becomes 1020, and what is above it runs on to 1116.
-inline __m128i StretchLevels(__m128i levels, __m128i black) {
-    const __m128i aboveBlack = _mm_subs_epu16(levels, black);
-    return _mm_mulhi_epu16(_mm_slli_epi16(aboveBlack, 1), EightLanes(38155));
+inline Integers StretchLevels(Integers levels, Integers black) {
+    const Integers aboveBlack = SubtractSaturatingUnsignedWords(levels, black);
+    return MultiplyUnsignedWordsHigh(ShiftWordsLeft<1>(aboveBlack), EightLanes(38155));
 }
 
-inline __m128i Limit(__m128i levels, __m128i most) {
-    return _mm_max_epi16(_mm_min_epi16(levels, most), _mm_setzero_si128());
+inline Integers Limit(Integers levels, Integers most) {
+    return MaxWords(MinWords(levels, most), Zero());
 }
 
 // Two components of four pixels, in the lower and the upper halves of 32-bit lanes.
-inline __m128i Join(__m128i lower, __m128i upper) {
-    return _mm_or_si128(lower, _mm_slli_epi32(upper, 16));
+inline Integers Join(Integers lower, Integers upper) {
+    return Or(lower, ShiftDwordsLeft<16>(upper));
 }
 
 // Four components of four pixels to a byte each. What does not fit a byte saturates.
-inline PACKED PackBytes(__m128i firstTwo, __m128i lastTwo) {
-    return {_mm_packus_epi16(_mm_unpacklo_epi32(firstTwo, lastTwo),
-                             _mm_unpackhi_epi32(firstTwo, lastTwo))};
+inline PACKED PackBytes(Integers firstTwo, Integers lastTwo) {
+    return {PackWordsToUnsignedBytes(InterleaveLowDwords(firstTwo, lastTwo),
+                                     InterleaveHighDwords(firstTwo, lastTwo))};
 }
 
-inline __m128i PackR10K(const RGBv4& rgb) {
-    return _mm_or_si128(_mm_or_si128(_mm_slli_epi32(Limit(rgb.r, v4i_0x3ff), 22),
-                                     _mm_slli_epi32(Limit(rgb.g, v4i_0x3ff), 12)),
-                        _mm_slli_epi32(Limit(rgb.b, v4i_0x3ff), 2));
+inline Integers PackR10K(const RGBv4& rgb) {
+    return Or(Or(ShiftDwordsLeft<22>(Limit(rgb.r, v4i_0x3ff)),
+                 ShiftDwordsLeft<12>(Limit(rgb.g, v4i_0x3ff))),
+              ShiftDwordsLeft<2>(Limit(rgb.b, v4i_0x3ff)));
 }
 
 }  // namespace details
@@ -88,8 +85,8 @@ struct UNPACK_R210_TO_RGBv8 : STAGE {
         return MakeBlock<In::kPixels / 8>(in.row, [&](auto i) {
             const RGBv4 low = details::UnpackR210<MISALIGNED>(in.pixels + 32 * i);
             const RGBv4 high = details::UnpackR210<MISALIGNED>(in.pixels + 32 * i + 16);
-            return RGBv8{_mm_packs_epi32(low.r, high.r), _mm_packs_epi32(low.g, high.g),
-                         _mm_packs_epi32(low.b, high.b)};
+            return RGBv8{PackDwordsToWords(low.r, high.r), PackDwordsToWords(low.g, high.g),
+                         PackDwordsToWords(low.b, high.b)};
         });
     }
 };
@@ -102,7 +99,7 @@ struct RGBv4_STUDIO_TO_COMPUTER : STAGE {
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
         return details::EachComponent(
-            in, [](__m128i levels) { return details::StretchLevels(levels, FourLanes(64)); });
+            in, [](Integers levels) { return details::StretchLevels(levels, FourLanes(64)); });
     }
 };
 
@@ -113,7 +110,7 @@ struct RGBv8_STUDIO_TO_COMPUTER : STAGE {
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
         return details::EachComponent(
-            in, [](__m128i levels) { return details::StretchLevels(levels, EightLanes(64)); });
+            in, [](Integers levels) { return details::StretchLevels(levels, EightLanes(64)); });
     }
 };
 
@@ -124,8 +121,8 @@ struct RGBv4_BITDEPTH : STAGE {
 
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
-        return details::EachComponent(in,
-                                      [](__m128i levels) { return _mm_srai_epi32(levels, -BITS); });
+        return details::EachComponent(
+            in, [](Integers levels) { return ShiftDwordsRight<-BITS>(levels); });
     }
 };
 
@@ -135,8 +132,8 @@ struct RGBv8_BITDEPTH : STAGE {
 
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
-        return details::EachComponent(in,
-                                      [](__m128i levels) { return _mm_srai_epi16(levels, -BITS); });
+        return details::EachComponent(
+            in, [](Integers levels) { return ShiftWordsRight<-BITS>(levels); });
     }
 };
 
@@ -159,7 +156,7 @@ struct PACK_RGBv4_TO_RGBA : STAGE {
     static auto apply(const In& in) {
         return MakeBlock<In::kCount>(in.row, [&](auto i) {
             return details::PackBytes(details::Join(in.v[i].r, in.v[i].g),
-                                      _mm_or_si128(in.v[i].b, v4i_0x3fff0000));
+                                      Or(in.v[i].b, v4i_0x3fff0000));
         });
     }
 };
@@ -171,11 +168,11 @@ struct PACK_RGBv8_TO_BGRA : STAGE {
     static auto apply(const In& in) {
         return MakeBlock<2 * In::kCount>(in.row, [&](auto i) {
             const RGBv8& rgb = in.v[i / 2];
-            const __m128i br = _mm_packus_epi16(rgb.b, rgb.r);
-            const __m128i ga = _mm_packus_epi16(rgb.g, v8i_0xff);
-            const __m128i bg = _mm_unpacklo_epi8(br, ga);
-            const __m128i ra = _mm_unpackhi_epi8(br, ga);
-            return PACKED{i % 2 == 0 ? _mm_unpacklo_epi16(bg, ra) : _mm_unpackhi_epi16(bg, ra)};
+            const Integers br = PackWordsToUnsignedBytes(rgb.b, rgb.r);
+            const Integers ga = PackWordsToUnsignedBytes(rgb.g, v8i_0xff);
+            const Integers bg = InterleaveLowBytes(br, ga);
+            const Integers ra = InterleaveHighBytes(br, ga);
+            return PACKED{i % 2 == 0 ? InterleaveLowWords(bg, ra) : InterleaveHighWords(bg, ra)};
         });
     }
 };
@@ -188,18 +185,17 @@ struct PACK_RGBA_TO_RGB : STAGE {
     static auto apply(const In& in) {
         // The colour bytes of four pixels, each part of them where it is when two of these twelve
         // bytes stand behind one another and sixteen are taken from there.
-        const __m128i run0 = _mm_shuffle_epi8(
-            in.v[0].v, _mm_setr_epi8(-1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14));
-        const __m128i run1 = _mm_shuffle_epi8(
-            in.v[1].v, _mm_setr_epi8(0, 1, 2, 4, -1, -1, -1, -1, 5, 6, 8, 9, 10, 12, 13, 14));
-        const __m128i run2 = _mm_shuffle_epi8(
-            in.v[2].v, _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, -1, -1, -1, -1, 10, 12, 13, 14));
-        const __m128i run3 = _mm_shuffle_epi8(
-            in.v[3].v, _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
-        return BLOCK<3, PACKED>{{{_mm_alignr_epi8(run1, run0, 4)},
-                                 {_mm_alignr_epi8(run2, run1, 8)},
-                                 {_mm_alignr_epi8(run3, run2, 12)}},
-                                in.row};
+        const Integers run0 = ShuffleBytes(
+            in.v[0].v, MakeBytes(-1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14));
+        const Integers run1 = ShuffleBytes(
+            in.v[1].v, MakeBytes(0, 1, 2, 4, -1, -1, -1, -1, 5, 6, 8, 9, 10, 12, 13, 14));
+        const Integers run2 = ShuffleBytes(
+            in.v[2].v, MakeBytes(0, 1, 2, 4, 5, 6, 8, 9, -1, -1, -1, -1, 10, 12, 13, 14));
+        const Integers run3 = ShuffleBytes(
+            in.v[3].v, MakeBytes(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+        return BLOCK<3, PACKED>{
+            {{TakeBytes<4>(run0, run1)}, {TakeBytes<8>(run1, run2)}, {TakeBytes<12>(run2, run3)}},
+            in.row};
     }
 };
 
@@ -229,9 +225,8 @@ struct PAD_R10KBE_WITH_1 : STAGE {
 
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
-        return MakeBlock<In::kCount>(in.row, [&](auto i) {
-            return PACKED{_mm_or_si128(in.v[i].v, details::v4i_r10kpaddingbe)};
-        });
+        return MakeBlock<In::kCount>(
+            in.row, [&](auto i) { return PACKED{Or(in.v[i].v, details::v4i_r10kpaddingbe)}; });
     }
 };
 
@@ -241,21 +236,20 @@ struct PACK_RGBv8_TO_R210 : STAGE {
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
         return MakeBlock<2 * In::kCount>(in.row, [&](auto i) {
-            const __m128i r = details::Limit(in.v[i / 2].r, v8i_0x3ff);
-            const __m128i g = details::Limit(in.v[i / 2].g, v8i_0x3ff);
-            const __m128i b = details::Limit(in.v[i / 2].b, v8i_0x3ff);
-            const __m128i words = _mm_or_si128(_mm_or_si128(_mm_slli_epi32(Widen<i % 2>(r), 20),
-                                                            _mm_slli_epi32(Widen<i % 2>(g), 10)),
-                                               Widen<i % 2>(b));
+            const Integers r = details::Limit(in.v[i / 2].r, v8i_0x3ff);
+            const Integers g = details::Limit(in.v[i / 2].g, v8i_0x3ff);
+            const Integers b = details::Limit(in.v[i / 2].b, v8i_0x3ff);
+            const Integers words =
+                Or(Or(ShiftDwordsLeft<20>(Widen<i % 2>(r)), ShiftDwordsLeft<10>(Widen<i % 2>(g))),
+                   Widen<i % 2>(b));
             return PACKED{details::SwapBytes(words)};
         });
     }
 
   private:
     template <int HALF>
-    static __m128i Widen(__m128i lanes) {
-        return HALF == 0 ? _mm_unpacklo_epi16(lanes, _mm_setzero_si128())
-                         : _mm_unpackhi_epi16(lanes, _mm_setzero_si128());
+    static Integers Widen(Integers lanes) {
+        return HALF == 0 ? InterleaveLowWords(lanes, Zero()) : InterleaveHighWords(lanes, Zero());
     }
 };
 

@@ -1,8 +1,6 @@
 // Stages from RGB to 4:2:2, all in studio range: black stays where it is.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include <cstddef>
 #include <cstdint>
 
@@ -54,7 +52,7 @@ constexpr COEFFICIENTS CoefficientPairs() {
 
 // The same over the words B, G, R and A of two pixels.
 template <typename RANGE, size_t MATRIX_ROW>
-constexpr __m128i Coefficients() {
+constexpr Integers Coefficients() {
     constexpr COEFFICIENTS kRow = CoefficientPairs<RANGE, MATRIX_ROW>();
     return FourLanes(kRow.bg, kRow.r, kRow.bg, kRow.r);
 }
@@ -66,9 +64,9 @@ struct RGBv4_TO_BGRAv8 : STAGE {
     static auto apply(const In& in) {
         return MakeBlock<2 * In::kCount>(in.row, [&](auto i) {
             const RGBv4& rgb = in.v[i / 2];
-            const __m128i bg = details::Join(rgb.b, rgb.g);
-            const __m128i ra = details::Join(rgb.r, v4i_0xffff);
-            return BGRAv8{i % 2 == 0 ? _mm_unpacklo_epi32(bg, ra) : _mm_unpackhi_epi32(bg, ra)};
+            const Integers bg = details::Join(rgb.b, rgb.g);
+            const Integers ra = details::Join(rgb.r, v4i_0xffff);
+            return BGRAv8{i % 2 == 0 ? InterleaveLowDwords(bg, ra) : InterleaveHighDwords(bg, ra)};
         });
     }
 };
@@ -84,11 +82,11 @@ struct BGRAv8_TO_UYVYv8 : STAGE {
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
         // A row's first pixel is its own neighbour.
-        const __m128i before = FIRST ? _mm_unpacklo_epi64(in.v[0].v, in.v[0].v) : in.row->last.v;
+        const Integers before = FIRST ? InterleaveLowQwords(in.v[0].v, in.v[0].v) : in.row->last.v;
         in.row->last = in.v[In::kCount - 1];
         return MakeBlock<In::kCount / 2>(in.row, [&](auto i) {
-            const __m128i low = in.v[2 * i].v;
-            const __m128i high = in.v[2 * i + 1].v;
+            const Integers low = in.v[2 * i].v;
+            const Integers high = in.v[2 * i + 1].v;
             if constexpr (decltype(i)::value == 0) {
                 return Convert(before, low, high);
             } else {
@@ -101,30 +99,29 @@ struct BGRAv8_TO_UYVYv8 : STAGE {
     static constexpr int kShift = 15 + IN_DEPTH - OUT_DEPTH;
     static constexpr uint32_t kNoChroma = 1u << (OUT_DEPTH - 1);
 
-    static UYVYv8 Convert(__m128i before, __m128i low, __m128i high) {
-        const __m128i even = _mm_unpacklo_epi64(low, high);
-        const __m128i left = _mm_unpackhi_epi64(before, low);
-        const __m128i right = _mm_unpackhi_epi64(low, high);
-        const __m128i filtered = _mm_avg_epu16(even, _mm_avg_epu16(left, right));
+    static UYVYv8 Convert(Integers before, Integers low, Integers high) {
+        const Integers even = InterleaveLowQwords(low, high);
+        const Integers left = InterleaveHighQwords(before, low);
+        const Integers right = InterleaveHighQwords(low, high);
+        const Integers filtered = AverageUnsignedWords(even, AverageUnsignedWords(left, right));
 
-        const __m128i luma = Sum(Weigh<0>(low), Weigh<0>(high));
-        const __m128i chroma =
-            _mm_add_epi32(Sum(Weigh<1>(filtered), Weigh<2>(filtered)), FourLanes(kNoChroma));
+        const Integers luma = Sum(Weigh<0>(low), Weigh<0>(high));
+        const Integers chroma =
+            AddDwords(Sum(Weigh<1>(filtered), Weigh<2>(filtered)), FourLanes(kNoChroma));
         // Y0 Y1 Y2 Y3 and Cb0 Cb2 Cr0 Cr2.
-        return {
-            _mm_shuffle_epi8(_mm_packs_epi32(luma, chroma),
-                             _mm_setr_epi8(8, 9, 0, 1, 12, 13, 2, 3, 10, 11, 4, 5, 14, 15, 6, 7))};
+        return {ShuffleBytes(PackDwordsToWords(luma, chroma),
+                             MakeBytes(8, 9, 0, 1, 12, 13, 2, 3, 10, 11, 4, 5, 14, 15, 6, 7))};
     }
 
     // Two parts to a pixel, truncated each: that of B and G, and that of R.
     template <size_t MATRIX_ROW>
-    static __m128i Weigh(__m128i pixels) {
-        constexpr __m128i kCoefficients = details::Coefficients<RANGE, MATRIX_ROW>();
-        return _mm_srai_epi32(_mm_madd_epi16(pixels, kCoefficients), kShift);
+    static Integers Weigh(Integers pixels) {
+        constexpr Integers kCoefficients = details::Coefficients<RANGE, MATRIX_ROW>();
+        return ShiftDwordsRight<kShift>(MultiplyAddWords(pixels, kCoefficients));
     }
 
-    static __m128i Sum(__m128i low, __m128i high) {
-        return _mm_madd_epi16(_mm_packs_epi32(low, high), v8i_1);
+    static Integers Sum(Integers low, Integers high) {
+        return MultiplyAddWords(PackDwordsToWords(low, high), v8i_1);
     }
 };
 
@@ -136,7 +133,7 @@ struct PACK_UYVYv8_TO_UYVY : STAGE {
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
         return MakeBlock<In::kCount / 2>(in.row, [&](auto i) {
-            return PACKED{_mm_packus_epi16(in.v[2 * i].v, in.v[2 * i + 1].v)};
+            return PACKED{PackWordsToUnsignedBytes(in.v[2 * i].v, in.v[2 * i + 1].v)};
         });
     }
 };
@@ -149,32 +146,31 @@ struct PACK_UYVYv8_TO_V210 : STAGE {
 
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
-        const __m128i v0 = details::Limit(in.v[0].v, v8i_0x3ff);
-        const __m128i v1 = details::Limit(in.v[1].v, v8i_0x3ff);
-        const __m128i v2 = details::Limit(in.v[2].v, v8i_0x3ff);
-        return BLOCK<2, PACKED>{
-            {Pack(v0, v1), Pack(_mm_alignr_epi8(v2, v1, 8), _mm_srli_si128(v2, 8))}, in.row};
+        const Integers v0 = details::Limit(in.v[0].v, v8i_0x3ff);
+        const Integers v1 = details::Limit(in.v[1].v, v8i_0x3ff);
+        const Integers v2 = details::Limit(in.v[2].v, v8i_0x3ff);
+        return BLOCK<2, PACKED>{{Pack(v0, v1), Pack(TakeBytes<8>(v1, v2), TakeBytes<8>(v2))},
+                                in.row};
     }
 
   private:
     // Samples 0 to 7, and 8 to 11 in the lower half.
-    static PACKED Pack(__m128i low, __m128i high) {
-        const __m128i from1 = _mm_alignr_epi8(high, low, 2);
-        const __m128i from2 = _mm_alignr_epi8(high, low, 4);
-        const __m128i from3 = _mm_alignr_epi8(high, low, 6);
-        const __m128i from4 = _mm_alignr_epi8(high, low, 8);
-        const __m128i from5 = _mm_alignr_epi8(high, low, 10);
+    static PACKED Pack(Integers low, Integers high) {
+        const Integers from1 = TakeBytes<2>(low, high);
+        const Integers from2 = TakeBytes<4>(low, high);
+        const Integers from3 = TakeBytes<6>(low, high);
+        const Integers from4 = TakeBytes<8>(low, high);
+        const Integers from5 = TakeBytes<10>(low, high);
         // Lane n begins with sample 3n, and then with sample 3n + 2.
-        const __m128i pairs = PickLanes(low, from1, from2, from3);
-        const __m128i thirds = PickLanes(from2, from3, from4, from5);
-        return {_mm_or_si128(_mm_madd_epi16(pairs, FourLanes(1 << 10 << 16 | 1)),
-                             _mm_slli_epi32(thirds, 20))};
+        const Integers pairs = PickLanes(low, from1, from2, from3);
+        const Integers thirds = PickLanes(from2, from3, from4, from5);
+        return {
+            Or(MultiplyAddWords(pairs, FourLanes(1 << 10 << 16 | 1)), ShiftDwordsLeft<20>(thirds))};
     }
 
-    static __m128i PickLanes(__m128i xxx0, __m128i xx1x, __m128i x2xx, __m128i v3xxx) {
-        return _mm_or_si128(
-            _mm_or_si128(_mm_and_si128(xxx0, v4i_mask_xxx0), _mm_and_si128(xx1x, v4i_mask_xx1x)),
-            _mm_or_si128(_mm_and_si128(x2xx, v4i_mask_x2xx), _mm_and_si128(v3xxx, v4i_mask_3xxx)));
+    static Integers PickLanes(Integers xxx0, Integers xx1x, Integers x2xx, Integers v3xxx) {
+        return Or(Or(And(xxx0, v4i_mask_xxx0), And(xx1x, v4i_mask_xx1x)),
+                  Or(And(x2xx, v4i_mask_x2xx), And(v3xxx, v4i_mask_3xxx)));
     }
 };
 

@@ -5,8 +5,6 @@
 // The last stage of a chain names the form that it leaves in memory as its OUTPUT.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -77,7 +75,7 @@ struct Transform {
                        static_cast<char*>(dst) + row * dstRowBytes, width);
         }
         if constexpr (OUTPUT::kIsStreamed) {
-            Converter::Video::EndStreams();
+            EndStreams();
         }
     }
 
@@ -156,13 +154,13 @@ struct Transform {
         (StoreVector(to + ptrdiff_t{16} * I, block.v[I].v), ...);
     }
 
-    static void StoreVector(char* to, __m128i vector) {
+    static void StoreVector(char* to, Integers vector) {
         if constexpr (kMisalignedDestination) {
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(to), vector);
+            Store(to, vector);
         } else if constexpr (OUTPUT::kIsStreamed) {
-            Converter::Video::Stream(to, vector);
+            Stream(to, vector);
         } else {
-            _mm_store_si128(reinterpret_cast<__m128i*>(to), vector);
+            StoreAligned(to, vector);
         }
     }
 };

@@ -1,39 +1,41 @@
 // What the stages of a pixel conversion pass to each other.
 #pragma once
 
-#include <emmintrin.h>
-
 #include <utility>
+
+#include "convert/vector128.h"
 
 namespace KVX::PixelConversion {
 
+using namespace Vector128;
+
 // R, G and B of four pixels, a 32-bit lane each.
 struct RGBv4 {
-    __m128i r;
-    __m128i g;
-    __m128i b;
+    Integers r;
+    Integers g;
+    Integers b;
 };
 
 // R, G and B of eight pixels, a 16-bit lane each.
 struct RGBv8 {
-    __m128i r;
-    __m128i g;
-    __m128i b;
+    Integers r;
+    Integers g;
+    Integers b;
 };
 
 // Two pixels in 16-bit lanes: B, G, R, A, B, G, R, A.
 struct BGRAv8 {
-    __m128i v;
+    Integers v;
 };
 
 // Four pixels in 16-bit lanes: Cb, Y, Cr, Y, Cb, Y, Cr, Y.
 struct UYVYv8 {
-    __m128i v;
+    Integers v;
 };
 
 // 16 bytes as they lie in the destination.
 struct PACKED {
-    __m128i v;
+    Integers v;
 };
 
 // N values of one type: all that scalar stages pass.
@@ -67,14 +69,14 @@ struct BLOCK {
 };
 
 template <typename Make, int... I>
-auto MakeBlock(ROW* row, Make make, std::integer_sequence<int, I...>) {
+KVX_ALWAYS_INLINE auto MakeBlock(ROW* row, Make make, std::integer_sequence<int, I...>) {
     using Value = decltype(make(std::integral_constant<int, 0>()));
     return BLOCK<sizeof...(I), Value>{{make(std::integral_constant<int, I>())...}, row};
 }
 
 // A block of N values, each from `make` with its index, which is a constant to the compiler.
 template <int N, typename Make>
-auto MakeBlock(ROW* row, Make make) {
+KVX_ALWAYS_INLINE auto MakeBlock(ROW* row, Make make) {
     return MakeBlock(row, make, std::make_integer_sequence<int, N>());
 }
 

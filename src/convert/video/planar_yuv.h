@@ -7,8 +7,6 @@
 // having truncated them apart.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include <cstddef>
 
 #include "convert/video/conversion.h"
@@ -22,16 +20,16 @@ constexpr int kPlanarPixels = 16;
 // Eight pairs. Chroma less its neutral level fills its word, times 256 for 8-bit samples or 64 for
 // 10-bit ones; luma less black does not fit that and has half as much, times 128 or 32.
 struct PlanarYUV {
-    __m128i mU;
-    __m128i mV;
-    __m128i mY0;
-    __m128i mY1;
+    Integers mU;
+    Integers mV;
+    Integers mY0;
+    Integers mY1;
 };
 
 // Sums of 64 units to an 8-bit level, in 16 bits, of the even and the odd pixels.
 struct PlanarSums {
-    __m128i mEven;
-    __m128i mOdd;
+    Integers mEven;
+    Integers mOdd;
 };
 
 struct PlanarRGB {
@@ -80,20 +78,20 @@ class PlanarCoefficients {
         const Halves uToB = MultiplyLarge(yuv.mU, mUToB);
 
         // Luma is truncated together with U in even pixels, with V in odd ones.
-        const __m128i chromaG = _mm_add_epi16(uToG.mHigh, vToG.mHigh);
-        const __m128i oddB =
-            kSaturate ? _mm_adds_epi16(uToB.mHigh, y1.mHigh) : _mm_add_epi16(uToB.mHigh, y1.mHigh);
-        return {{_mm_adds_epi16(uToB.mHigh, AddCarry(y0.mHigh, uToB, y0)), oddB},
-                {AddCarry(_mm_add_epi16(chromaG, y0.mHigh), uToG, y0),
-                 AddCarry(_mm_add_epi16(chromaG, y1.mHigh), vToG, y1)},
-                {_mm_add_epi16(vToR.mHigh, y0.mHigh),
-                 AddCarry(_mm_add_epi16(vToR.mHigh, y1.mHigh), vToR, y1)}};
+        const Integers chromaG = AddWords(uToG.mHigh, vToG.mHigh);
+        const Integers oddB =
+            kSaturate ? AddSaturatingWords(uToB.mHigh, y1.mHigh) : AddWords(uToB.mHigh, y1.mHigh);
+        return {
+            {AddSaturatingWords(uToB.mHigh, AddCarry(y0.mHigh, uToB, y0)), oddB},
+            {AddCarry(AddWords(chromaG, y0.mHigh), uToG, y0),
+             AddCarry(AddWords(chromaG, y1.mHigh), vToG, y1)},
+            {AddWords(vToR.mHigh, y0.mHigh), AddCarry(AddWords(vToR.mHigh, y1.mHigh), vToR, y1)}};
     }
 
   private:
     struct Halves {
-        __m128i mHigh;
-        __m128i mLow;
+        Integers mHigh;
+        Integers mLow;
     };
     // The largest sums: luma of 239 levels, chroma of 128 on either side.
     static constexpr int kMostLuma = 19200;
@@ -106,54 +104,53 @@ class PlanarCoefficients {
         return value >= lowest && value <= highest;
     }
     static int Magnitude(int value) { return value < 0 ? -value : value; }
-    static KVX_ALWAYS_INLINE __m128i Words(int value) {
-        return _mm_set1_epi16(static_cast<short>(value));
-    }
+    static KVX_ALWAYS_INLINE Integers Words(int value) { return EveryWord(value); }
 
-    static KVX_ALWAYS_INLINE Halves Multiply(__m128i samples, __m128i coefficient) {
-        return {_mm_mulhi_epi16(samples, coefficient), _mm_mullo_epi16(samples, coefficient)};
+    static KVX_ALWAYS_INLINE Halves Multiply(Integers samples, Integers coefficient) {
+        return {MultiplyWordsHigh(samples, coefficient), MultiplyWordsLow(samples, coefficient)};
     }
 
     // For a coefficient from 0x8000 to 0xFFFF, which a signed word holds as 0x10000 less.
-    static KVX_ALWAYS_INLINE Halves MultiplyLarge(__m128i samples, __m128i coefficient) {
-        return {_mm_add_epi16(_mm_mulhi_epi16(samples, coefficient), samples),
-                _mm_mullo_epi16(samples, coefficient)};
+    static KVX_ALWAYS_INLINE Halves MultiplyLarge(Integers samples, Integers coefficient) {
+        return {AddWords(MultiplyWordsHigh(samples, coefficient), samples),
+                MultiplyWordsLow(samples, coefficient)};
     }
 
     // The low halves are multiples of 32, so that their sum is 0xFFFF only by saturation.
-    static KVX_ALWAYS_INLINE __m128i AddCarry(__m128i sum, const Halves& a, const Halves& b) {
-        const __m128i carry = _mm_cmpeq_epi16(_mm_adds_epu16(a.mLow, b.mLow), _mm_set1_epi16(-1));
-        return _mm_sub_epi16(sum, carry);
+    static KVX_ALWAYS_INLINE Integers AddCarry(Integers sum, const Halves& a, const Halves& b) {
+        const Integers carry =
+            EqualWords(AddSaturatingUnsignedWords(a.mLow, b.mLow), EveryWord(-1));
+        return SubtractWords(sum, carry);
     }
 
     bool mFits;
-    __m128i mLuma;
-    __m128i mVToR;
-    __m128i mUToG;
-    __m128i mVToG;
-    __m128i mUToB;
+    Integers mLuma;
+    Integers mVToR;
+    Integers mUToG;
+    Integers mVToG;
+    Integers mUToB;
 };
 
 // Words of B, G, R and A of sixteen pixels in the host's order, two pixels in a register, to
 // `store(register, index)`.
 template <typename Store>
-KVX_ALWAYS_INLINE void Interleave(const PlanarRGB& rgb, __m128i alpha, Store store) {
-    const auto half = [&](__m128i b, __m128i g, __m128i r, int first) {
-        const __m128i bgLow = _mm_unpacklo_epi16(b, g);
-        const __m128i bgHigh = _mm_unpackhi_epi16(b, g);
-        const __m128i raLow = _mm_unpacklo_epi16(r, alpha);
-        const __m128i raHigh = _mm_unpackhi_epi16(r, alpha);
-        store(_mm_unpacklo_epi32(bgLow, raLow), first);
-        store(_mm_unpackhi_epi32(bgLow, raLow), first + 1);
-        store(_mm_unpacklo_epi32(bgHigh, raHigh), first + 2);
-        store(_mm_unpackhi_epi32(bgHigh, raHigh), first + 3);
+KVX_ALWAYS_INLINE void Interleave(const PlanarRGB& rgb, Integers alpha, Store store) {
+    const auto half = [&](Integers b, Integers g, Integers r, int first) {
+        const Integers bgLow = InterleaveLowWords(b, g);
+        const Integers bgHigh = InterleaveHighWords(b, g);
+        const Integers raLow = InterleaveLowWords(r, alpha);
+        const Integers raHigh = InterleaveHighWords(r, alpha);
+        store(InterleaveLowDwords(bgLow, raLow), first);
+        store(InterleaveHighDwords(bgLow, raLow), first + 1);
+        store(InterleaveLowDwords(bgHigh, raHigh), first + 2);
+        store(InterleaveHighDwords(bgHigh, raHigh), first + 3);
     };
-    half(_mm_unpacklo_epi16(rgb.mB.mEven, rgb.mB.mOdd),
-         _mm_unpacklo_epi16(rgb.mG.mEven, rgb.mG.mOdd),
-         _mm_unpacklo_epi16(rgb.mR.mEven, rgb.mR.mOdd), 0);
-    half(_mm_unpackhi_epi16(rgb.mB.mEven, rgb.mB.mOdd),
-         _mm_unpackhi_epi16(rgb.mG.mEven, rgb.mG.mOdd),
-         _mm_unpackhi_epi16(rgb.mR.mEven, rgb.mR.mOdd), 4);
+    half(InterleaveLowWords(rgb.mB.mEven, rgb.mB.mOdd),
+         InterleaveLowWords(rgb.mG.mEven, rgb.mG.mOdd),
+         InterleaveLowWords(rgb.mR.mEven, rgb.mR.mOdd), 0);
+    half(InterleaveHighWords(rgb.mB.mEven, rgb.mB.mOdd),
+         InterleaveHighWords(rgb.mG.mEven, rgb.mG.mOdd),
+         InterleaveHighWords(rgb.mR.mEven, rgb.mR.mOdd), 4);
 }
 
 template <typename Step>
@@ -169,28 +166,28 @@ struct PlanarPack8u {
     static constexpr bool kSaturates = false;
 
     static KVX_ALWAYS_INLINE void Store(char* to, const PlanarRGB& rgb) {
-        const __m128i b = Bytes(rgb.mB);
-        const __m128i g = Bytes(rgb.mG);
-        const __m128i r = Bytes(rgb.mR);
-        const __m128i alpha = _mm_set1_epi8(-1);
-        const __m128i bgLow = _mm_unpacklo_epi8(b, g);
-        const __m128i bgHigh = _mm_unpackhi_epi8(b, g);
-        const __m128i raLow = _mm_unpacklo_epi8(r, alpha);
-        const __m128i raHigh = _mm_unpackhi_epi8(r, alpha);
-        Stream(to, _mm_unpacklo_epi16(bgLow, raLow));
-        Stream(to + 16, _mm_unpackhi_epi16(bgLow, raLow));
-        Stream(to + 32, _mm_unpacklo_epi16(bgHigh, raHigh));
-        Stream(to + 48, _mm_unpackhi_epi16(bgHigh, raHigh));
+        const Integers b = Bytes(rgb.mB);
+        const Integers g = Bytes(rgb.mG);
+        const Integers r = Bytes(rgb.mR);
+        const Integers alpha = EveryByte(-1);
+        const Integers bgLow = InterleaveLowBytes(b, g);
+        const Integers bgHigh = InterleaveHighBytes(b, g);
+        const Integers raLow = InterleaveLowBytes(r, alpha);
+        const Integers raHigh = InterleaveHighBytes(r, alpha);
+        Stream(to, InterleaveLowWords(bgLow, raLow));
+        Stream(to + 16, InterleaveHighWords(bgLow, raLow));
+        Stream(to + 32, InterleaveLowWords(bgHigh, raHigh));
+        Stream(to + 48, InterleaveHighWords(bgHigh, raHigh));
     }
 
   private:
-    static KVX_ALWAYS_INLINE __m128i Bytes(const PlanarSums& sums) {
+    static KVX_ALWAYS_INLINE Integers Bytes(const PlanarSums& sums) {
         // Shifts by six. Multipliers do them, since real shifts compete with shuffles.
-        const __m128i kShift6 = _mm_set1_epi16(1 << (16 - 6));
-        const __m128i planes = _mm_packus_epi16(_mm_mulhi_epi16(sums.mEven, kShift6),
-                                                _mm_mulhi_epi16(sums.mOdd, kShift6));
-        return _mm_shuffle_epi8(
-            planes, _mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15));
+        const Integers kShift6 = EveryWord(1 << (16 - 6));
+        const Integers planes = PackWordsToUnsignedBytes(MultiplyWordsHigh(sums.mEven, kShift6),
+                                                         MultiplyWordsHigh(sums.mOdd, kShift6));
+        return ShuffleBytes(planes,
+                            MakeBytes(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15));
     }
 };
 
@@ -201,17 +198,17 @@ struct PlanarPack16u {
     static KVX_ALWAYS_INLINE void Store(char* to, const PlanarRGB& sums) {
         // Sums below 0, those of B that have wrapped among them, make 0 from the start. Scaled, a
         // sum of B can pass 15 bits and makes 0 as well.
-        PlanarRGB rgb = ForAll(sums, [](__m128i sum) {
-            const __m128i raised = _mm_max_epi16(sum, _mm_setzero_si128());
-            return _mm_add_epi16(raised, _mm_srli_epi16(raised, 8));
+        PlanarRGB rgb = ForAll(sums, [](Integers sum) {
+            const Integers raised = MaxWords(sum, Zero());
+            return AddWords(raised, ShiftUnsignedWordsRight<8>(raised));
         });
-        rgb.mB.mEven = _mm_max_epi16(rgb.mB.mEven, _mm_setzero_si128());
-        rgb.mB.mOdd = _mm_max_epi16(rgb.mB.mOdd, _mm_setzero_si128());
-        rgb = ForAll(rgb, [](__m128i scaled) {
-            return _mm_slli_epi16(_mm_min_epi16(scaled, LoadConstant(kv8i_0x4000)), 1);
+        rgb.mB.mEven = MaxWords(rgb.mB.mEven, Zero());
+        rgb.mB.mOdd = MaxWords(rgb.mB.mOdd, Zero());
+        rgb = ForAll(rgb, [](Integers scaled) {
+            return ShiftWordsLeft<1>(MinWords(scaled, LoadConstant(kv8i_0x4000)));
         });
-        Interleave(rgb, _mm_set1_epi16(static_cast<short>(0x8000)),
-                   [to](__m128i two, int index) { Stream(to + 16 * index, two); });
+        Interleave(rgb, EveryWord(0x8000),
+                   [to](Integers two, int index) { Stream(to + 16 * index, two); });
     }
 };
 
@@ -221,16 +218,15 @@ struct PlanarPack32f {
 
     static KVX_ALWAYS_INLINE void Store(char* to, const PlanarRGB& sums) {
         // Limited before they are scaled: 255 levels make exactly 1.0.
-        const __m128i white = _mm_set1_epi16(255 << 6);
-        const PlanarRGB rgb = ForAll(sums, [white](__m128i sum) {
-            return _mm_min_epi16(_mm_max_epi16(sum, _mm_setzero_si128()), white);
-        });
-        const __m128 scale = _mm_load_ps(kv4f_255thShift6);
-        const __m128i zero = _mm_setzero_si128();
-        Interleave(rgb, white, [=](__m128i two, int index) {
+        const Integers white = EveryWord(255 << 6);
+        const PlanarRGB rgb =
+            ForAll(sums, [white](Integers sum) { return MinWords(MaxWords(sum, Zero()), white); });
+        const Floats scale = LoadAlignedFloats(kv4f_255thShift6);
+        const Integers zero = Zero();
+        Interleave(rgb, white, [=](Integers two, int index) {
             char* const at = to + 32 * index;
-            Stream(at, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(two, zero)), scale));
-            Stream(at + 16, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(two, zero)), scale));
+            Stream(at, MultiplyFloats(ToFloats(InterleaveLowWords(two, zero)), scale));
+            Stream(at + 16, MultiplyFloats(ToFloats(InterleaveHighWords(two, zero)), scale));
         });
     }
 };

@@ -1,7 +1,6 @@
-#include <emmintrin.h>
-
 #include <cstdint>
 
+#include "convert/vector128.h"
 #include "convert/video/host_pixel.h"
 #include "convert/video/r210.h"
 #include "convert/video/row_walk.h"
@@ -43,9 +42,7 @@ unsigned LevelOf(unsigned short component) {
 }
 
 unsigned LevelOf(float component) {
-    // The instruction answers the most negative integer for whatever does not fit, NaN included;
-    // a cast would leave that undefined.
-    const int scaled = _mm_cvttsd_si32(_mm_set_sd(static_cast<double>(component) * 32768.0));
+    const int scaled = Vector128::TruncateToInt(static_cast<double>(component) * 32768.0);
     return r210::sR210LUT[scaled < 0 ? 0 : scaled > 32768 ? 32768 : scaled];
 }
 

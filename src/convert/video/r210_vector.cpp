@@ -1,5 +1,3 @@
-#include <tmmintrin.h>
-
 #include "convert/video/r210.h"
 #include "convert/video/rgb_to_yuv.h"
 #include "convert/video/row_walk.h"
@@ -32,15 +30,14 @@ struct To8u {
 
     template <typename Source>
     static KVX_ALWAYS_INLINE void Convert(const char* from, char* to) {
-        const __m128i low = Source::Load(from);
-        const __m128i high = Source::Load(from + 16);
+        const Integers low = Source::Load(from);
+        const Integers high = Source::Load(from + 16);
         // Packing raises what is below black to 0, and what is above white does not pass 255.
-        const __m128i br = _mm_min_epu8(_mm_packus_epi16(ScaleBR(low), ScaleBR(high)),
-                                        _mm_set1_epi8(static_cast<char>(kWhite8u)));
-        const __m128i ga =
-            _mm_or_si128(ScaleG(low, high), _mm_set1_epi16(static_cast<short>(0xFF00)));
-        Stream(to, _mm_unpacklo_epi8(br, ga));
-        Stream(to + 16, _mm_unpackhi_epi8(br, ga));
+        const Integers br = MinUnsignedBytes(PackWordsToUnsignedBytes(ScaleBR(low), ScaleBR(high)),
+                                             EveryByte(kWhite8u));
+        const Integers ga = Or(ScaleG(low, high), EveryWord(0xFF00));
+        Stream(to, InterleaveLowBytes(br, ga));
+        Stream(to + 16, InterleaveHighBytes(br, ga));
     }
 
   private:
@@ -51,40 +48,36 @@ struct To8u {
 
     // B and R of four pixels in turn, without limits: from -19 to 279. All that is above a
     // component goes with the multiplication, all that is below it with the shift.
-    static KVX_ALWAYS_INLINE __m128i ScaleBR(__m128i pixels) {
+    static KVX_ALWAYS_INLINE Integers ScaleBR(Integers pixels) {
         constexpr int kRoomB = 6;
         constexpr int kRoomR = kRoomB - kRawShiftR;
-        const __m128i words = _mm_shuffle_epi8(
-            pixels, _mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
-        const __m128i highest =
-            _mm_mullo_epi16(words, _mm_set1_epi32(1 << kRoomR << 16 | 1 << kRoomB));
-        const __m128i levels = _mm_srli_epi16(highest, kRoomB);
-        return _mm_mulhi_epi16(_mm_sub_epi16(levels, _mm_set1_epi16(kBlack)),
-                               _mm_set1_epi16(kScale));
+        const Integers words =
+            ShuffleBytes(pixels, MakeBytes(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12));
+        const Integers highest =
+            MultiplyWordsLow(words, EveryDword(1 << kRoomR << 16 | 1 << kRoomB));
+        const Integers levels = ShiftUnsignedWordsRight<kRoomB>(highest);
+        return MultiplyWordsHigh(SubtractWords(levels, EveryWord(kBlack)), EveryWord(kScale));
     }
 
     // G of eight pixels, from 0 to kWhite8u.
-    static KVX_ALWAYS_INLINE __m128i ScaleG(__m128i low, __m128i high) {
-        const __m128i kLow =
-            _mm_setr_epi8(2, 1, 6, 5, 10, 9, 14, 13, -1, -1, -1, -1, -1, -1, -1, -1);
-        const __m128i kHigh =
-            _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, 2, 1, 6, 5, 10, 9, 14, 13);
-        const __m128i words =
-            _mm_or_si128(_mm_shuffle_epi8(low, kLow), _mm_shuffle_epi8(high, kHigh));
-        const __m128i times4 = _mm_subs_epu16(_mm_and_si128(words, _mm_set1_epi16(kRawMaskG)),
-                                              _mm_set1_epi16(kBlack << kRawShiftG));
-        const __m128i scaled =
-            _mm_mulhi_epu16(_mm_srli_epi16(times4, kRawShiftG), _mm_set1_epi16(kScale));
-        return _mm_min_epi16(scaled, _mm_set1_epi16(kWhite8u));
+    static KVX_ALWAYS_INLINE Integers ScaleG(Integers low, Integers high) {
+        const Integers kLow = MakeBytes(2, 1, 6, 5, 10, 9, 14, 13, -1, -1, -1, -1, -1, -1, -1, -1);
+        const Integers kHigh = MakeBytes(-1, -1, -1, -1, -1, -1, -1, -1, 2, 1, 6, 5, 10, 9, 14, 13);
+        const Integers words = Or(ShuffleBytes(low, kLow), ShuffleBytes(high, kHigh));
+        const Integers times4 = SubtractSaturatingUnsignedWords(And(words, EveryWord(kRawMaskG)),
+                                                                EveryWord(kBlack << kRawShiftG));
+        const Integers scaled = MultiplyUnsignedWordsHigh(
+            ShiftUnsignedWordsRight<kRawShiftG>(times4), EveryWord(kScale));
+        return MinWords(scaled, EveryWord(kWhite8u));
     }
 };
 
-KVX_ALWAYS_INLINE __m128i BGRAWords(int b, int g, int r, int a) {
+KVX_ALWAYS_INLINE Integers BGRAWords(int b, int g, int r, int a) {
     const auto word = [](int value) { return static_cast<short>(value); };
-    return _mm_setr_epi16(word(b), word(g), word(r), word(a), word(b), word(g), word(r), word(a));
+    return MakeWords(word(b), word(g), word(r), word(a), word(b), word(g), word(r), word(a));
 }
 
-KVX_ALWAYS_INLINE __m128i BGRAWords(int colour, int a) {
+KVX_ALWAYS_INLINE Integers BGRAWords(int colour, int a) {
     return BGRAWords(colour, colour, colour, a);
 }
 
@@ -99,26 +92,26 @@ template <typename Source>
 KVX_ALWAYS_INLINE Vectors<kVectors> LoadLevelsTimes64(const char* from) {
     constexpr int kScale = 64;
     const auto words = MakeVectors<kVectors>([from](auto i) {
-        const __m128i kLow = _mm_setr_epi8(3, 2, 2, 1, 1, 0, -1, -1, 7, 6, 6, 5, 5, 4, -1, -1);
-        const __m128i kHigh =
-            _mm_setr_epi8(11, 10, 10, 9, 9, 8, -1, -1, 15, 14, 14, 13, 13, 12, -1, -1);
-        return _mm_shuffle_epi8(Source::Load(from + 16 * (i / 2)), i % 2 == 0 ? kLow : kHigh);
+        const Integers kLow = MakeBytes(3, 2, 2, 1, 1, 0, -1, -1, 7, 6, 6, 5, 5, 4, -1, -1);
+        const Integers kHigh =
+            MakeBytes(11, 10, 10, 9, 9, 8, -1, -1, 15, 14, 14, 13, 13, 12, -1, -1);
+        return ShuffleBytes(Source::Load(from + 16 * (i / 2)), i % 2 == 0 ? kLow : kHigh);
     });
-    const auto raw = ForEach(words, [](__m128i word) {
-        return _mm_and_si128(word, BGRAWords(kRawMaskB, kRawMaskG, kRawMaskR, 0));
+    const auto raw = ForEach(words, [](Integers word) {
+        return And(word, BGRAWords(kRawMaskB, kRawMaskG, kRawMaskR, 0));
     });
     // The least of all signed words is a minimum by itself.
-    const auto limited = ForEach(raw, [](__m128i level) {
-        return _mm_min_epi16(
-            level, BGRAWords(kWhite, kWhite << kRawShiftG, kWhite << kRawShiftR, kOpaqueWord));
+    const auto limited = ForEach(raw, [](Integers level) {
+        return MinWords(level,
+                        BGRAWords(kWhite, kWhite << kRawShiftG, kWhite << kRawShiftR, kOpaqueWord));
     });
-    const auto aboveBlack = ForEach(limited, [](__m128i level) {
-        return _mm_subs_epu16(level,
-                              BGRAWords(kBlack, kBlack << kRawShiftG, kBlack << kRawShiftR, 0));
+    const auto aboveBlack = ForEach(limited, [](Integers level) {
+        return SubtractSaturatingUnsignedWords(
+            level, BGRAWords(kBlack, kBlack << kRawShiftG, kBlack << kRawShiftR, 0));
     });
-    return ForEach(aboveBlack, [](__m128i level) {
-        return _mm_mullo_epi16(level,
-                               BGRAWords(kScale, kScale >> kRawShiftG, kScale >> kRawShiftR, 1));
+    return ForEach(aboveBlack, [](Integers level) {
+        return MultiplyWordsLow(level,
+                                BGRAWords(kScale, kScale >> kRawShiftG, kScale >> kRawShiftR, 1));
     });
 }
 
@@ -130,15 +123,16 @@ struct To16u {
     template <typename Source>
     static KVX_ALWAYS_INLINE void Convert(const char* from, char* to) {
         const auto levels = LoadLevelsTimes64<Source>(from);
-        const auto eighths = ForEach(
-            levels, [](__m128i level) { return _mm_and_si128(level, BGRAWords(0xFE00, 0xFE00)); });
-        const auto first = ForEach(levels, [](__m128i level) {
-            return _mm_mulhi_epu16(level, BGRAWords(149 << 8, 0xFFFF));
+        const auto eighths =
+            ForEach(levels, [](Integers level) { return And(level, BGRAWords(0xFE00, 0xFE00)); });
+        const auto first = ForEach(levels, [](Integers level) {
+            return MultiplyUnsignedWordsHigh(level, BGRAWords(149 << 8, 0xFFFF));
         });
-        const auto second = ForEach(
-            eighths, [](__m128i eighth) { return _mm_mulhi_epu16(eighth, BGRAWords(5 << 5, 2)); });
-        StreamAll(to, MakeVectors<kVectors>(
-                          [&](auto i) { return _mm_add_epi16(first.v[i], second.v[i]); }));
+        const auto second = ForEach(eighths, [](Integers eighth) {
+            return MultiplyUnsignedWordsHigh(eighth, BGRAWords(5 << 5, 2));
+        });
+        StreamAll(to,
+                  MakeVectors<kVectors>([&](auto i) { return AddWords(first.v[i], second.v[i]); }));
     }
 };
 
@@ -151,18 +145,17 @@ struct To32f {
     static KVX_ALWAYS_INLINE void Convert(const char* from, char* to) {
         constexpr int kFactor = 19;
         constexpr int kOne = kSpan * kFactor;
-        const auto enlarged = ForEach(LoadLevelsTimes64<Source>(from), [](__m128i level) {
-            return _mm_mulhi_epu16(level,
-                                   BGRAWords(kFactor << (16 - 6), kOne * 0x10000 / kOpaqueWord));
+        const auto enlarged = ForEach(LoadLevelsTimes64<Source>(from), [](Integers level) {
+            return MultiplyUnsignedWordsHigh(
+                level, BGRAWords(kFactor << (16 - 6), kOne * 0x10000 / kOpaqueWord));
         });
-        const __m128i zero = _mm_setzero_si128();
-        StreamAll(
-            to, MakeVectors<kStepPixels>([&](auto i) {
-                const __m128i two = enlarged.v[i / 2];
-                const __m128i one =
-                    i % 2 == 0 ? _mm_unpacklo_epi16(two, zero) : _mm_unpackhi_epi16(two, zero);
-                return _mm_castps_si128(_mm_mul_ps(_mm_cvtepi32_ps(one), _mm_set1_ps(1.0f / kOne)));
-            }));
+        const Integers zero = Zero();
+        StreamAll(to, MakeVectors<kStepPixels>([&](auto i) {
+                      const Integers two = enlarged.v[i / 2];
+                      const Integers one = i % 2 == 0 ? InterleaveLowWords(two, zero)
+                                                      : InterleaveHighWords(two, zero);
+                      return AsIntegers(MultiplyFloats(ToFloats(one), EveryFloat(1.0f / kOne)));
+                  }));
     }
 };
 
@@ -192,22 +185,22 @@ struct YUVSource {
     static KVX_ALWAYS_INLINE void PrefetchGroup(const char*) {}
 
     static KVX_ALWAYS_INLINE RGBWords LoadEight(const char* from) {
-        const __m128i low = Memory::Load(from);
-        const __m128i high = Memory::Load(from + 16);
-        const __m128i kR = _mm_setr_epi8(1, 0, 5, 4, 9, 8, 13, 12, -1, -1, -1, -1, -1, -1, -1, -1);
-        const __m128i r = _mm_unpacklo_epi64(_mm_shuffle_epi8(low, kR), _mm_shuffle_epi8(high, kR));
-        return {{LoadBG(low), LoadBG(high)}, _mm_and_si128(r, _mm_set1_epi16(kRawMaskR))};
+        const Integers low = Memory::Load(from);
+        const Integers high = Memory::Load(from + 16);
+        const Integers kR = MakeBytes(1, 0, 5, 4, 9, 8, 13, 12, -1, -1, -1, -1, -1, -1, -1, -1);
+        const Integers r = InterleaveLowQwords(ShuffleBytes(low, kR), ShuffleBytes(high, kR));
+        return {{LoadBG(low), LoadBG(high)}, And(r, EveryWord(kRawMaskR))};
     }
 
   private:
     // Both components moved to bits 13-4, where R is already, times the arithmetic's factor.
-    static KVX_ALWAYS_INLINE __m128i LoadBG(__m128i pixels) {
-        const __m128i kBG = _mm_setr_epi8(3, 2, 2, 1, 7, 6, 6, 5, 11, 10, 10, 9, 15, 14, 14, 13);
-        const __m128i components = _mm_and_si128(_mm_shuffle_epi8(pixels, kBG),
-                                                 _mm_set1_epi32(kRawMaskG << 16 | kRawMaskB));
+    static KVX_ALWAYS_INLINE Integers LoadBG(Integers pixels) {
+        const Integers kBG = MakeBytes(3, 2, 2, 1, 7, 6, 6, 5, 11, 10, 10, 9, 15, 14, 14, 13);
+        const Integers components =
+            And(ShuffleBytes(pixels, kBG), EveryDword(kRawMaskG << 16 | kRawMaskB));
         constexpr int kFactorB = Arithmetic::kBGFactor << kRawShiftR;
         constexpr int kFactorG = Arithmetic::kBGFactor << (kRawShiftR - kRawShiftG);
-        return _mm_mullo_epi16(components, _mm_set1_epi32(kFactorG << 16 | kFactorB));
+        return MultiplyWordsLow(components, EveryDword(kFactorG << 16 | kFactorB));
     }
 };
 
@@ -234,32 +227,25 @@ long ConvertToV210(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
 
 // B, G and R of pixels in words, to r210's little-endian reading: each part of a component goes to
 // its place by itself.
-KVX_ALWAYS_INLINE __m128i PackWords(__m128i b, __m128i g, __m128i r) {
-    const auto mask = [](__m128i value, int bits) {
-        return _mm_and_si128(value, _mm_set1_epi32(bits));
-    };
-    const __m128i fromR = _mm_or_si128(_mm_srli_epi32(r, 4), mask(_mm_slli_epi32(r, 12), 0xF000));
-    const __m128i fromG =
-        _mm_or_si128(mask(_mm_slli_epi32(g, 2), 0xF00), mask(_mm_slli_epi32(g, 18), 0xFC0000));
-    const __m128i fromB = _mm_or_si128(_mm_slli_epi32(b, 24), mask(_mm_slli_epi32(b, 8), 0x30000));
-    return _mm_or_si128(_mm_or_si128(fromR, fromG), fromB);
+KVX_ALWAYS_INLINE Integers PackWords(Integers b, Integers g, Integers r) {
+    const auto mask = [](Integers value, int bits) { return And(value, EveryDword(bits)); };
+    const Integers fromR = Or(ShiftUnsignedDwordsRight<4>(r), mask(ShiftDwordsLeft<12>(r), 0xF000));
+    const Integers fromG =
+        Or(mask(ShiftDwordsLeft<2>(g), 0xF00), mask(ShiftDwordsLeft<18>(g), 0xFC0000));
+    const Integers fromB = Or(ShiftDwordsLeft<24>(b), mask(ShiftDwordsLeft<8>(b), 0x30000));
+    return Or(Or(fromR, fromG), fromB);
 }
 
 // 16-bit levels of four pixels, B G R A each, two pixels in a register, to four r210 words.
-KVX_ALWAYS_INLINE __m128i PackFour(__m128i low, __m128i high) {
-    const __m128 lowFloats = _mm_castsi128_ps(low);
-    const __m128 highFloats = _mm_castsi128_ps(high);
-    const __m128i bg =
-        _mm_castps_si128(_mm_shuffle_ps(lowFloats, highFloats, _MM_SHUFFLE(2, 0, 2, 0)));
-    const __m128i ra =
-        _mm_castps_si128(_mm_shuffle_ps(lowFloats, highFloats, _MM_SHUFFLE(3, 1, 3, 1)));
-    const __m128i lowWord = _mm_set1_epi32(0xFFFF);
-    return PackWords(_mm_and_si128(bg, lowWord), _mm_srli_epi32(bg, 16),
-                     _mm_and_si128(ra, lowWord));
+KVX_ALWAYS_INLINE Integers PackFour(Integers low, Integers high) {
+    const Integers bg = TakeDwords<0, 2, 0, 2>(low, high);
+    const Integers ra = TakeDwords<1, 3, 1, 3>(low, high);
+    const Integers lowWord = EveryDword(0xFFFF);
+    return PackWords(And(bg, lowWord), ShiftUnsignedDwordsRight<16>(bg), And(ra, lowWord));
 }
 
-KVX_ALWAYS_INLINE __m128i AddBlack(__m128i level) {
-    return _mm_add_epi16(level, _mm_set1_epi16(kBlack));
+KVX_ALWAYS_INLINE Integers AddBlack(Integers level) {
+    return AddWords(level, EveryWord(kBlack));
 }
 
 constexpr int kScale16u = 1752;  // 876 x 65536 / 32768
@@ -269,18 +255,18 @@ struct From8u {
     static constexpr int kPixels = 8;
 
     // The addend makes every byte meet the level that the scalar table has for it.
-    static KVX_ALWAYS_INLINE __m128i Scale(__m128i words) {
-        const __m128i scaled = _mm_add_epi16(_mm_slli_epi16(words, 7), _mm_set1_epi16(19));
-        return AddBlack(_mm_mulhi_epu16(scaled, _mm_set1_epi16(kScale16u)));
+    static KVX_ALWAYS_INLINE Integers Scale(Integers words) {
+        const Integers scaled = AddWords(ShiftWordsLeft<7>(words), EveryWord(19));
+        return AddBlack(MultiplyUnsignedWordsHigh(scaled, EveryWord(kScale16u)));
     }
 
     template <typename Source>
     static KVX_ALWAYS_INLINE void Store(char* to, const char* from) {
-        const __m128i zero = _mm_setzero_si128();
+        const Integers zero = Zero();
         for (int i = 0; i < 2; ++i) {
-            const __m128i four = Source::Load(from + 16 * i);
-            Stream(to + 16 * i, PackFour(Scale(_mm_unpacklo_epi8(four, zero)),
-                                         Scale(_mm_unpackhi_epi8(four, zero))));
+            const Integers four = Source::Load(from + 16 * i);
+            Stream(to + 16 * i, PackFour(Scale(InterleaveLowBytes(four, zero)),
+                                         Scale(InterleaveHighBytes(four, zero))));
         }
     }
 };
@@ -290,8 +276,8 @@ struct From16u {
     static constexpr int kPixels = 4;
 
     // Truncates where the scalar table rounds.
-    static KVX_ALWAYS_INLINE __m128i Scale(__m128i words) {
-        return AddBlack(_mm_mulhi_epu16(words, _mm_set1_epi16(kScale16u)));
+    static KVX_ALWAYS_INLINE Integers Scale(Integers words) {
+        return AddBlack(MultiplyUnsignedWordsHigh(words, EveryWord(kScale16u)));
     }
 
     template <typename Source>
@@ -304,19 +290,19 @@ struct From32f {
     static constexpr int kBytesPerPixel = 16;
     static constexpr int kPixels = 4;
 
-    static KVX_ALWAYS_INLINE __m128i Scale(__m128i pixel) {
-        const __m128 limited =
-            _mm_min_ps(_mm_max_ps(_mm_castsi128_ps(pixel), _mm_setzero_ps()), _mm_set1_ps(1.0f));
-        const __m128i level = _mm_cvtps_epi32(_mm_mul_ps(limited, _mm_set1_ps(876.0f)));
-        return _mm_add_epi32(level, _mm_set1_epi32(kBlack));
+    static KVX_ALWAYS_INLINE Integers Scale(Integers pixel) {
+        const Floats limited =
+            MinFloats(MaxFloats(AsFloats(pixel), ZeroFloats()), EveryFloat(1.0f));
+        const Integers level = RoundToDwords(MultiplyFloats(limited, EveryFloat(876.0f)));
+        return AddDwords(level, EveryDword(kBlack));
     }
 
     template <typename Source>
     static KVX_ALWAYS_INLINE void Store(char* to, const char* from) {
-        const __m128i low =
-            _mm_packs_epi32(Scale(Source::Load(from)), Scale(Source::Load(from + 16)));
-        const __m128i high =
-            _mm_packs_epi32(Scale(Source::Load(from + 32)), Scale(Source::Load(from + 48)));
+        const Integers low =
+            PackDwordsToWords(Scale(Source::Load(from)), Scale(Source::Load(from + 16)));
+        const Integers high =
+            PackDwordsToWords(Scale(Source::Load(from + 32)), Scale(Source::Load(from + 48)));
         Stream(to, PackFour(low, high));
     }
 };

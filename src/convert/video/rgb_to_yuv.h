@@ -3,8 +3,6 @@
 // of 24.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include "convert/video/conversion.h"
 #include "convert/video/vector_memory.h"
 
@@ -16,14 +14,14 @@ constexpr int kYUVGroupEights = kYUVGroupPixels / 8;
 // Eight pixels, each component a 14-bit number in a word of 16 bits; B and G are kBGFactor times as
 // much where an arithmetic wants them so.
 struct RGBWords {
-    __m128i mBG[2];  // B and G in turn, four pixels each
-    __m128i mR;
+    Integers mBG[2];  // B and G in turn, four pixels each
+    Integers mR;
 };
 
 // The same eight pixels at the destination's depth.
 struct YUVWords {
-    __m128i mY;
-    __m128i mChroma;  // Cb and Cr in turn, of the four even pixels
+    Integers mY;
+    Integers mChroma;  // Cb and Cr in turn, of the four even pixels
 };
 
 // Matrix rows in units of 1/32768, truncated toward zero, laid out for multiply-add of B with G and
@@ -36,44 +34,44 @@ struct RGBToYUVCoefficients {
           mCbFromR(Single(matrix, 3)),
           mCrFromBG(Pair(matrix, 8, 7)),
           mCrFromR(Single(matrix, 6)),
-          mYFromRWords(_mm_or_si128(mYFromR, _mm_slli_epi32(mYFromR, 16))),
-          mCbCrFromRWords(_mm_or_si128(mCbFromR, _mm_slli_epi32(mCrFromR, 16))) {}
+          mYFromRWords(Or(mYFromR, ShiftDwordsLeft<16>(mYFromR))),
+          mCbCrFromRWords(Or(mCbFromR, ShiftDwordsLeft<16>(mCrFromR))) {}
 
-    __m128i mYFromBG;
-    __m128i mYFromR;
-    __m128i mCbFromBG;
-    __m128i mCbFromR;
-    __m128i mCrFromBG;
-    __m128i mCrFromR;
+    Integers mYFromBG;
+    Integers mYFromR;
+    Integers mCbFromBG;
+    Integers mCbFromR;
+    Integers mCrFromBG;
+    Integers mCrFromR;
 
     // The same of R in every word, and of Cb and Cr in turn.
-    __m128i mYFromRWords;
-    __m128i mCbCrFromRWords;
+    Integers mYFromRWords;
+    Integers mCbCrFromRWords;
 
   private:
     static int Fixed(const TransformMatrix& matrix, int index) {
         return static_cast<int>(matrix.mCoefficient[index] * 32768.0f);
     }
-    static KVX_ALWAYS_INLINE __m128i Pair(const TransformMatrix& matrix, int low, int high) {
-        return _mm_set1_epi32((Fixed(matrix, low) & 0xFFFF) |
-                              static_cast<int>(static_cast<unsigned>(Fixed(matrix, high)) << 16));
+    static KVX_ALWAYS_INLINE Integers Pair(const TransformMatrix& matrix, int low, int high) {
+        return EveryDword((Fixed(matrix, low) & 0xFFFF) |
+                          static_cast<int>(static_cast<unsigned>(Fixed(matrix, high)) << 16));
     }
-    static KVX_ALWAYS_INLINE __m128i Single(const TransformMatrix& matrix, int index) {
-        return _mm_set1_epi32(Fixed(matrix, index) & 0xFFFF);
+    static KVX_ALWAYS_INLINE Integers Single(const TransformMatrix& matrix, int index) {
+        return EveryDword(Fixed(matrix, index) & 0xFFFF);
     }
 };
 
 // What a 4:2:2 layout makes of the products, which are 14-bit numbers.
 template <int kDepthShift, int kBlackLevel, int kLumaLimit, int kNeutralLevel>
 struct YUVLevels {
-    static KVX_ALWAYS_INLINE __m128i Luma(__m128i sum) {
-        const __m128i level =
-            _mm_add_epi16(_mm_srli_epi16(sum, kDepthShift), _mm_set1_epi16(kBlackLevel));
-        return _mm_min_epi16(level, _mm_set1_epi16(kLumaLimit));
+    static KVX_ALWAYS_INLINE Integers Luma(Integers sum) {
+        const Integers level =
+            AddWords(ShiftUnsignedWordsRight<kDepthShift>(sum), EveryWord(kBlackLevel));
+        return MinWords(level, EveryWord(kLumaLimit));
     }
     // No limit here: the matrices keep legal colours inside the range.
-    static KVX_ALWAYS_INLINE __m128i Chroma(__m128i sum) {
-        return _mm_add_epi16(_mm_srai_epi16(sum, kDepthShift), _mm_set1_epi16(kNeutralLevel));
+    static KVX_ALWAYS_INLINE Integers Chroma(Integers sum) {
+        return AddWords(ShiftWordsRight<kDepthShift>(sum), EveryWord(kNeutralLevel));
     }
 };
 
@@ -84,50 +82,51 @@ struct YUVLevels {
 struct WideArithmetic {
     static constexpr int kBGFactor = 1;
 
-    static KVX_ALWAYS_INLINE __m128i Mean(__m128i a, __m128i b) {
-        return _mm_srli_epi16(_mm_add_epi16(a, b), 1);
+    static KVX_ALWAYS_INLINE Integers Mean(Integers a, Integers b) {
+        return ShiftUnsignedWordsRight<1>(AddWords(a, b));
     }
 
-    static KVX_ALWAYS_INLINE __m128i LumaOfBG(const __m128i (&bg)[2],
-                                              const RGBToYUVCoefficients& coefficients) {
-        const auto weigh = [&coefficients](__m128i words) {
-            return _mm_srli_epi32(_mm_madd_epi16(words, coefficients.mYFromBG), 15);
+    static KVX_ALWAYS_INLINE Integers LumaOfBG(const Integers (&bg)[2],
+                                               const RGBToYUVCoefficients& coefficients) {
+        const auto weigh = [&coefficients](Integers words) {
+            return ShiftUnsignedDwordsRight<15>(MultiplyAddWords(words, coefficients.mYFromBG));
         };
-        return _mm_packs_epi32(weigh(bg[0]), weigh(bg[1]));
+        return PackDwordsToWords(weigh(bg[0]), weigh(bg[1]));
     }
 
-    static KVX_ALWAYS_INLINE __m128i ChromaOfBG(__m128i bg,
-                                                const RGBToYUVCoefficients& coefficients) {
+    static KVX_ALWAYS_INLINE Integers ChromaOfBG(Integers bg,
+                                                 const RGBToYUVCoefficients& coefficients) {
         return TakeTurns(
-            _mm_packs_epi32(_mm_srai_epi32(_mm_madd_epi16(bg, coefficients.mCbFromBG), 15),
-                            _mm_srai_epi32(_mm_madd_epi16(bg, coefficients.mCrFromBG), 15)));
+            PackDwordsToWords(ShiftDwordsRight<15>(MultiplyAddWords(bg, coefficients.mCbFromBG)),
+                              ShiftDwordsRight<15>(MultiplyAddWords(bg, coefficients.mCrFromBG))));
     }
 
-    static KVX_ALWAYS_INLINE __m128i PrepareR(__m128i r) { return r; }
+    static KVX_ALWAYS_INLINE Integers PrepareR(Integers r) { return r; }
 
-    static KVX_ALWAYS_INLINE __m128i LumaOfR(__m128i r, const RGBToYUVCoefficients& coefficients) {
-        const __m128i zero = _mm_setzero_si128();
-        const auto weigh = [&](__m128i words) {
-            return _mm_srli_epi32(_mm_madd_epi16(words, coefficients.mYFromR), 15);
+    static KVX_ALWAYS_INLINE Integers LumaOfR(Integers r,
+                                              const RGBToYUVCoefficients& coefficients) {
+        const Integers zero = Zero();
+        const auto weigh = [&](Integers words) {
+            return ShiftUnsignedDwordsRight<15>(MultiplyAddWords(words, coefficients.mYFromR));
         };
-        return _mm_packs_epi32(weigh(_mm_unpacklo_epi16(r, zero)),
-                               weigh(_mm_unpackhi_epi16(r, zero)));
+        return PackDwordsToWords(weigh(InterleaveLowWords(r, zero)),
+                                 weigh(InterleaveHighWords(r, zero)));
     }
 
     // From means of each pixel with the one to its left.
-    static KVX_ALWAYS_INLINE __m128i ChromaOfR(__m128i means,
-                                               const RGBToYUVCoefficients& coefficients) {
+    static KVX_ALWAYS_INLINE Integers ChromaOfR(Integers means,
+                                                const RGBToYUVCoefficients& coefficients) {
         // R stands in the even words; what is in the odd ones meets a coefficient of 0.
-        const __m128i r = Mean(means, _mm_srli_epi32(means, 16));
+        const Integers r = Mean(means, ShiftUnsignedDwordsRight<16>(means));
         return TakeTurns(
-            _mm_packs_epi32(_mm_srai_epi32(_mm_madd_epi16(r, coefficients.mCbFromR), 15),
-                            _mm_srai_epi32(_mm_madd_epi16(r, coefficients.mCrFromR), 15)));
+            PackDwordsToWords(ShiftDwordsRight<15>(MultiplyAddWords(r, coefficients.mCbFromR)),
+                              ShiftDwordsRight<15>(MultiplyAddWords(r, coefficients.mCrFromR))));
     }
 
     // Four words of Cb and four of Cr to Cb and Cr in turn.
-    static KVX_ALWAYS_INLINE __m128i TakeTurns(__m128i chroma) {
-        return _mm_shuffle_epi8(
-            chroma, _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
+    static KVX_ALWAYS_INLINE Integers TakeTurns(Integers chroma) {
+        return ShuffleBytes(chroma,
+                            MakeBytes(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
     }
 };
 
@@ -138,38 +137,41 @@ struct NarrowArithmetic {
     static constexpr int kBGFactor = 2;
 
     static bool Fits(const RGBToYUVCoefficients& coefficients) {
-        return _mm_extract_epi16(coefficients.mYFromR, 0) < 0x8000;
+        return FirstWord(coefficients.mYFromR) < 0x8000;
     }
 
-    static KVX_ALWAYS_INLINE __m128i Mean(__m128i a, __m128i b) { return _mm_avg_epu16(a, b); }
-
-    static KVX_ALWAYS_INLINE __m128i LumaOfBG(const __m128i (&bg)[2],
-                                              const RGBToYUVCoefficients& coefficients) {
-        const auto weigh = [&coefficients](__m128i words) {
-            return _mm_srli_epi32(_mm_madd_epi16(words, coefficients.mYFromBG), 16);
-        };
-        return _mm_packs_epi32(weigh(bg[0]), weigh(bg[1]));
+    static KVX_ALWAYS_INLINE Integers Mean(Integers a, Integers b) {
+        return AverageUnsignedWords(a, b);
     }
 
-    static KVX_ALWAYS_INLINE __m128i ChromaOfBG(__m128i bg,
-                                                const RGBToYUVCoefficients& coefficients) {
-        const __m128i cb = _mm_madd_epi16(bg, coefficients.mCbFromBG);
-        const __m128i cr = _mm_madd_epi16(bg, coefficients.mCrFromBG);
-        const __m128i upperHalves = _mm_set1_epi32(static_cast<int>(0xFFFF0000));
-        return _mm_or_si128(_mm_srli_epi32(cb, 16), _mm_and_si128(cr, upperHalves));
-    }
-
-    static KVX_ALWAYS_INLINE __m128i PrepareR(__m128i r) { return _mm_add_epi16(r, r); }
-
-    static KVX_ALWAYS_INLINE __m128i LumaOfR(__m128i r, const RGBToYUVCoefficients& coefficients) {
-        return _mm_mulhi_epi16(r, coefficients.mYFromRWords);
-    }
-
-    static KVX_ALWAYS_INLINE __m128i ChromaOfR(__m128i means,
+    static KVX_ALWAYS_INLINE Integers LumaOfBG(const Integers (&bg)[2],
                                                const RGBToYUVCoefficients& coefficients) {
-        const __m128i swapped = _mm_shuffle_epi8(
-            means, _mm_setr_epi8(2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13));
-        return _mm_mulhi_epi16(Mean(means, swapped), coefficients.mCbCrFromRWords);
+        const auto weigh = [&coefficients](Integers words) {
+            return ShiftUnsignedDwordsRight<16>(MultiplyAddWords(words, coefficients.mYFromBG));
+        };
+        return PackDwordsToWords(weigh(bg[0]), weigh(bg[1]));
+    }
+
+    static KVX_ALWAYS_INLINE Integers ChromaOfBG(Integers bg,
+                                                 const RGBToYUVCoefficients& coefficients) {
+        const Integers cb = MultiplyAddWords(bg, coefficients.mCbFromBG);
+        const Integers cr = MultiplyAddWords(bg, coefficients.mCrFromBG);
+        const Integers upperHalves = EveryDword(static_cast<int>(0xFFFF0000));
+        return Or(ShiftUnsignedDwordsRight<16>(cb), And(cr, upperHalves));
+    }
+
+    static KVX_ALWAYS_INLINE Integers PrepareR(Integers r) { return AddWords(r, r); }
+
+    static KVX_ALWAYS_INLINE Integers LumaOfR(Integers r,
+                                              const RGBToYUVCoefficients& coefficients) {
+        return MultiplyWordsHigh(r, coefficients.mYFromRWords);
+    }
+
+    static KVX_ALWAYS_INLINE Integers ChromaOfR(Integers means,
+                                                const RGBToYUVCoefficients& coefficients) {
+        const Integers swapped =
+            ShuffleBytes(means, MakeBytes(2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13));
+        return MultiplyWordsHigh(Mean(means, swapped), coefficients.mCbCrFromRWords);
     }
 };
 
@@ -181,44 +183,37 @@ class RGBToYUV {
     // `first` holds the pixel that a run begins with: it is its own left neighbour.
     RGBToYUV(const RGBToYUVCoefficients& coefficients, const RGBWords& first)
         : mCoefficients(coefficients),
-          mLeftBG(_mm_shuffle_epi32(first.mBG[0], 0)),
-          mLeftR(_mm_shuffle_epi32(_mm_shufflelo_epi16(Arithmetic::PrepareR(first.mR), 0), 0)) {}
+          mLeftBG(TakeDwords<0, 0, 0, 0>(first.mBG[0])),
+          mLeftR(TakeDwords<0, 0, 0, 0>(TakeLowWords<0, 0, 0, 0>(Arithmetic::PrepareR(first.mR)))) {
+    }
 
     KVX_ALWAYS_INLINE YUVWords Convert(const RGBWords& rgb) {
-        const __m128i r = Arithmetic::PrepareR(rgb.mR);
-        return {Levels::Luma(_mm_add_epi16(Arithmetic::LumaOfBG(rgb.mBG, mCoefficients),
-                                           Arithmetic::LumaOfR(r, mCoefficients))),
-                Levels::Chroma(_mm_add_epi16(ChromaOfBG(rgb), ChromaOfR(r)))};
+        const Integers r = Arithmetic::PrepareR(rgb.mR);
+        return {Levels::Luma(AddWords(Arithmetic::LumaOfBG(rgb.mBG, mCoefficients),
+                                      Arithmetic::LumaOfR(r, mCoefficients))),
+                Levels::Chroma(AddWords(ChromaOfBG(rgb), ChromaOfR(r)))};
     }
 
   private:
     // Means of each pixel with the one to its left, then of an even one with the next.
-    KVX_ALWAYS_INLINE __m128i ChromaOfBG(const RGBWords& rgb) {
-        const __m128i means0 =
-            Arithmetic::Mean(_mm_alignr_epi8(rgb.mBG[0], mLeftBG, 12), rgb.mBG[0]);
-        const __m128i means1 =
-            Arithmetic::Mean(_mm_alignr_epi8(rgb.mBG[1], rgb.mBG[0], 12), rgb.mBG[1]);
+    KVX_ALWAYS_INLINE Integers ChromaOfBG(const RGBWords& rgb) {
+        const Integers means0 = Arithmetic::Mean(TakeBytes<12>(mLeftBG, rgb.mBG[0]), rgb.mBG[0]);
+        const Integers means1 = Arithmetic::Mean(TakeBytes<12>(rgb.mBG[0], rgb.mBG[1]), rgb.mBG[1]);
         mLeftBG = rgb.mBG[1];
-        const __m128i bg =
-            Arithmetic::Mean(TakeDwords<0, 2>(means0, means1), TakeDwords<1, 3>(means0, means1));
+        const Integers bg = Arithmetic::Mean(TakeDwords<0, 2, 0, 2>(means0, means1),
+                                             TakeDwords<1, 3, 1, 3>(means0, means1));
         return Arithmetic::ChromaOfBG(bg, mCoefficients);
     }
 
-    KVX_ALWAYS_INLINE __m128i ChromaOfR(__m128i r) {
-        const __m128i means = Arithmetic::Mean(_mm_alignr_epi8(r, mLeftR, 14), r);
+    KVX_ALWAYS_INLINE Integers ChromaOfR(Integers r) {
+        const Integers means = Arithmetic::Mean(TakeBytes<14>(mLeftR, r), r);
         mLeftR = r;
         return Arithmetic::ChromaOfR(means, mCoefficients);
     }
 
-    template <int kFirst, int kSecond>
-    static KVX_ALWAYS_INLINE __m128i TakeDwords(__m128i low, __m128i high) {
-        return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(low), _mm_castsi128_ps(high),
-                                               _MM_SHUFFLE(kSecond, kFirst, kSecond, kFirst)));
-    }
-
     RGBToYUVCoefficients mCoefficients;
-    __m128i mLeftBG;  // in the highest double word
-    __m128i mLeftR;   // in the highest word
+    Integers mLeftBG;  // in the highest double word
+    Integers mLeftR;   // in the highest word
 };
 
 // Converts a run of whole groups. Source gives kBytesPerPixel, LoadEight, PrefetchGroup and its

@@ -1,5 +1,3 @@
-#include <tmmintrin.h>
-
 #include "convert/video/bgra_source.h"
 #include "convert/video/pack.h"
 #include "convert/video/planar_yuv.h"
@@ -16,24 +14,24 @@ namespace {
 constexpr int kStepPixels = kPlanarPixels;
 constexpr int kStepBytes = 2 * kStepPixels;
 
-KVX_ALWAYS_INLINE __m128i LessBlack(__m128i words) {
-    return _mm_add_epi16(words, _mm_setr_epi16(-128, -16, -128, -16, -128, -16, -128, -16));
+KVX_ALWAYS_INLINE Integers LessBlack(Integers words) {
+    return AddWords(words, MakeWords(-128, -16, -128, -16, -128, -16, -128, -16));
 }
 
 // A step as planes: bytes U Y0 and V Y1 are words, of which each kind is gathered first.
 template <typename Source>
 KVX_ALWAYS_INLINE PlanarYUV LoadPlanes(const char* from) {
-    const __m128i kSplit = _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15);
-    const __m128i low = _mm_shuffle_epi8(Source::Load(from), kSplit);
-    const __m128i high = _mm_shuffle_epi8(Source::Load(from + 16), kSplit);
-    const __m128i uy = _mm_unpacklo_epi64(low, high);
-    const __m128i vy = _mm_unpackhi_epi64(low, high);
-    const auto chroma = [](__m128i words) {
-        return _mm_xor_si128(_mm_slli_epi16(words, 8), _mm_set1_epi16(static_cast<short>(0x8000)));
+    const Integers kSplit = MakeBytes(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15);
+    const Integers low = ShuffleBytes(Source::Load(from), kSplit);
+    const Integers high = ShuffleBytes(Source::Load(from + 16), kSplit);
+    const Integers uy = InterleaveLowQwords(low, high);
+    const Integers vy = InterleaveHighQwords(low, high);
+    const auto chroma = [](Integers words) {
+        return Xor(ShiftWordsLeft<8>(words), EveryWord(0x8000));
     };
-    const auto luma = [](__m128i words) {
-        const __m128i times128 = _mm_and_si128(_mm_srli_epi16(words, 1), _mm_set1_epi16(0x7F80));
-        return _mm_sub_epi16(times128, _mm_set1_epi16(16 << 7));
+    const auto luma = [](Integers words) {
+        const Integers times128 = And(ShiftUnsignedWordsRight<1>(words), EveryWord(0x7F80));
+        return SubtractWords(times128, EveryWord(16 << 7));
     };
     return {chroma(uy), chroma(vy), luma(uy), luma(vy)};
 }
@@ -54,14 +52,14 @@ KVX_ALWAYS_INLINE void ConvertRowInPlanes(const char* from, char* to, ptrdiff_t 
 template <typename Source, int kPrefetchDistance, typename Pack>
 KVX_ALWAYS_INLINE void ConvertRow(const char* from, char* to, ptrdiff_t steps,
                                   const YUVToRGBCoefficients<8>& coefficients) {
-    const __m128i zero = _mm_setzero_si128();
+    const Integers zero = Zero();
     for (; steps > 0; --steps) {
         PrefetchAhead<Source, kPrefetchDistance>(from);
         for (int half = 0; half < 2; ++half) {
-            const __m128i bytes = Source::Load(from + 16 * half);
-            Pack::Store(to, coefficients.Sum(LessBlack(_mm_unpacklo_epi8(bytes, zero))));
+            const Integers bytes = Source::Load(from + 16 * half);
+            Pack::Store(to, coefficients.Sum(LessBlack(InterleaveLowBytes(bytes, zero))));
             to += 4 * Pack::kBytesPerPixel;
-            Pack::Store(to, coefficients.Sum(LessBlack(_mm_unpackhi_epi8(bytes, zero))));
+            Pack::Store(to, coefficients.Sum(LessBlack(InterleaveHighBytes(bytes, zero))));
             to += 4 * Pack::kBytesPerPixel;
         }
         from += kStepBytes;

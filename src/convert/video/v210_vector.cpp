@@ -1,5 +1,3 @@
-#include <tmmintrin.h>
-
 #include "convert/video/bgra_source.h"
 #include "convert/video/pack.h"
 #include "convert/video/planar_yuv.h"
@@ -21,35 +19,34 @@ using Coefficients = YUVToRGBCoefficients<10>;
 // Two pairs of pixels as U Y0 V Y1 U Y0 V Y1, less their black. A sample stands in the low, middle
 // or high third of its 32-bit word; the two bytes that hold it are shuffled into place and moved to
 // the top of a 16-bit word, which pushes out what is above it, and back.
-KVX_ALWAYS_INLINE __m128i TakeRun(__m128i words, __m128i bytes, __m128i factors) {
-    const __m128i atTop = _mm_mullo_epi16(_mm_shuffle_epi8(words, bytes), factors);
-    return _mm_sub_epi16(_mm_srli_epi16(atTop, 6),
-                         _mm_setr_epi16(512, 64, 512, 64, 512, 64, 512, 64));
+KVX_ALWAYS_INLINE Integers TakeRun(Integers words, Integers bytes, Integers factors) {
+    const Integers atTop = MultiplyWordsLow(ShuffleBytes(words, bytes), factors);
+    return SubtractWords(ShiftUnsignedWordsRight<6>(atTop),
+                         MakeWords(512, 64, 512, 64, 512, 64, 512, 64));
 }
 
 constexpr short kLow = 1 << 6;
 constexpr short kMiddle = 1 << 4;
 constexpr short kHigh = 1 << 2;
 
-KVX_ALWAYS_INLINE __m128i LoadWords(const char* from) {
+KVX_ALWAYS_INLINE Integers LoadWords(const char* from) {
     return MisalignedSource::Load(from);
 }
 
 // Six pairs from eight words.
 template <typename Pack>
 KVX_ALWAYS_INLINE void ConvertTwelve(const char* from, char* to, const Coefficients& coefficients) {
-    const __m128i first =
-        TakeRun(LoadWords(from), _mm_setr_epi8(0, 1, 1, 2, 2, 3, 4, 5, 5, 6, 6, 7, 8, 9, 9, 10),
-                _mm_setr_epi16(kLow, kMiddle, kHigh, kLow, kMiddle, kHigh, kLow, kMiddle));
+    const Integers first =
+        TakeRun(LoadWords(from), MakeBytes(0, 1, 1, 2, 2, 3, 4, 5, 5, 6, 6, 7, 8, 9, 9, 10),
+                MakeWords(kLow, kMiddle, kHigh, kLow, kMiddle, kHigh, kLow, kMiddle));
     // Words 2 to 5: the third pair of a block and the first of the next.
-    const __m128i second = TakeRun(
-        LoadWords(from + 8), _mm_setr_epi8(2, 3, 4, 5, 5, 6, 6, 7, 8, 9, 9, 10, 10, 11, 12, 13),
-        _mm_setr_epi16(kHigh, kLow, kMiddle, kHigh, kLow, kMiddle, kHigh, kLow));
+    const Integers second =
+        TakeRun(LoadWords(from + 8), MakeBytes(2, 3, 4, 5, 5, 6, 6, 7, 8, 9, 9, 10, 10, 11, 12, 13),
+                MakeWords(kHigh, kLow, kMiddle, kHigh, kLow, kMiddle, kHigh, kLow));
     // Words 4 to 7: the other two pairs of that block.
-    const __m128i third =
-        TakeRun(LoadWords(from + 16),
-                _mm_setr_epi8(5, 6, 6, 7, 8, 9, 9, 10, 10, 11, 12, 13, 13, 14, 14, 15),
-                _mm_setr_epi16(kMiddle, kHigh, kLow, kMiddle, kHigh, kLow, kMiddle, kHigh));
+    const Integers third = TakeRun(
+        LoadWords(from + 16), MakeBytes(5, 6, 6, 7, 8, 9, 9, 10, 10, 11, 12, 13, 13, 14, 14, 15),
+        MakeWords(kMiddle, kHigh, kLow, kMiddle, kHigh, kLow, kMiddle, kHigh));
     Pack::Store(to, coefficients.Sum(first));
     Pack::Store(to + 4 * Pack::kBytesPerPixel, coefficients.Sum(second));
     Pack::Store(to + 8 * Pack::kBytesPerPixel, coefficients.Sum(third));
@@ -71,19 +68,19 @@ constexpr RunBytes kRuns[3] = {
 
 // U U V V, times 64, and Y0 Y0 Y1 Y1, times 32.
 template <int kRun>
-KVX_ALWAYS_INLINE __m128i TakePlanarRun(const char* from) {
+KVX_ALWAYS_INLINE Integers TakePlanarRun(const char* from) {
     constexpr const signed char(&b)[8] = kRuns[kRun].mFirst;
     constexpr const short(&f)[8] = kRuns[kRun].mFactors;
-    const __m128i bytes =
-        _mm_setr_epi8(b[0], b[0] + 1, b[1], b[1] + 1, b[2], b[2] + 1, b[3], b[3] + 1, b[4],
-                      b[4] + 1, b[5], b[5] + 1, b[6], b[6] + 1, b[7], b[7] + 1);
+    const Integers bytes =
+        MakeBytes(b[0], b[0] + 1, b[1], b[1] + 1, b[2], b[2] + 1, b[3], b[3] + 1, b[4], b[4] + 1,
+                  b[5], b[5] + 1, b[6], b[6] + 1, b[7], b[7] + 1);
     const auto mask = [](short factor) { return static_cast<short>((0x3FF << 6) / factor); };
-    const __m128i masks = _mm_setr_epi16(mask(f[0]), mask(f[1]), mask(f[2]), mask(f[3]), mask(f[4]),
-                                         mask(f[5]), mask(f[6]), mask(f[7]));
-    const __m128i factors =
-        _mm_setr_epi16(f[0], f[1], f[2], f[3], f[4] / 2, f[5] / 2, f[6] / 2, f[7] / 2);
-    const __m128i samples = _mm_and_si128(_mm_shuffle_epi8(LoadWords(from), bytes), masks);
-    return _mm_mullo_epi16(samples, factors);
+    const Integers masks = MakeWords(mask(f[0]), mask(f[1]), mask(f[2]), mask(f[3]), mask(f[4]),
+                                     mask(f[5]), mask(f[6]), mask(f[7]));
+    const Integers factors =
+        MakeWords(f[0], f[1], f[2], f[3], f[4] / 2, f[5] / 2, f[6] / 2, f[7] / 2);
+    const Integers samples = And(ShuffleBytes(LoadWords(from), bytes), masks);
+    return MultiplyWordsLow(samples, factors);
 }
 
 // Sixteen pixels from four runs, the first of which is of kind kFirstRun.
@@ -91,23 +88,21 @@ template <int kFirstRun>
 KVX_ALWAYS_INLINE PlanarYUV LoadPlanes(const char* from) {
     constexpr int kRunBytes = 32;  // of three runs
     const auto offset = [](int run) { return run / 3 * kRunBytes + run % 3 * 8; };
-    const __m128i a = TakePlanarRun<kFirstRun>(from + offset(kFirstRun));
-    const __m128i b = TakePlanarRun<(kFirstRun + 1) % 3>(from + offset(kFirstRun + 1));
-    const __m128i c = TakePlanarRun<(kFirstRun + 2) % 3>(from + offset(kFirstRun + 2));
-    const __m128i d = TakePlanarRun<kFirstRun>(from + offset(kFirstRun + 3));
-    const __m128i chromaAB = _mm_unpacklo_epi32(a, b);
-    const __m128i chromaCD = _mm_unpacklo_epi32(c, d);
-    const __m128i lumaAB = _mm_unpackhi_epi32(a, b);
-    const __m128i lumaCD = _mm_unpackhi_epi32(c, d);
-    const auto chroma = [](__m128i times64) {
-        return _mm_sub_epi16(times64, _mm_set1_epi16(static_cast<short>(512 << 6)));
+    const Integers a = TakePlanarRun<kFirstRun>(from + offset(kFirstRun));
+    const Integers b = TakePlanarRun<(kFirstRun + 1) % 3>(from + offset(kFirstRun + 1));
+    const Integers c = TakePlanarRun<(kFirstRun + 2) % 3>(from + offset(kFirstRun + 2));
+    const Integers d = TakePlanarRun<kFirstRun>(from + offset(kFirstRun + 3));
+    const Integers chromaAB = InterleaveLowDwords(a, b);
+    const Integers chromaCD = InterleaveLowDwords(c, d);
+    const Integers lumaAB = InterleaveHighDwords(a, b);
+    const Integers lumaCD = InterleaveHighDwords(c, d);
+    const auto chroma = [](Integers times64) {
+        return SubtractWords(times64, EveryWord(512 << 6));
     };
-    const auto luma = [](__m128i times32) {
-        return _mm_sub_epi16(times32, _mm_set1_epi16(64 << 5));
-    };
-    return {chroma(_mm_unpacklo_epi64(chromaAB, chromaCD)),
-            chroma(_mm_unpackhi_epi64(chromaAB, chromaCD)),
-            luma(_mm_unpacklo_epi64(lumaAB, lumaCD)), luma(_mm_unpackhi_epi64(lumaAB, lumaCD))};
+    const auto luma = [](Integers times32) { return SubtractWords(times32, EveryWord(64 << 5)); };
+    return {chroma(InterleaveLowQwords(chromaAB, chromaCD)),
+            chroma(InterleaveHighQwords(chromaAB, chromaCD)),
+            luma(InterleaveLowQwords(lumaAB, lumaCD)), luma(InterleaveHighQwords(lumaAB, lumaCD))};
 }
 
 template <typename PlanarPack, int kFirstRun>

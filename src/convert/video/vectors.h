@@ -5,8 +5,6 @@
 // and the chains from load to store here are long.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include <utility>
 
 #include "convert/video/vector_memory.h"
@@ -15,7 +13,7 @@ namespace KVX::Converter::Video {
 
 template <int kCount>
 struct Vectors {
-    __m128i v[kCount];
+    Integers v[kCount];
 };
 
 template <typename Make, int... kIndex>

@@ -1,8 +1,6 @@
 // The two 4:2:2 layouts as destinations of ConvertGroupsToYUV.
 #pragma once
 
-#include <tmmintrin.h>
-
 #include "convert/video/rgb_to_yuv.h"
 #include "convert/video/v210_words.h"
 #include "convert/video/vector_memory.h"
@@ -16,7 +14,7 @@ struct UYVYLayout {
 
     static KVX_ALWAYS_INLINE void StoreGroup(char* to, const YUVWords (&yuv)[kYUVGroupEights]) {
         for (const YUVWords& eight : yuv) {
-            Stream(to, _mm_or_si128(eight.mChroma, _mm_slli_epi16(eight.mY, 8)));
+            Stream(to, Or(eight.mChroma, ShiftWordsLeft<8>(eight.mY)));
             to += 16;
         }
     }
@@ -41,30 +39,29 @@ struct V210Layout {
 
   private:
     struct Samples {
-        __m128i mY;
-        __m128i mChroma;
-        __m128i mSigns;  // of chroma
+        Integers mY;
+        Integers mChroma;
+        Integers mSigns;  // of chroma
     };
 
     template <int kFirst>
     static KVX_ALWAYS_INLINE Samples Enlarge(const YUVWords& yuv) {
         return {EnlargeForV210Luma<kFirst>(yuv.mY), EnlargeForV210Chroma<kFirst>(yuv.mChroma),
-                _mm_srai_epi16(yuv.mChroma, 15)};
+                ShiftWordsRight<15>(yuv.mChroma)};
     }
 
     // The sixteen bytes from kByte on.
     template <int kByte>
     static KVX_ALWAYS_INLINE Samples Join(const Samples& low, const Samples& high) {
-        return {_mm_alignr_epi8(high.mY, low.mY, kByte),
-                _mm_alignr_epi8(high.mChroma, low.mChroma, kByte),
-                _mm_alignr_epi8(high.mSigns, low.mSigns, kByte)};
+        return {TakeBytes<kByte>(low.mY, high.mY), TakeBytes<kByte>(low.mChroma, high.mChroma),
+                TakeBytes<kByte>(low.mSigns, high.mSigns)};
     }
 
     // Chroma of superwhite colours can pass 10 bits; samples are laid over one another then.
     static KVX_ALWAYS_INLINE void StoreSix(char* to, const Samples& samples) {
-        const __m128i words = _mm_or_si128(MakeV210Words(samples.mY, samples.mChroma),
-                                           V210SignsOfChroma(samples.mSigns));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), words);
+        const Integers words =
+            Or(MakeV210Words(samples.mY, samples.mChroma), V210SignsOfChroma(samples.mSigns));
+        Store(to, words);
     }
 };
 

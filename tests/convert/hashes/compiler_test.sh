@@ -1,14 +1,30 @@
 #!/usr/bin/env bash
 # Builds the converters and their models with one compiler at one level of optimisation, and compares
-# what they make with the known hashes.
+# what they make with the known hashes. What a compiler for arm64 makes is run on an emulated
+# processor where this one is another.
 #     compiler_test.sh SOURCE_DIR WORK_DIR COMPILER LEVEL
-# Ends with 75, which counts as skipped, where there is no such compiler.
+# Ends with 75, which counts as skipped, where there is no such compiler or no emulator.
 set -euo pipefail
 
 source_dir=$1 work_dir=$2 compiler=$3 level=$4
 
 if ! command -v "$compiler" >/dev/null; then
     echo "SKIPPED: there is no $compiler here"
+    exit 75
+fi
+run=()
+case $("$compiler" -dumpmachine) in
+    x86_64*) target=(-mssse3) ;;
+    aarch64*)
+        target=(-static)
+        if [ "$(uname -m)" != aarch64 ]; then
+            run=(qemu-aarch64)
+        fi
+        ;;
+    *) target=() ;;
+esac
+if [ ${#run[@]} -gt 0 ] && ! command -v "${run[0]}" >/dev/null; then
+    echo "SKIPPED: there is no ${run[0]} here (Debian package qemu-user)"
     exit 75
 fi
 cache=()
@@ -24,9 +40,9 @@ for source in src/convert/video/*.cpp src/core/log.cpp src/core/once.cpp tests/c
     tests/convert/geometry/routines.cpp tests/convert/hashes/{routine_hashes,hash_check}.cpp; do
     object=$work_dir/$(basename "$source" .cpp).o
     objects+=("$object")
-    ${cache[@]+"${cache[@]}"} "$compiler" -std=c++17 "$level" -mssse3 -ffp-contract=off -Isrc -Itests \
-        -c "$source" -o "$object"
+    ${cache[@]+"${cache[@]}"} "$compiler" -std=c++17 "$level" ${target[@]+"${target[@]}"} -ffp-contract=off \
+        -Isrc -Itests -c "$source" -o "$object"
 done
-"$compiler" "${objects[@]}" -o "$work_dir/hash_check" -lpthread
+"$compiler" ${target[@]+"${target[@]}"} "${objects[@]}" -o "$work_dir/hash_check" -lpthread
 "$compiler" --version | head -1
-"$work_dir/hash_check"
+${run[@]+"${run[@]}"} "$work_dir/hash_check"
