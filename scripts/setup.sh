@@ -8,7 +8,7 @@ setup_debian_build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng
     pkg-config fonts-dejavu-core)
 setup_debian_sample=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good)
 setup_debian_quick=(libgtest-dev libgmock-dev libbenchmark-dev python3)
-setup_debian_tests=(ffmpeg quicktime-utils qemu-user python3-jsonschema)
+setup_debian_tests=(ffmpeg quicktime-utils qemu-user python3-jsonschema libsimde-dev)
 setup_debian_clang=(clang)
 setup_debian_lint=(clang clang-format clang-tidy shellcheck git)
 setup_debian_macos=(lld-16 llvm zip ca-certificates python3)
