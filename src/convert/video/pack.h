@@ -62,7 +62,7 @@ class YUVToRGBCoefficients {
         }
 
         static short Fixed(float coefficient, float scale) {
-            return static_cast<short>(static_cast<int>(coefficient * scale));
+            return static_cast<short>(TruncateToInt(coefficient * scale));
         }
 
         Integers mEven;

@@ -97,9 +97,7 @@ class PlanarCoefficients {
     static constexpr int kMostLuma = 19200;
     static constexpr int kMostChroma = 29500;
 
-    static int Fixed(float coefficient, float scale) {
-        return static_cast<int>(coefficient * scale);
-    }
+    static int Fixed(float coefficient, float scale) { return TruncateToInt(coefficient * scale); }
     static bool IsBetween(int value, int lowest, int highest) {
         return value >= lowest && value <= highest;
     }

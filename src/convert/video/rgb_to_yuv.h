@@ -50,7 +50,7 @@ struct RGBToYUVCoefficients {
 
   private:
     static int Fixed(const TransformMatrix& matrix, int index) {
-        return static_cast<int>(matrix.mCoefficient[index] * 32768.0f);
+        return TruncateToInt(matrix.mCoefficient[index] * 32768.0f);
     }
     static KVX_ALWAYS_INLINE Integers Pair(const TransformMatrix& matrix, int low, int high) {
         return EveryDword((Fixed(matrix, low) & 0xFFFF) |
