@@ -1,31 +1,33 @@
 #include "copy_limit.h"
 
-#include <tmmintrin.h>
-
 #include <cstdlib>
+
+#include "convert/vector128.h"
 
 namespace kvx_bench {
 
 namespace {
 
+using namespace KVX::Vector128;
+
 template <size_t kLoads, size_t kStores>
 void Copy(const char* source, char* destination, size_t steps) {
     for (size_t step = 0; step < steps; ++step) {
-        __m128i values[kLoads];
+        Integers values[kLoads];
         for (size_t i = 0; i < kLoads; ++i) {
-            values[i] = _mm_load_si128(reinterpret_cast<const __m128i*>(source) + i);
+            values[i] = LoadAligned(source + 16 * i);
         }
         // What is not stored has to be used all the same.
         for (size_t i = kStores; i < kLoads; ++i) {
-            values[0] = _mm_or_si128(values[0], values[i]);
+            values[0] = Or(values[0], values[i]);
         }
         for (size_t i = 0; i < kStores; ++i) {
-            _mm_stream_si128(reinterpret_cast<__m128i*>(destination) + i, values[i % kLoads]);
+            Stream(destination + 16 * i, values[i % kLoads]);
         }
         source += 16 * kLoads;
         destination += 16 * kStores;
     }
-    _mm_sfence();
+    EndStreams();
 }
 
 // Loops that read and write in the proportion of the frames' sizes.
