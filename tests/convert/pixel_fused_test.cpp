@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "convert/video/pixel_conversion.h"
-#include "convert/video/pixel_stages_rgb.h"
-#include "convert/video/pixel_stages_yuv.h"
-#include "convert/video/pixel_transform.h"
+#include "convert/pixel_family/stages_rgb.h"
+#include "convert/pixel_family/stages_yuv.h"
+#include "convert/pixel_family/transform.h"
 
 namespace {
 

@@ -35,13 +35,13 @@ fi
 mkdir -p "$work_dir"
 cd "$source_dir"
 objects=()
-for source in src/convert/video/*.cpp src/core/log.cpp src/core/once.cpp tests/convert/oracle/*.cpp \
+for source in src/convert/{video,pixel_family}/*.cpp src/core/{log,once}.cpp tests/convert/oracle/*.cpp \
     tests/convert/naive_pixel_family.cpp tests/convert/pixel_family_members.cpp \
     tests/convert/geometry/routines.cpp tests/convert/hashes/{routine_hashes,hash_check}.cpp; do
     object=$work_dir/$(basename "$source" .cpp).o
     objects+=("$object")
-    ${cache[@]+"${cache[@]}"} "$compiler" -std=c++17 "$level" ${target[@]+"${target[@]}"} -ffp-contract=off \
-        -Isrc -Itests -c "$source" -o "$object"
+    ${cache[@]+"${cache[@]}"} "$compiler" -std=c++17 "$level" ${target[@]+"${target[@]}"} \
+        -ffp-contract=off -Isrc -Itests -c "$source" -o "$object"
 done
 "$compiler" ${target[@]+"${target[@]}"} "${objects[@]}" -o "$work_dir/hash_check" -lpthread
 "$compiler" --version | head -1

@@ -2,10 +2,10 @@
 // to the bit. One of them is what the host's 10-bit RGB goes through.
 #pragma once
 
-#include "convert/video/pixel_constants.h"
-#include "convert/video/pixel_stages_rgb.h"
-#include "convert/video/pixel_transform.h"
-#include "convert/video/pixel_values.h"
+#include "convert/pixel_family/constants.h"
+#include "convert/pixel_family/stages_rgb.h"
+#include "convert/pixel_family/transform.h"
+#include "convert/pixel_family/values.h"
 
 namespace KVX::PixelConversion {
 

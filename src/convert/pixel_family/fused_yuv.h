@@ -4,11 +4,11 @@
 
 #include <cstdint>
 
-#include "convert/video/pixel_constants.h"
-#include "convert/video/pixel_stages_rgb.h"
-#include "convert/video/pixel_stages_yuv.h"
-#include "convert/video/pixel_transform.h"
-#include "convert/video/pixel_values.h"
+#include "convert/pixel_family/constants.h"
+#include "convert/pixel_family/stages_rgb.h"
+#include "convert/pixel_family/stages_yuv.h"
+#include "convert/pixel_family/transform.h"
+#include "convert/pixel_family/values.h"
 #include "convert/video/v210_words.h"
 
 namespace KVX::PixelConversion {

@@ -1,9 +1,9 @@
 // Stages from 10-bit RGB to RGB in other layouts.
 #pragma once
 
-#include "convert/video/pixel_constants.h"
-#include "convert/video/pixel_transform.h"
-#include "convert/video/pixel_values.h"
+#include "convert/pixel_family/constants.h"
+#include "convert/pixel_family/transform.h"
+#include "convert/pixel_family/values.h"
 
 namespace KVX::PixelConversion {
 

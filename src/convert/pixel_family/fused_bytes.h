@@ -2,10 +2,10 @@
 // the bit.
 #pragma once
 
-#include "convert/video/pixel_constants.h"
-#include "convert/video/pixel_stages_rgb.h"
-#include "convert/video/pixel_transform.h"
-#include "convert/video/pixel_values.h"
+#include "convert/pixel_family/constants.h"
+#include "convert/pixel_family/stages_rgb.h"
+#include "convert/pixel_family/transform.h"
+#include "convert/pixel_family/values.h"
 
 namespace KVX::PixelConversion {
 

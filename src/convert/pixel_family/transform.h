@@ -10,7 +10,7 @@
 #include <cstring>
 #include <utility>
 
-#include "convert/video/pixel_values.h"
+#include "convert/pixel_family/values.h"
 #include "convert/video/vector_memory.h"
 
 namespace KVX::PixelConversion {

@@ -1,13 +1,13 @@
 // The fifteen conversions as chains of stages.
 #include "convert/video/pixel_conversion.h"
 
-#include "convert/video/pixel_fused.h"
-#include "convert/video/pixel_fused_bytes.h"
-#include "convert/video/pixel_fused_yuv.h"
-#include "convert/video/pixel_stages_rgb.h"
-#include "convert/video/pixel_stages_scalar.h"
-#include "convert/video/pixel_stages_yuv.h"
-#include "convert/video/pixel_transform.h"
+#include "convert/pixel_family/fused_rgb10.h"
+#include "convert/pixel_family/fused_bytes.h"
+#include "convert/pixel_family/fused_yuv.h"
+#include "convert/pixel_family/stages_rgb.h"
+#include "convert/pixel_family/stages_scalar.h"
+#include "convert/pixel_family/stages_yuv.h"
+#include "convert/pixel_family/transform.h"
 
 namespace KVX::PixelConversion {
 

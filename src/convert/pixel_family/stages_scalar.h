@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "convert/video/pixel_transform.h"
-#include "convert/video/pixel_values.h"
+#include "convert/pixel_family/transform.h"
+#include "convert/pixel_family/values.h"
 
 namespace KVX::PixelConversion {
 
