@@ -1,5 +1,5 @@
-// Vector constants of the pixel conversion family. They are part of the module's image, so that
-// they stand before any thread runs.
+// Vector constants of the pixel family. They are constant-initialised, so that they are ready
+// before any thread runs.
 #pragma once
 
 #include <cstdint>

@@ -1,19 +1,18 @@
 // The fifteen conversions as chains of stages.
-#include "convert/video/pixel_conversion.h"
-
-#include "convert/pixel_family/fused_rgb10.h"
 #include "convert/pixel_family/fused_bytes.h"
+#include "convert/pixel_family/fused_rgb10.h"
 #include "convert/pixel_family/fused_yuv.h"
 #include "convert/pixel_family/stages_rgb.h"
 #include "convert/pixel_family/stages_scalar.h"
 #include "convert/pixel_family/stages_yuv.h"
 #include "convert/pixel_family/transform.h"
+#include "convert/video/pixel_conversion.h"
 
 namespace KVX::PixelConversion {
 
 namespace {
 
-// Row bytes are signed to all but the callers.
+// Callers pass row bytes as unsigned, though they may be negative.
 template <typename PIPE>
 void Convert(unsigned int width, unsigned int height, void* dst, unsigned int dstRowBytes,
              void const* src, unsigned int srcRowBytes) {

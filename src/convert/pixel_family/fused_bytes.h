@@ -1,5 +1,5 @@
-// Chains to 8-bit RGB in fewer steps than their stages take one by one. The results are the same to
-// the bit.
+// Chains to 8-bit RGB with their stages fused into fewer steps. The results are the same to the
+// bit.
 #pragma once
 
 #include "convert/pixel_family/constants.h"
@@ -11,11 +11,12 @@ namespace KVX::PixelConversion {
 
 namespace details {
 
-// Stretched levels of eight pixels, a byte each, in one of the orders that pixels have. Two
-// components share a 32-bit lane, with R 16 times its level; G has words of its own. What is above
-// a component goes with a multiplication or a mask.
+// Eight pixels with their levels expanded to full range, a byte for each component, in one of the
+// component orders. Two components share a 32-bit lane, R scaled by 16; G is kept in words of its
+// own. Bits of other components above one are removed by a multiplication or a mask.
 //
-// 38155 / 2^15 of a level is truncated, and then a quarter of that: the same as 38155 / 2^17 once.
+// The stages truncate level x 38155 / 2^15 and then a quarter of it; truncating level x 38155 /
+// 2^17 once gives the same.
 class StretchToBytes {
   public:
     struct Halves {
@@ -39,8 +40,8 @@ class StretchToBytes {
     static constexpr int kBlack = 64;
     static constexpr int kWhite = 255;
 
-    // The two components of a lane in this order, each as where its bytes are in the source and how
-    // far it is from the top of its word.
+    // The two components of a lane in this order: the position of each one's bytes in the source,
+    // and its distance in bits from the top of its word.
     struct Pair {
         int firstByte;
         int firstShift;
@@ -76,8 +77,8 @@ class StretchToBytes {
             MultiplyUnsignedWordsHigh(aboveBlack, EightLanes(kFactor)));
     }
 
-    // Bytes 1 and 2 of each pixel have four times G between bits of its neighbours. What comes is
-    // eight times the result, with a fraction.
+    // Bytes 1 and 2 of each pixel hold G times 4, between bits of its neighbours. The result is
+    // scaled by 8, with fraction bits.
     static Integers StretchG(Integers low, Integers high) {
         const Integers kLow = MakeBytes(2, 1, 6, 5, 10, 9, 14, 13, -1, -1, -1, -1, -1, -1, -1, -1);
         const Integers kHigh = MakeBytes(-1, -1, -1, -1, -1, -1, -1, -1, 2, 1, 6, 5, 10, 9, 14, 13);
@@ -93,13 +94,13 @@ class StretchToBytes {
         return Or(ShiftUnsignedWordsRight<3>(StretchG(low, high)), EightLanes(0xFF00));
     }
 
-    // Alpha covers the fraction.
+    // Alpha overwrites the fraction bits.
     static Integers AlphaAndG(Integers low, Integers high) {
         return Or(ShiftWordsLeft<5>(StretchG(low, high)), EightLanes(0x00FF));
     }
 };
 
-// `kConvert` for every eight pixels.
+// `convert` for every eight pixels.
 template <bool MISALIGNED, typename In>
 auto ConvertEights(const In& in, StretchToBytes::Halves (*convert)(Integers low, Integers high)) {
     return MakeBlock<In::kPixels / 4>(in.row, [&](auto i) {
@@ -110,7 +111,7 @@ auto ConvertEights(const In& in, StretchToBytes::Halves (*convert)(Integers low,
     });
 }
 
-// Blocks by themselves go through the stages.
+// A single block goes through the stages.
 template <typename ONE_BY_ONE, StretchToBytes::Halves (*kConvert)(Integers low, Integers high)>
 struct STRETCHED_BYTES : STAGE {
     using OUTPUT = typename ONE_BY_ONE::OUTPUT;
@@ -126,7 +127,7 @@ struct STRETCHED_BYTES : STAGE {
     }
 };
 
-// What the chains to 8 bits have in common, to the stage that packs.
+// The stages that the chains to 8 bits share, ending with the one that packs.
 template <typename PACK>
 using TO_BYTES =
     BIND<UNPACK_R210_TO_RGBv4, BIND3<RGBv4_STUDIO_TO_COMPUTER<10, 0>, RGBv4_BITDEPTH<-2>, PACK>>;

@@ -1,5 +1,5 @@
-// Chains to 10-bit RGB in fewer steps than their stages take one by one. The results are the same
-// to the bit. One of them is what the host's 10-bit RGB goes through.
+// Chains to 10-bit RGB with their stages fused into fewer steps. The results are the same to the
+// bit. One of them converts to the host's own 10-bit RGB.
 #pragma once
 
 #include "convert/pixel_family/constants.h"
@@ -11,18 +11,18 @@ namespace KVX::PixelConversion {
 
 namespace details {
 
-// Stretched levels of eight pixels, as PackR10K has them. The stages have a 32-bit lane for each
-// component, half of it empty. Here two share a lane: R and B of a pixel, at their places in the
-// byte-swapped word (R is 16 times its level there), and G of a pixel and of the one four further.
+// Eight pixels with their levels expanded to full range, packed as PackR10K does. The stages use a
+// 32-bit lane for each component, half of it empty. Here two share a lane: R and B of a pixel, at
+// their positions in the byte-swapped word (which scales R by 16), and G of pixels n and n + 4.
 class StretchToR10K {
   public:
-    // Hands each half to `finish` for its last steps.
+    // `finish` does the last steps of each half.
     template <bool MISALIGNED, typename In, typename Finish>
     static auto Convert(const In& in, Finish finish) {
         const Integers low = LoadPixels<MISALIGNED>(in.pixels);
         const Integers high = LoadPixels<MISALIGNED>(in.pixels + 16);
         const Integers g = StretchG(low, high);
-        // Each half of the lanes by itself, moved to bits 21-12.
+        // The lower and the upper words of the lanes, each moved to bits 21-12.
         const Integers gLow = MultiplyAddWords(g, FourLanes(1 << 12));
         const Integers gHigh = MultiplyAddWords(g, FourLanes(1 << 12 << 16));
         return BLOCK<2, PACKED>{
@@ -33,8 +33,8 @@ class StretchToR10K {
     // A constant for R, in the upper halves, and one for B.
     static constexpr Integers RB(uint32_t r, uint32_t b) { return FourLanes(r << 4 << 16 | b); }
 
-    // The factor of the stretching, 38155 / 32768, less one: 10774 / 65536. A level times 16 keeps
-    // four bits of fraction, which go after the limit.
+    // The expansion multiplies by 38155 / 32768, which is 1 + 10774 / 65536. A level scaled by 16
+    // keeps four fraction bits, which are masked after clamping.
     static Integers StretchRB(Integers pixels) {
         const Integers levels = And(SwapBytes(pixels), RB(0x3FF, 0x3FF));
         const Integers aboveBlack = SubtractSaturatingUnsignedWords(levels, RB(64, 64));
@@ -44,7 +44,7 @@ class StretchToR10K {
         return ShiftWordsLeft<2>(And(limited, RB(0x3FF, 0x3FF)));
     }
 
-    // Bytes 1 and 2 of each pixel have four times G between bits of its neighbours.
+    // Bytes 1 and 2 of each pixel hold G times 4, between bits of its neighbours.
     static Integers StretchG(Integers low, Integers high) {
         const Integers kLow = MakeBytes(2, 1, -1, -1, 6, 5, -1, -1, 10, 9, -1, -1, 14, 13, -1, -1);
         const Integers kHigh = MakeBytes(-1, -1, 2, 1, -1, -1, 6, 5, -1, -1, 10, 9, -1, -1, 14, 13);
@@ -56,7 +56,7 @@ class StretchToR10K {
     }
 };
 
-// Eight pixels go through `kFinish` after the stretching, blocks by themselves through the stages.
+// Eight pixels are expanded and go through `kFinish`; a single block goes through the stages.
 template <typename ONE_BY_ONE, Integers (*kFinish)(Integers r10k)>
 struct STRETCHED_R10K : STAGE {
     using OUTPUT = typename ONE_BY_ONE::OUTPUT;
@@ -84,8 +84,7 @@ inline Integers ToR210(Integers r10k) {
     return SwapBytes(ShiftUnsignedDwordsRight<2>(r10k));
 }
 
-// Levels that stay as they are have only their place to change: two bits up, which pushes out the
-// two unused ones.
+// Unchanged levels only have to be shifted: two bits up, which drops the two unused ones.
 template <typename PACK, Integers (*kFinish)(Integers r10k)>
 struct MOVED_TO_R10K : STAGE {
     using OUTPUT = typename PACK::OUTPUT;

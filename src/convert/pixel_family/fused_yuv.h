@@ -1,5 +1,4 @@
-// Chains to 4:2:2 in fewer steps than their stages take one by one. The results are the same to the
-// bit.
+// Chains to 4:2:2 with their stages fused into fewer steps. The results are the same to the bit.
 #pragma once
 
 #include <cstdint>
@@ -15,15 +14,15 @@ namespace KVX::PixelConversion {
 
 namespace details {
 
-// Luma of eight pixels; Cb and Cr of the even ones, in turn. 16-bit lanes.
+// Luma of eight pixels, and interleaved Cb and Cr of the even ones, in 16-bit lanes.
 struct EIGHT_YUV {
     Integers y;
     Integers chroma;
 };
 
-// Eight pixels at a time as planes: even and odd pixels have vectors of their own, in which B and G
-// share a 32-bit lane, and R has words in the order of the pixels. Parts of sums that the stages
-// truncate apart are truncated apart here, where levels make them fit 16 bits from the start.
+// Eight pixels at a time as planes: even and odd pixels are in separate vectors, in which B and G
+// share a 32-bit lane; R is in words, in the order of the pixels. The stages truncate the terms of
+// a sum separately, and so does this, in 16 bits where the levels' range allows it.
 template <typename RANGE, int OUT_DEPTH>
 class EightsToYUV {
   public:
@@ -60,8 +59,8 @@ class EightsToYUV {
         Integers r;
     };
 
-    // Of odd pixels; R stands twice in each 32-bit lane. Even pixels need the one to their left,
-    // which for the first of them is in the uppermost lane of the eight before.
+    // The odd pixels, with R twice in each 32-bit lane. An even pixel needs the one to its left;
+    // that of the first one is in the highest lane of the previous eight.
     struct Odd {
         Integers bg;
         Integers r;
@@ -88,7 +87,7 @@ class EightsToYUV {
         return {LoadBG(even), LoadBG(odd), ShiftUnsignedWordsRight<6>(ShiftWordsLeft<2>(r))};
     }
 
-    // What is above a component goes with the multiplication, what is below it with the shift.
+    // The multiplication drops the bits above a component, the shift those below it.
     static Integers LoadBG(Integers pixels) {
         const Integers words =
             ShuffleBytes(pixels, MakeBytes(3, 2, 2, 1, 7, 6, 6, 5, 11, 10, 10, 9, 15, 14, 14, 13));
@@ -113,7 +112,7 @@ class EightsToYUV {
         return CoefficientPairs<RANGE, MATRIX_ROW>().r;
     }
 
-    // Words times coefficients of 1/32768, at the destination's depth.
+    // Words times coefficients in units of 1/32768, truncated to the destination's depth.
     static Integers WeighR(Integers r, Integers coefficients) {
         if constexpr (kShift == 15) {
             return MultiplyWordsHigh(AddWords(r, r), coefficients);
@@ -144,7 +143,7 @@ class EightsToYUV {
         return AddWords(sum, EightLanes(kNoChroma));
     }
 
-    // To Cb and Cr in turn: sums in the upper halves of lanes, as they are when divided by 2^16.
+    // To interleaved Cb and Cr. Sums divided by 2^16 are the upper words of their lanes.
     static Integers WeighBG(Integers bg) {
         const Integers enlarged = kShift == 15 ? AddWords(bg, bg) : bg;
         const Integers cb = MultiplyAddWords(enlarged, CoefficientsOfBG<1>());
@@ -165,8 +164,8 @@ inline PACKED InterleaveBytes(const EIGHT_YUV& eight) {
                          MakeBytes(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15))};
 }
 
-// Three eights, 24 pixels, to four times four words of v210. Luma is within its ten bits by its
-// coefficients.
+// Three times eight pixels to four vectors of v210. The coefficients keep luma within ten bits, so
+// that only chroma is clamped.
 inline BLOCK<4, PACKED> PackV210(const BLOCK<3, EIGHT_YUV>& block) {
     using namespace Converter::Video;
     const auto limit = [](Integers chroma) { return Limit(chroma, v8i_0x3ff); };
@@ -202,7 +201,7 @@ struct BIND3<details::TO_BGRAv8, BGRAv8_TO_UYVYv8<RANGE, 10, 8, 0, 0>, PACK_UYVY
     }
 };
 
-// Two blocks, or one by itself through the stages.
+// Two blocks at a time; a single block goes through the stages.
 template <typename RANGE>
 struct BIND3<details::TO_BGRAv8, BGRAv8_TO_UYVYv8<RANGE, 10, 10, 0, 0>, PACK_UYVYv8_TO_V210>
     : STAGE {

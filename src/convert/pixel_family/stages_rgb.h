@@ -7,7 +7,7 @@
 
 namespace KVX::PixelConversion {
 
-// Choices that stages leave open. There is one of each so far.
+// Options of stages. Each has one value so far.
 using PrecisionFlag = int;    // 0: levels are truncated
 using PixelCenterFlag = int;  // 0: chroma stands at the even pixels
 
@@ -41,8 +41,8 @@ In EachComponent(const In& in, Convert convert) {
     });
 }
 
-// Lanes of 16 bits, or lanes of 32 whose upper half is zero and stays so. Black becomes 0, and all
-// below it; white becomes 1020, and what is above it runs on to 1116.
+// Takes 16-bit lanes, or 32-bit lanes whose upper half is zero and stays zero. Black and what is
+// below it become 0, white becomes 1020; levels above white are not clamped and go up to 1116.
 inline Integers StretchLevels(Integers levels, Integers black) {
     const Integers aboveBlack = SubtractSaturatingUnsignedWords(levels, black);
     return MultiplyUnsignedWordsHigh(ShiftWordsLeft<1>(aboveBlack), EightLanes(38155));
@@ -57,7 +57,7 @@ inline Integers Join(Integers lower, Integers upper) {
     return Or(lower, ShiftDwordsLeft<16>(upper));
 }
 
-// Four components of four pixels to a byte each. What does not fit a byte saturates.
+// Four components of four pixels to a byte each, saturated.
 inline PACKED PackBytes(Integers firstTwo, Integers lastTwo) {
     return {PackWordsToUnsignedBytes(InterleaveLowDwords(firstTwo, lastTwo),
                                      InterleaveHighDwords(firstTwo, lastTwo))};
@@ -91,7 +91,7 @@ struct UNPACK_R210_TO_RGBv8 : STAGE {
     }
 };
 
-// Studio-range levels to those of a computer's screen.
+// Expands studio-range levels to full range.
 template <int DEPTH, PrecisionFlag PRECISION>
 struct RGBv4_STUDIO_TO_COMPUTER : STAGE {
     static_assert(DEPTH == 10 && PRECISION == 0);
@@ -114,7 +114,7 @@ struct RGBv8_STUDIO_TO_COMPUTER : STAGE {
     }
 };
 
-// Fewer bits, by -BITS, truncated.
+// Reduces the bit depth by -BITS, truncating.
 template <int BITS>
 struct RGBv4_BITDEPTH : STAGE {
     static_assert(BITS < 0);
@@ -177,14 +177,14 @@ struct PACK_RGBv8_TO_BGRA : STAGE {
     }
 };
 
-// Four RGBA vectors to three without the fourth byte of each pixel.
+// Four vectors of RGBA to three of RGB.
 struct PACK_RGBA_TO_RGB : STAGE {
     using OUTPUT = BLOCK_FORM<16, 48, true>;
 
     template <bool MISALIGNED, bool FIRST, typename In>
     static auto apply(const In& in) {
-        // The colour bytes of four pixels, each part of them where it is when two of these twelve
-        // bytes stand behind one another and sixteen are taken from there.
+        // The twelve colour bytes of each four pixels, placed so that sixteen bytes out of two
+        // neighbours joined are one vector of the result.
         const Integers run0 = ShuffleBytes(
             in.v[0].v, MakeBytes(-1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14));
         const Integers run1 = ShuffleBytes(
@@ -199,7 +199,7 @@ struct PACK_RGBA_TO_RGB : STAGE {
     }
 };
 
-// R, G and B from the top bit down in a 32-bit word, two bits unused at its end.
+// R, G and B from the most significant bit down in a 32-bit word; the lowest two bits are unused.
 struct PACK_RGBv4_TO_R10KLE : STAGE {
     using OUTPUT = BLOCK_FORM<4, 16, true>;
 

@@ -8,7 +8,7 @@
 
 namespace KVX::PixelConversion {
 
-// The word as it lies in memory, read little-endian, to R, G and B from 0 to 1.
+// The big-endian word, read as little-endian, to R, G and B from 0 to 1.
 struct UNPACK_R210_SCALAR : STAGE {
     template <bool MISALIGNED, bool FIRST, typename In>
     static VEC<3, float> apply(const In& in) {

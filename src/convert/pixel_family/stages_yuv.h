@@ -22,8 +22,8 @@ struct StudioRange601 {
     }
 };
 
-// Not quite the matrix that the r210 converter has for Rec. 709. Pictures of both kinds are about,
-// so each keeps its own.
+// Differs slightly from the r210 converter's Rec. 709 matrix. Pictures made with either exist, so
+// both are kept.
 struct StudioRange709 {
     static constexpr RGB2YUV RGB2YUVMatrix() {
         return {{0.2126f, 0.7152f, 0.0722f, -0.1146f, -0.3854f, 0.5f, 0.5f, -0.4542f, -0.0459f}};
@@ -32,8 +32,8 @@ struct StudioRange709 {
 
 namespace details {
 
-// One row of a matrix in 1/32768, truncated: the coefficients of B and G, as pairs of words have
-// them, and that of R.
+// One row of a matrix in units of 1/32768, truncated: the coefficients of B and G as a pair of
+// words, and that of R.
 struct COEFFICIENTS {
     uint32_t bg;
     uint32_t r;
@@ -113,7 +113,7 @@ struct BGRAv8_TO_UYVYv8 : STAGE {
                              MakeBytes(8, 9, 0, 1, 12, 13, 2, 3, 10, 11, 4, 5, 14, 15, 6, 7))};
     }
 
-    // Two parts to a pixel, truncated each: that of B and G, and that of R.
+    // Two terms for each pixel, truncated separately: that of B and G, and that of R.
     template <size_t MATRIX_ROW>
     static Integers Weigh(Integers pixels) {
         constexpr Integers kCoefficients = details::Coefficients<RANGE, MATRIX_ROW>();
@@ -138,7 +138,7 @@ struct PACK_UYVYv8_TO_UYVY : STAGE {
     }
 };
 
-// Three samples to a word, from the low bits up: six pixels in four words.
+// Three samples to a word, the first in its lowest bits: six pixels in four words.
 struct PACK_UYVYv8_TO_V210 : STAGE {
     struct OUTPUT : BLOCK_FORM<12, 32, true> {
         static size_t RowBytes(size_t width) { return (width + 5) / 6 * 16; }

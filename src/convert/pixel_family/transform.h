@@ -1,8 +1,8 @@
-// How a chain of stages is made of single ones, and how it is led over a frame.
+// How stages are combined into a chain, and how a chain converts a frame.
 //
 // A stage is a struct with a static `apply<MISALIGNED, FIRST>(in)` that returns what the next stage
-// takes. MISALIGNED says that source pixels may lie anywhere, FIRST that the block begins its row.
-// The last stage of a chain names the form that it leaves in memory as its OUTPUT.
+// takes. MISALIGNED says that the source need not be aligned to 16 bytes, FIRST that the block is
+// the first of its row. The last stage of a chain names the layout that it writes as its OUTPUT.
 #pragma once
 
 #include <cstddef>
@@ -15,21 +15,21 @@
 
 namespace KVX::PixelConversion {
 
-// What holds for a stage that says nothing else.
+// The defaults of a stage.
 struct STAGE {
     using OUTPUT = void;                        // the stage does not end a chain
     static constexpr bool kIsFirstOwn = false;  // the first block of a row is like all others
     static constexpr int kBlocksAtOnce = 1;
 };
 
-// What a chain leaves in memory, block by block. Streamed blocks go past the caches.
+// The blocks that a chain writes. Streamed ones bypass the caches.
 template <int PIXELS, int BYTES, bool STREAMED>
 struct BLOCK_FORM {
     static constexpr size_t kPixels = PIXELS;
     static constexpr size_t kBytes = BYTES;
     static constexpr bool kIsStreamed = STREAMED;
 
-    // The bytes that are written of a row of `width` pixels.
+    // The number of bytes written for a row of `width` pixels.
     static size_t RowBytes(size_t width) { return width * kBytes / kPixels; }
 };
 
@@ -39,7 +39,7 @@ struct BIND {
     static constexpr bool kIsFirstOwn = A::kIsFirstOwn || B::kIsFirstOwn;
     static constexpr int kBlocksAtOnce = 1;
 
-    // A chain is one straight body, however long.
+    // A chain is inlined into one body, however long.
     template <bool MISALIGNED, bool FIRST, typename In>
     [[gnu::always_inline]] static auto apply(const In& in) {
         return B::template apply<MISALIGNED, FIRST>(A::template apply<MISALIGNED, FIRST>(in));
@@ -52,7 +52,7 @@ struct BIND3 : BIND<A, BIND<B, C>> {};
 template <typename A, typename B, typename C, typename D>
 struct BIND4 : BIND<A, BIND3<B, C, D>> {};
 
-// The variants of a chain, which differ in how they reach memory: a sum of these.
+// A chain has a variant for each combination of these, which differ in how they access memory.
 constexpr int kSourceMisaligned = 1;
 constexpr int kDestinationMisaligned = 2;
 constexpr int kRowHasTail = 4;
@@ -106,7 +106,7 @@ struct Transform {
                                     row);
         }
         if constexpr ((VARIANT & kRowHasTail) != 0) {
-            // A row shorter than a block of its own has ended with that one.
+            // A row shorter than its first block has been written with it.
             const size_t remainder = width - blocks * OUTPUT::kPixels;
             if (remainder != 0 && block == blocks) {
                 ConvertTail(from + blocks * kBlockSourceBytes, remainder,
@@ -133,8 +133,8 @@ struct Transform {
         }
     }
 
-    // The pixels that are no whole block go through one on the stack. Neither end of the row is
-    // passed.
+    // The pixels left over from whole blocks go through a block on the stack, so that nothing is
+    // read or written past the end of the row.
     static void ConvertTail(const char* from, size_t pixels, char* to, size_t bytes, ROW& row) {
         alignas(16) char source[kBlockSourceBytes];
         std::memcpy(source, from, pixels * kSourceBytes);
@@ -171,7 +171,7 @@ struct DestinationFrame {
     int mRowBytes;
 };
 
-// A source frame and the chain that it is to go through.
+// A source frame and the chain that converts it.
 template <typename PIPE>
 class FrameTransform {
   public:

@@ -33,7 +33,7 @@ struct UYVYv8 {
     Integers v;
 };
 
-// 16 bytes as they lie in the destination.
+// 16 bytes in the destination's layout.
 struct PACKED {
     Integers v;
 };
@@ -44,7 +44,7 @@ struct VEC {
     T v[N];
 };
 
-// What a row hands on from block to block.
+// What is carried from one block of a row to the next.
 struct ROW {
     BGRAv8 last;  // the last two pixels before the block, where a stage asks for them
 };

@@ -1,20 +1,21 @@
 // 10-bit studio-range RGB in big-endian words, "r210" to QuickTime files, to fifteen other layouts.
 //
-// Each conversion is a chain of small stages that the compiler makes one straight body of: see
-// pixel_transform.h. In their names SMPTE says that levels stay studio range, 64 to 940, and FULL
-// that they are stretched to 0 to 1020; SD and HD choose the matrix, Rec. 601 or Rec. 709.
+// Each conversion is a chain of small stages that is inlined into one body: see
+// pixel_family/transform.h. In their names SMPTE says that levels stay in studio range, 64 to 940,
+// and FULL that they are expanded to full range, 0 to 1020; SD and HD choose the matrix, Rec. 601
+// or Rec. 709.
 //
-// All take `width` pixels of `height` rows, from the top down at both ends: nothing is turned over.
-// Row bytes count from one row to the next and may be negative as 32-bit integers. Pointers may lie
-// anywhere; one that is a multiple of 16 promises that its row bytes are too, since they are not
-// looked at. A conversion cannot fail. A width or height of 0 does nothing.
+// All take `width` pixels of `height` rows. Both frames are top-down: rows are not flipped. Row
+// bytes are the distance from one row to the next and may be negative as 32-bit integers. Pointers
+// need no alignment; but if one is a multiple of 16, its row bytes must be as well, since they are
+// not checked. A conversion cannot fail. A width or height of 0 does nothing.
 //
-// Source pixels past the width are not read, and what is written of a row is told below. The YUV
-// layouts are the exception: their first block of 8 (8YUV422) or 12 pixels (10YUV422) is read and
-// written whole, also in a row that is shorter. Where they go on past the width to the end of a
-// pixel pair or of a group of six, the row's last pixel repeats.
+// Source pixels past the width are not read, and the bytes written for a row are given below. The
+// YUV layouts are the exception: their first block of 8 (8YUV422) or 12 pixels (10YUV422) is read
+// and written whole, even if the row is shorter. Where the layout goes on past the width to the end
+// of a pixel pair or of a group of six, the row's last pixel is repeated.
 //
-// Nothing is kept between calls; any number of threads may convert, each a frame of its own.
+// No state is kept between calls; any number of threads may convert, each its own frame.
 #pragma once
 
 namespace KVX::PixelConversion {
@@ -73,7 +74,7 @@ void Convert_10XRGB_BE_SMPTE_To_8RGB_FULL(unsigned int width, unsigned int heigh
                                           unsigned int dstRowBytes, void* src,
                                           unsigned int srcRowBytes);
 
-// The layout of the source again, its levels stretched.
+// The layout of the source, its levels expanded to full range.
 void Convert_10XRGB_BE_SMPTE_To_10XRGB_BE_FULL(unsigned int width, unsigned int height, void* dst,
                                                unsigned int dstRowBytes, void* src,
                                                unsigned int srcRowBytes);

@@ -51,7 +51,7 @@ unsigned LevelOf(float component) {
 template <typename T>
 void r210::ScalarConvertTo(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                            int height, T* lut) {
-    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, [=](const char* from, char* to) {
+    WalkRowsFlipped(src, srcRowBytes, dst, dstRowBytes, height, [=](const char* from, char* to) {
         for (int x = 0; x < width; ++x) {
             const Levels levels = ReadLevels(from);
             WriteHostPixel<T>(to,
@@ -65,7 +65,7 @@ void r210::ScalarConvertTo(const char* src, int srcRowBytes, char* dst, int dstR
 template <typename T>
 void r210::ScalarCreateFrom(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                             int height) {
-    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, [=](const char* from, char* to) {
+    WalkRowsFlipped(src, srcRowBytes, dst, dstRowBytes, height, [=](const char* from, char* to) {
         for (int x = 0; x < width; ++x) {
             const HostPixel<T> pixel = ReadHostPixel<T>(from);
             WriteLevels(to, {LevelOf(pixel.mR), LevelOf(pixel.mG), LevelOf(pixel.mB)});

@@ -46,7 +46,7 @@ struct To8u {
     static constexpr int kScale = 19077;
     static constexpr int kWhite8u = 254;
 
-    // B and R of four pixels in turn, without limits: from -19 to 279. All that is above a
+    // B and R of four pixels, interleaved and not clamped: from -19 to 279. All that is above a
     // component goes with the multiplication, all that is below it with the shift.
     static KVX_ALWAYS_INLINE Integers ScaleBR(Integers pixels) {
         constexpr int kRoomB = 6;
@@ -163,15 +163,15 @@ template <typename Source, int kPrefetchDistance, typename Finish>
 void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                    int height) {
     const ptrdiff_t written = WholeSteps(width, kStepPixels) * Finish::kBytesPerPixel;
-    StreamRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, written,
-                         [width](const char* from, char* to) {
-                             for (int x = 0; x < width; x += kStepPixels) {
-                                 PrefetchAhead<Source, kPrefetchDistance>(from);
-                                 Finish::template Convert<Source>(from, to);
-                                 from += kStepPixels * kSourceBytes;
-                                 to += kStepPixels * Finish::kBytesPerPixel;
-                             }
-                         });
+    StreamRowsFlipped(src, srcRowBytes, dst, dstRowBytes, height, written,
+                      [width](const char* from, char* to) {
+                          for (int x = 0; x < width; x += kStepPixels) {
+                              PrefetchAhead<Source, kPrefetchDistance>(from);
+                              Finish::template Convert<Source>(from, to);
+                              from += kStepPixels * kSourceBytes;
+                              to += kStepPixels * Finish::kBytesPerPixel;
+                          }
+                      });
     EndStreams();
 }
 
@@ -311,15 +311,15 @@ template <typename Source, typename Start, int... kPrefetchDistances>
 void CreateFromBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                     int height) {
     const ptrdiff_t written = WholeSteps(width, Start::kPixels) * kSourceBytes;
-    StreamRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, written,
-                         [width](const char* from, char* to) {
-                             for (int x = 0; x < width; x += Start::kPixels) {
-                                 PrefetchAhead<Source, kPrefetchDistances...>(from);
-                                 Start::template Store<Source>(to, from);
-                                 from += Start::kPixels * Start::kBytesPerPixel;
-                                 to += Start::kPixels * kSourceBytes;
-                             }
-                         });
+    StreamRowsFlipped(src, srcRowBytes, dst, dstRowBytes, height, written,
+                      [width](const char* from, char* to) {
+                          for (int x = 0; x < width; x += Start::kPixels) {
+                              PrefetchAhead<Source, kPrefetchDistances...>(from);
+                              Start::template Store<Source>(to, from);
+                              from += Start::kPixels * Start::kBytesPerPixel;
+                              to += Start::kPixels * kSourceBytes;
+                          }
+                      });
     EndStreams();
 }
 

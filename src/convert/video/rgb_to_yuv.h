@@ -14,14 +14,14 @@ constexpr int kYUVGroupEights = kYUVGroupPixels / 8;
 // Eight pixels, each component a 14-bit number in a word of 16 bits; B and G are kBGFactor times as
 // much where an arithmetic wants them so.
 struct RGBWords {
-    Integers mBG[2];  // B and G in turn, four pixels each
+    Integers mBG[2];  // B and G interleaved, four pixels each
     Integers mR;
 };
 
 // The same eight pixels at the destination's depth.
 struct YUVWords {
     Integers mY;
-    Integers mChroma;  // Cb and Cr in turn, of the four even pixels
+    Integers mChroma;  // Cb and Cr interleaved, of the four even pixels
 };
 
 // Matrix rows in units of 1/32768, truncated toward zero, laid out for multiply-add of B with G and
@@ -44,7 +44,7 @@ struct RGBToYUVCoefficients {
     Integers mCrFromBG;
     Integers mCrFromR;
 
-    // The same of R in every word, and of Cb and Cr in turn.
+    // The same of R in every word, and of Cb and Cr interleaved.
     Integers mYFromRWords;
     Integers mCbCrFromRWords;
 
@@ -123,7 +123,7 @@ struct WideArithmetic {
                               ShiftDwordsRight<15>(MultiplyAddWords(r, coefficients.mCrFromR))));
     }
 
-    // Four words of Cb and four of Cr to Cb and Cr in turn.
+    // Interleaves four words of Cb and four of Cr.
     static KVX_ALWAYS_INLINE Integers TakeTurns(Integers chroma) {
         return ShuffleBytes(chroma,
                             MakeBytes(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));

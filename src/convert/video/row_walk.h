@@ -11,11 +11,11 @@ inline ptrdiff_t WholeSteps(int width, int stepPixels) {
     return (static_cast<ptrdiff_t>(width) + stepPixels - 1) / stepPixels * stepPixels;
 }
 
-// Host BGRA frames stand upside down to the file's: row 0 of the destination takes the last row of
-// the source. Row bytes may be negative.
+// Host BGRA frames are bottom-up, the file's are top-down, so that frames are flipped: row 0 of the
+// destination takes the last row of the source. Row bytes may be negative.
 template <typename ConvertRow>
-void WalkRowsTurnedOver(const char* src, ptrdiff_t srcRowBytes, char* dst, ptrdiff_t dstRowBytes,
-                        int height, ConvertRow convertRow) {
+void WalkRowsFlipped(const char* src, ptrdiff_t srcRowBytes, char* dst, ptrdiff_t dstRowBytes,
+                     int height, ConvertRow convertRow) {
     for (ptrdiff_t row = 0; row < height; ++row) {
         convertRow(src + (height - 1 - row) * srcRowBytes, dst + row * dstRowBytes);
     }
@@ -26,8 +26,8 @@ void WalkRowsTurnedOver(const char* src, ptrdiff_t srcRowBytes, char* dst, ptrdi
 // rises in memory, which is what prefetching is good at: the other way round takes twice as long. A
 // row that spills over its end has to go before the one that it spills into.
 template <typename Visit>
-void VisitRowsTurnedOver(ptrdiff_t srcRowBytes, ptrdiff_t dstRowBytes, int height,
-                         ptrdiff_t bytesWrittenPerRow, Visit visit) {
+void VisitRowsFlipped(ptrdiff_t srcRowBytes, ptrdiff_t dstRowBytes, int height,
+                      ptrdiff_t bytesWrittenPerRow, Visit visit) {
     const bool staysInside = bytesWrittenPerRow <= (dstRowBytes < 0 ? -dstRowBytes : dstRowBytes);
     if (staysInside && srcRowBytes > 0) {
         for (ptrdiff_t row = 0; row < height; ++row) {
@@ -40,14 +40,14 @@ void VisitRowsTurnedOver(ptrdiff_t srcRowBytes, ptrdiff_t dstRowBytes, int heigh
     }
 }
 
-// WalkRowsTurnedOver for vector code, whose steps may go past the width.
+// WalkRowsFlipped for vector code, whose steps may go past the width.
 template <typename ConvertRow>
-void StreamRowsTurnedOver(const char* src, ptrdiff_t srcRowBytes, char* dst, ptrdiff_t dstRowBytes,
-                          int height, ptrdiff_t bytesWrittenPerRow, ConvertRow convertRow) {
-    VisitRowsTurnedOver(srcRowBytes, dstRowBytes, height, bytesWrittenPerRow,
-                        [&](ptrdiff_t srcRow, ptrdiff_t dstRow) {
-                            convertRow(src + srcRow * srcRowBytes, dst + dstRow * dstRowBytes);
-                        });
+void StreamRowsFlipped(const char* src, ptrdiff_t srcRowBytes, char* dst, ptrdiff_t dstRowBytes,
+                       int height, ptrdiff_t bytesWrittenPerRow, ConvertRow convertRow) {
+    VisitRowsFlipped(srcRowBytes, dstRowBytes, height, bytesWrittenPerRow,
+                     [&](ptrdiff_t srcRow, ptrdiff_t dstRow) {
+                         convertRow(src + srcRow * srcRowBytes, dst + dstRow * dstRowBytes);
+                     });
 }
 
 template <typename ConvertRow>
@@ -84,11 +84,11 @@ void WalkRowsWithinFrame(const char* src, ptrdiff_t srcRowBytes, char* dst, ptrd
     const ptrdiff_t rounded = full + (remainder != 0 ? 1 : 0);
 
     const ptrdiff_t roundedBytes = rounded * layout.mPixels * layout.mDstBytesPerPixel;
-    VisitRowsTurnedOver(srcRowBytes, dstRowBytes, height, roundedBytes,
-                        [&](ptrdiff_t srcRow, ptrdiff_t dstRow) {
-                            convertGroups(src + srcRow * srcRowBytes, dst + dstRow * dstRowBytes,
-                                          dstRow == height - 1 ? full : rounded);
-                        });
+    VisitRowsFlipped(srcRowBytes, dstRowBytes, height, roundedBytes,
+                     [&](ptrdiff_t srcRow, ptrdiff_t dstRow) {
+                         convertGroups(src + srcRow * srcRowBytes, dst + dstRow * dstRowBytes,
+                                       dstRow == height - 1 ? full : rounded);
+                     });
     if (remainder != 0) {
         alignas(16) char block[kLargestGroupBytes];
         convertGroups(src + full * layout.mRemainderSourceBytes, block, 1);

@@ -73,7 +73,7 @@ YUVLevel ReadYUV(const char* from, const TransformMatrix& matrix) {
 template <typename T>
 void uyvy::ScalarConvertTo(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                            int height, TransformMatrix* matrix) {
-    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, [=](const char* from, char* to) {
+    WalkRowsFlipped(src, srcRowBytes, dst, dstRowBytes, height, [=](const char* from, char* to) {
         for (int x = 0; x < width; x += 2) {
             unsigned char pair[kPairBytes];
             std::memcpy(pair, from, sizeof(pair));
@@ -92,7 +92,7 @@ void uyvy::ScalarConvertTo(const char* src, int srcRowBytes, char* dst, int dstR
 template <typename T>
 void uyvy::ScalarCreateFrom(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                             int height, TransformMatrix* matrix) {
-    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, [=](const char* from, char* to) {
+    WalkRowsFlipped(src, srcRowBytes, dst, dstRowBytes, height, [=](const char* from, char* to) {
         YUVLevel left = {};
         for (int x = 0; x < width; x += 2) {
             const YUVLevel even = ReadYUV<T>(from, *matrix);

@@ -72,8 +72,8 @@ void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
     using Pack = typename PlanarPack::Pack;
     const ptrdiff_t pixels = WholeSteps(width, kStepPixels);
     const auto convertFrame = [=](const auto& convertRow) {
-        StreamRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height,
-                             pixels * Pack::kBytesPerPixel, convertRow);
+        StreamRowsFlipped(src, srcRowBytes, dst, dstRowBytes, height, pixels * Pack::kBytesPerPixel,
+                          convertRow);
         EndStreams();
     };
     const ptrdiff_t steps = pixels / kStepPixels;

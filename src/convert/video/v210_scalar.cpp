@@ -94,7 +94,7 @@ YUVLevel ReadYUV(const char* from, const double (&m)[9]) {
 template <typename T>
 void v210::ScalarConvertTo(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                            int height, TransformMatrix* matrix) {
-    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, [=](const char* from, char* to) {
+    WalkRowsFlipped(src, srcRowBytes, dst, dstRowBytes, height, [=](const char* from, char* to) {
         for (int x = 0; x < width; x += kGroupPixels) {
             int samples[kGroupSamples];
             ReadGroup(from, samples);
@@ -117,33 +117,33 @@ void v210::ScalarCreateFrom(const char* src, int srcRowBytes, char* dst, int dst
     for (int i = 0; i < 9; ++i) {
         m[i] = static_cast<double>(matrix->mCoefficient[i]);
     }
-    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height,
-                       [&m, width](const char* from, char* to) {
-                           YUVLevel left = {};
-                           for (int x = 0; x < width; x += kGroupPixels) {
-                               YUVLevel yuv[kGroupPixels];
-                               for (YUVLevel& pixel : yuv) {
-                                   pixel = ReadYUV<T>(from, m);
-                                   from += sizeof(HostPixel<T>);
-                               }
-                               if (x == 0) {
-                                   left = yuv[0];
-                               }
-                               int samples[kGroupSamples];
-                               for (int pixel = 0; pixel < kGroupPixels; ++pixel) {
-                                   samples[kLuma[pixel]] = yuv[pixel].mY;
-                               }
-                               for (int pixel = 0; pixel < kGroupPixels; pixel += 2) {
-                                   samples[kCb[pixel / 2]] =
-                                       FilterChroma(left.mCb, yuv[pixel].mCb, yuv[pixel + 1].mCb);
-                                   samples[kCr[pixel / 2]] =
-                                       FilterChroma(left.mCr, yuv[pixel].mCr, yuv[pixel + 1].mCr);
-                                   left = yuv[pixel + 1];
-                               }
-                               WriteGroup(to, samples);
-                               to += kGroupBytes;
-                           }
-                       });
+    WalkRowsFlipped(src, srcRowBytes, dst, dstRowBytes, height,
+                    [&m, width](const char* from, char* to) {
+                        YUVLevel left = {};
+                        for (int x = 0; x < width; x += kGroupPixels) {
+                            YUVLevel yuv[kGroupPixels];
+                            for (YUVLevel& pixel : yuv) {
+                                pixel = ReadYUV<T>(from, m);
+                                from += sizeof(HostPixel<T>);
+                            }
+                            if (x == 0) {
+                                left = yuv[0];
+                            }
+                            int samples[kGroupSamples];
+                            for (int pixel = 0; pixel < kGroupPixels; ++pixel) {
+                                samples[kLuma[pixel]] = yuv[pixel].mY;
+                            }
+                            for (int pixel = 0; pixel < kGroupPixels; pixel += 2) {
+                                samples[kCb[pixel / 2]] =
+                                    FilterChroma(left.mCb, yuv[pixel].mCb, yuv[pixel + 1].mCb);
+                                samples[kCr[pixel / 2]] =
+                                    FilterChroma(left.mCr, yuv[pixel].mCr, yuv[pixel + 1].mCr);
+                                left = yuv[pixel + 1];
+                            }
+                            WriteGroup(to, samples);
+                            to += kGroupBytes;
+                        }
+                    });
 }
 
 template void v210::ScalarConvertTo<unsigned char>(const char*, int, char*, int, int, int,

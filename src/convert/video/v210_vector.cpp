@@ -157,7 +157,7 @@ void CreateFromBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes
                     int height, const TransformMatrix& matrix) {
     const RGBToYUVCoefficients coefficients(matrix);
     const ptrdiff_t groups = WholeSteps(width, kYUVGroupPixels) / kYUVGroupPixels;
-    WalkRowsTurnedOver(src, srcRowBytes, dst, dstRowBytes, height, [&](const char* from, char* to) {
+    WalkRowsFlipped(src, srcRowBytes, dst, dstRowBytes, height, [&](const char* from, char* to) {
         ConvertGroupsToYUV<Source, VideoV210Layout>(from, to, groups, coefficients);
     });
 }

@@ -22,7 +22,7 @@ KVX_ALWAYS_INLINE Integers EnlargeForV210Luma(Integers y) {
     return MultiplyWordsLow(y, Repeat<kFirst>(kFactors));
 }
 
-// Cb and Cr in turn.
+// Interleaved Cb and Cr.
 template <int kFirst>
 KVX_ALWAYS_INLINE Integers EnlargeForV210Chroma(Integers chroma) {
     constexpr short kFactors[6] = {1, 16, 4, 1, 16, 4};
