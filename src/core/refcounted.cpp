@@ -6,13 +6,13 @@
 namespace KVX::Core {
 
 long Refcounted::Retain() {
-    return OSAtomicAdd32(1, &mRefCount);
+    return OSAtomicAdd32Barrier(1, &mRefCount);
 }
 
 long Refcounted::Release() {
     // Only the value that the atomic operation itself answers is looked at: exactly one thread
     // sees the zero.
-    const int32_t count = OSAtomicAdd32(-1, &mRefCount);
+    const int32_t count = OSAtomicAdd32Barrier(-1, &mRefCount);
     if (count < 0) {
         KVX_LOG("Negative reference count: %d\n", count);
     } else if (count == 0) {

@@ -23,7 +23,8 @@ class Refcounted {
     Refcounted(const Refcounted&) = delete;
     Refcounted& operator=(const Refcounted&) = delete;
 
-    // Changed only by OSAtomicAdd32.
+    // Changed only by OSAtomicAdd32Barrier: the add without a barrier would let the last holder
+    // delete the object before it sees what the others wrote to it.
     volatile int32_t mRefCount = 1;
 
   protected:

@@ -10,9 +10,23 @@ namespace KVX {
 int32_t gAppIsPremiere = -1;
 PrSDKAppInfoSuite::VersionInfo gPremiereVersionInfo = {};
 
+namespace {
+
+// The version is written before the answer and read after it, by whichever thread.
+int32_t KnownAnswer() {
+    return __atomic_load_n(&gAppIsPremiere, __ATOMIC_ACQUIRE);
+}
+
+void PublishAnswer(int32_t answer) {
+    __atomic_store_n(&gAppIsPremiere, answer, __ATOMIC_RELEASE);
+}
+
+}  // namespace
+
 bool AppIsPremiere(imStdParms* stdParms) {
-    if (gAppIsPremiere != -1) {
-        return gAppIsPremiere != 0;
+    const int32_t known = KnownAnswer();
+    if (known != -1) {
+        return known != 0;
     }
     if (stdParms == nullptr) {
         KVX_LOG("AppIsPremiere requires a valid pointer on first invocation\n");
@@ -30,10 +44,10 @@ bool AppIsPremiere(imStdParms* stdParms) {
         appInfo->GetAppInfo(PrSDKAppInfoSuite::kAppInfo_AppFourCC, &application) < 0) {
         KVX_LOG("PrSDKAppInfoSuite::GetAppInfo() failed\n");
     } else {
-        gAppIsPremiere = application == Core::FourCharCode("PPro") ? 1 : 0;
+        PublishAnswer(application == Core::FourCharCode("PPro") ? 1 : 0);
     }
     basicSuite->ReleaseSuite(kPrSDKAppInfoSuite, kPrSDKAppInfoSuiteVersion);
-    return gAppIsPremiere != 0;
+    return KnownAnswer() != 0;
 }
 
 }  // namespace KVX

@@ -13,7 +13,7 @@
 
 // Adds atomically, ordered as a reference count needs it: what was written before one thread's drop
 // is seen by the thread that finds the count at zero. Returns the new value; wraps around.
-extern "C" int32_t OSAtomicAdd32(int32_t amount, volatile int32_t* value);
+extern "C" int32_t OSAtomicAdd32Barrier(int32_t amount, volatile int32_t* value);
 
 #endif
 
@@ -27,8 +27,8 @@ int RequestUncachedReads(int descriptor);
 // Stores the number of logical processors. Answers 0, or what the system's call answered.
 int GetLogicalProcessorCount(int32_t& count);
 
-// Keeps this code in the process from now on, whatever the host does to the module. Where the linker
-// has a mark for such modules there is nothing left to do.
+// Keeps this code in the process from now on, whatever the host does to the module. Where the
+// linker has a mark for such modules there is nothing left to do.
 void StayLoaded();
 
 }  // namespace KVX::Platform

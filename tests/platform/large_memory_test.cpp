@@ -93,7 +93,7 @@ TEST(LargeMemoryLimits, SizesBeyondTheAddressSpaceAreRefused) {
 
 // Exactly the whole pages of the memory are offered: the system may clear them at any time.
 TEST(OfferedMemory, IsWholePages) {
-    constexpr size_t kPage = 4096;
+    const auto kPage = static_cast<size_t>(getpagesize());
     constexpr size_t kPages = 5;
     auto* const memory = static_cast<char*>(AllocateLarge(kPages * kPage));
     ASSERT_NE(memory, nullptr);

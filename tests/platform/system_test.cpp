@@ -16,12 +16,12 @@ namespace {
 
 TEST(System, AtomicAddAnswersTheNewValue) {
     volatile int32_t value = 1;
-    EXPECT_EQ(OSAtomicAdd32(1, &value), 2);
-    EXPECT_EQ(OSAtomicAdd32(-2, &value), 0);
-    EXPECT_EQ(OSAtomicAdd32(-1, &value), -1);
+    EXPECT_EQ(OSAtomicAdd32Barrier(1, &value), 2);
+    EXPECT_EQ(OSAtomicAdd32Barrier(-2, &value), 0);
+    EXPECT_EQ(OSAtomicAdd32Barrier(-1, &value), -1);
     EXPECT_EQ(value, -1);
     value = INT_MAX;
-    EXPECT_EQ(OSAtomicAdd32(1, &value), INT_MIN);
+    EXPECT_EQ(OSAtomicAdd32Barrier(1, &value), INT_MIN);
 }
 
 TEST(System, AtomicAddLosesNothingAndLetsOneThreadSeeTheEnd) {
@@ -34,8 +34,8 @@ TEST(System, AtomicAddLosesNothingAndLetsOneThreadSeeTheEnd) {
     for (int index = 0; index < kThreads; ++index) {
         threads.emplace_back([&] {
             for (int round = 0; round < kRounds; ++round) {
-                if (OSAtomicAdd32(-1, &value) == 0) {
-                    OSAtomicAdd32(1, &zerosSeen);
+                if (OSAtomicAdd32Barrier(-1, &value) == 0) {
+                    OSAtomicAdd32Barrier(1, &zerosSeen);
                 }
             }
         });

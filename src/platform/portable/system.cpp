@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-int32_t OSAtomicAdd32(int32_t amount, volatile int32_t* value) {
+int32_t OSAtomicAdd32Barrier(int32_t amount, volatile int32_t* value) {
     return __atomic_add_fetch(value, amount, __ATOMIC_ACQ_REL);
 }
 

@@ -45,7 +45,7 @@ std::vector<Shim> ProcessShims() {
     return {
         Function("___stack_chk_fail", &StackOverrun),
         Data("___stack_chk_guard", &kStackGuard),
-        Function("_OSAtomicAdd32", &OSAtomicAdd32),
+        Function("_OSAtomicAdd32Barrier", &OSAtomicAdd32Barrier),
         Function("___cxa_atexit", &__cxa_atexit),
         Function("_abort", &abort),
         TellingErrors<&SysctlByName>("_sysctlbyname"),
