@@ -41,13 +41,6 @@ void LogLine(LogSite, const char* format, ...) {
     va_end(arguments);
 }
 
-void LogLine(const char*, int, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    Count(format, arguments);
-    va_end(arguments);
-}
-
 void LogText(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);

@@ -5,28 +5,13 @@
 
 namespace KVX::Core {
 
-namespace {
-
-void Write(LogSite site, const char* format, va_list arguments) {
+void LogLine(LogSite site, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
     flockfile(stderr);
     std::fprintf(stderr, "*** %s[%d]: ", site.function, site.line);
     std::vfprintf(stderr, format, arguments);
     funlockfile(stderr);
-}
-
-}  // namespace
-
-void LogLine(LogSite site, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    Write(site, format, arguments);
-    va_end(arguments);
-}
-
-void LogLine(const char* function, int line, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    Write({function, line}, format, arguments);
     va_end(arguments);
 }
 

@@ -24,17 +24,11 @@ struct LogSite {
 // threads never mix. Call it through KVX_LOG where the place is the caller's own.
 __attribute__((format(printf, 2, 3))) void LogLine(LogSite site, const char* format, ...);
 
-__attribute__((format(printf, 3, 4))) void LogLine(const char* function, int line,
-                                                   const char* format, ...);
-
 // Writes the formatted text alone, for the few lines that have no such beginning.
 __attribute__((format(printf, 1, 2))) void LogText(const char* format, ...);
 
 // Tells whether `status` is a failure, and logs "<callee> returned <status>" if so.
 bool Failed(long status, const char* callee, LogSite site = LogSite::Here());
-inline bool Failed(long status, const char* callee, const char* function, int line) {
-    return Failed(status, callee, {function, line});
-}
 
 }  // namespace KVX::Core
 

@@ -6,17 +6,16 @@
 
 namespace KVX::QT {
 
-AtomFields::AtomFields(const Atom* atom, const char* function, int line)
+AtomFields::AtomFields(const Atom* atom, Core::LogSite site)
     : mBytes(reinterpret_cast<const char*>(atom)),
       mLength(atom->Length()),
       mType(atom->Type()),
-      mFunction(function),
-      mLine(line) {}
+      mSite(site) {}
 
 void AtomFields::Fail(uint64_t offset, uint64_t size) {
     if (mStatus == 0) {
         Core::LogLine(
-            mFunction, mLine, "%s atom of %llu bytes does not hold %llu bytes at %llu\n",
+            mSite, "%s atom of %llu bytes does not hold %llu bytes at %llu\n",
             Util::Printer::Fcc(static_cast<int>(mType)), static_cast<unsigned long long>(mLength),
             static_cast<unsigned long long>(size), static_cast<unsigned long long>(offset));
         mStatus = Core::kStatusInvalid;

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "core/big_endian.h"
+#include "core/log.h"
 #include "quicktime/atom.h"
 
 namespace KVX::QT {
@@ -17,8 +18,7 @@ namespace KVX::QT {
 // The atom must have come from a walk, which is what keeps it inside the buffer.
 class AtomFields {
   public:
-    explicit AtomFields(const Atom* atom, const char* function = __builtin_FUNCTION(),
-                        int line = __builtin_LINE());
+    explicit AtomFields(const Atom* atom, Core::LogSite site = Core::LogSite::Here());
 
     uint64_t Length() const { return mLength; }
     uint32_t Type() const { return mType; }
@@ -64,8 +64,7 @@ class AtomFields {
     uint64_t mLength;
     uint32_t mType;
     long mStatus = 0;
-    const char* mFunction;
-    int mLine;
+    Core::LogSite mSite;
 
     void Fail(uint64_t offset, uint64_t size);
 };

@@ -78,7 +78,8 @@ class TableSizes {
         mRuns.Flush();
         largest = mLargest;
         if (mHasEmptySample) {
-            Core::LogLine(kLayoutOperation, __LINE__, "Got invalid first size of %u\n", 0U);
+            Core::LogLine(Core::LogSite::In(kLayoutOperation), "Got invalid first size of %u\n",
+                          0U);
             return Core::kStatusInvalid;
         }
         mMap.Finish();
@@ -124,13 +125,13 @@ class ChunkWalk {
     ChunkWalk(RunMap<long long>& map, const Atom* chunksAtom, Sizes& sizes)
         : mMap(map),
           mRuns(map),
-          mChunks(TableFields(chunksAtom, __LINE__)),
+          mChunks(TableFields(chunksAtom)),
           mSizes(sizes),
           mHasLongOffsets(mChunks.Type() == Core::FourCharCode("co64")) {}
 
     long Run(const Atom* stscAtom) {
         TableEntries entries;
-        if (const long status = entries.Init(TableFields(stscAtom, __LINE__), kRunLength)) {
+        if (const long status = entries.Init(TableFields(stscAtom), kRunLength)) {
             return status;
         }
         mCount = mChunks.Signed32(kTableCountOffset);
@@ -192,7 +193,8 @@ class ChunkWalk {
             const long long offset = kLength == 8 ? static_cast<long long>(Core::ReadBig64(entry))
                                                   : Core::ReadBig32(entry);
             if (offset <= 0) {
-                Core::LogLine(kLayoutOperation, __LINE__, "Got invalid offset of %lld\n", offset);
+                Core::LogLine(Core::LogSite::In(kLayoutOperation), "Got invalid offset of %lld\n",
+                              offset);
                 return Core::kStatusInvalid;
             }
             if (offset != place.position) {
@@ -211,7 +213,7 @@ class ChunkWalk {
     // A chunk that cannot be visited.
     long Refuse(long long chunk, uint64_t entryLength) {
         if (chunk < 0 || mVisitsLeft == 0) {
-            Core::LogLine(kLayoutOperation, __LINE__,
+            Core::LogLine(Core::LogSite::In(kLayoutOperation),
                           "Invalid sample to chunk table at chunk %lld\n", chunk + 1);
             return Core::kStatusInvalid;
         }
@@ -240,7 +242,7 @@ long SampleTable::SetChunksOfEqualSamples(const Atom* stscAtom, const Atom* chun
         return status;
     }
     // One run, however many samples there are.
-    AtomFields table = TableFields(stszAtom, __LINE__);
+    AtomFields table = TableFields(stszAtom);
     const bool hasSamples =
         table.Unsigned32(kConstantSizeOffset) != 0 || table.Signed32(kSizeCountOffset) > 0;
     if (hasSamples) {
@@ -254,7 +256,7 @@ long SampleTable::SetChunksOfEqualSamples(const Atom* stscAtom, const Atom* chun
 
 long SampleTable::SetChunksAndSizes(const Atom* stscAtom, const Atom* chunksAtom,
                                     const Atom* stszAtom) {
-    TableSizes sizes(mSizeOffsets, TableFields(stszAtom, __LINE__));
+    TableSizes sizes(mSizeOffsets, TableFields(stszAtom));
     ChunkWalk walk(mChunkOffsets, chunksAtom, sizes);
     if (const long status = walk.Run(stscAtom)) {
         mSizeOffsets.clear();

@@ -22,23 +22,22 @@ struct TrackClass {
 // media type. The caller owns the result; null after a log line, in the caller's name, on failure.
 template <typename TrackType>
 TrackType* CreateTrack(const TrackClass& trackClass, const std::string& path, Atom* moovAtom,
-                       Atom* trakAtom, const char* function = __builtin_FUNCTION(),
-                       int line = __builtin_LINE()) {
+                       Atom* trakAtom, Core::LogSite site = Core::LogSite::Here()) {
     int mediaType = 0;
-    if (Core::Failed(Track::GetMediaType(trakAtom, mediaType), "GetMediaType", function, line)) {
+    if (Core::Failed(Track::GetMediaType(trakAtom, mediaType), "GetMediaType", site)) {
         return nullptr;
     }
     if (static_cast<unsigned int>(mediaType) != trackClass.mediaType) {
-        Core::LogLine(function, line, "Unsupported %s track media type %s\n", trackClass.mediaName,
+        Core::LogLine(site, "Unsupported %s track media type %s\n", trackClass.mediaName,
                       Util::Printer::Fcc(mediaType));
         return nullptr;
     }
     std::unique_ptr<TrackType> track(new (std::nothrow) TrackType);
     if (track == nullptr) {
-        Core::LogLine(function, line, "Failed to create a new %s object\n", trackClass.name);
+        Core::LogLine(site, "Failed to create a new %s object\n", trackClass.name);
         return nullptr;
     }
-    if (Core::Failed(track->Init(path, moovAtom, trakAtom), trackClass.initCall, function, line)) {
+    if (Core::Failed(track->Init(path, moovAtom, trakAtom), trackClass.initCall, site)) {
         return nullptr;
     }
     return track.release();

@@ -70,8 +70,7 @@ void ReleaseString(CFStringRef string) {
 
 // Replaces `path` by the path that the alias record of a "dref" entry holds. The record is
 // believed: nobody looks whether its target is there, or has moved. Logs in the name of its caller.
-long ReadAlias(AtomFields& entry, std::string& path, const char* function = __builtin_FUNCTION(),
-               int line = __builtin_LINE()) {
+long ReadAlias(AtomFields& entry, std::string& path, Core::LogSite site = Core::LogSite::Here()) {
     const char* const record = entry.Bytes(kAliasRecord, 0);
     if (record == nullptr) {
         return entry.Status();
@@ -80,7 +79,7 @@ long ReadAlias(AtomFields& entry, std::string& path, const char* function = __bu
     const Size size = static_cast<Size>(entry.Length() - kAliasRecord);
     const Handle handle = NewHandle(size);
     if (handle == nullptr) {
-        Core::LogLine(function, line, "Failed to allocate %u byte alias handle\n",
+        Core::LogLine(site, "Failed to allocate %u byte alias handle\n",
                       static_cast<unsigned int>(size));
         return Core::kStatusNoMemory;
     }
@@ -91,7 +90,7 @@ long ReadAlias(AtomFields& entry, std::string& path, const char* function = __bu
     const long status = FSCopyAliasInfo(reinterpret_cast<AliasHandle>(handle), nullptr, nullptr,
                                         &target, nullptr, nullptr);
     DisposeHandle(handle);
-    const bool failed = Core::Failed(status, "FSCopyAliasInfo", function, line);
+    const bool failed = Core::Failed(status, "FSCopyAliasInfo", site);
     if (!failed) {
         path = Util::Text::cf2u(target);
     }

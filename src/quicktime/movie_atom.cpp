@@ -36,8 +36,8 @@ long GetFileSize(int descriptor, uint64_t& size) {
     const off_t start = end < 0 ? end : lseek(descriptor, 0, SEEK_SET);
     if (start != 0) {
         const int error = start < 0 ? errno : static_cast<int>(Core::kStatusInvalid);
-        Core::LogLine(kOperation, __LINE__, "lseek failed: %ld \"%s\"\n", static_cast<long>(error),
-                      std::strerror(error));
+        Core::LogLine(Core::LogSite::In(kOperation), "lseek failed: %ld \"%s\"\n",
+                      static_cast<long>(error), std::strerror(error));
         return error;
     }
     size = static_cast<uint64_t>(end);
@@ -61,8 +61,8 @@ long Find(int descriptor, uint64_t fileSize, const std::string& path, uint64_t& 
         const ssize_t got = pread(descriptor, probe, probeSize, static_cast<off_t>(position));
         if (got <= 0) {
             const long status = StatusOfRead(got);
-            Core::LogLine(kOperation, __LINE__, "read of %lu bytes failed with %ld\n", probeSize,
-                          status);
+            Core::LogLine(Core::LogSite::In(kOperation), "read of %lu bytes failed with %ld\n",
+                          probeSize, status);
             return status;
         }
         std::memcpy(&header, probe, sizeof(header));
@@ -71,13 +71,14 @@ long Find(int descriptor, uint64_t fileSize, const std::string& path, uint64_t& 
         }
         const unsigned long long length = header.Length();
         if (length < kMinimumLength || length > remaining) {
-            Core::LogLine(kOperation, __LINE__, "Invalid atom length %llu (0x%llx)\n", length,
-                          length);
+            Core::LogLine(Core::LogSite::In(kOperation), "Invalid atom length %llu (0x%llx)\n",
+                          length, length);
             return kStatusBadAtomLength;
         }
         position += length;
     }
-    Core::LogLine(kOperation, __LINE__, "'moov' atom not found in file \"%s\"\n", path.c_str());
+    Core::LogLine(Core::LogSite::In(kOperation), "'moov' atom not found in file \"%s\"\n",
+                  path.c_str());
     return Core::kStatusNotFound;
 }
 
@@ -142,7 +143,7 @@ long MovieAtom::Read(const std::string& path) {
     }
     const unsigned long long length = header.Length();
     if (length < kMinimumLength || length > kMaximumLength) {
-        Core::LogLine(kOperation, __LINE__,
+        Core::LogLine(Core::LogSite::In(kOperation),
                       "'moov' atom in file \"%s\" has invalid length of %llu\n", path.c_str(),
                       length);
         return Core::kStatusInvalid;
@@ -150,7 +151,7 @@ long MovieAtom::Read(const std::string& path) {
     // A header with an extended size is longer than the shortest atom.
     mBuffer.reset(static_cast<char*>(std::malloc(std::max<size_t>(length, sizeof(Atom)))));
     if (mBuffer == nullptr) {
-        Core::LogLine(kOperation, __LINE__,
+        Core::LogLine(Core::LogSite::In(kOperation),
                       "Failed to allocated %llu byte buffer for 'moov' atom\n", length);
         return Core::kStatusNoMemory;
     }
@@ -158,7 +159,8 @@ long MovieAtom::Read(const std::string& path) {
     const ssize_t got = pread(mDescriptor, mBuffer.get(), length, static_cast<off_t>(position));
     if (got <= 0) {
         const long status = StatusOfRead(got);
-        Core::LogLine(kOperation, __LINE__, "read of %llu bytes failed with %ld\n", length, status);
+        Core::LogLine(Core::LogSite::In(kOperation), "read of %llu bytes failed with %ld\n", length,
+                      status);
         return status;
     }
     LimitLength(*Get(), static_cast<uint64_t>(got));

@@ -28,39 +28,39 @@ constexpr uint64_t kFirstEntry = 16;
 
 }  // namespace
 
-long FindSampleDescriptions(Atom* trakAtom, Atom*& stsdAtom, const char* function, int line) {
+long FindSampleDescriptions(Atom* trakAtom, Atom*& stsdAtom, Core::LogSite site) {
     stsdAtom = nullptr;
     Atom* atom = trakAtom;
     for (const Step& step : kPath) {
         atom = atom->FindNextChildOfType(step.type, nullptr);
         if (atom == nullptr) {
-            Core::LogLine(function, line, "Failed to find %s atom in track\n", step.name);
+            Core::LogLine(site, "Failed to find %s atom in track\n", step.name);
             return Core::kStatusInvalid;
         }
     }
 
-    AtomFields stsd(atom, function, line);
+    AtomFields stsd(atom, site);
     const int count = stsd.Signed32(kEntryCount);
     if (stsd.Status() != 0) {
         return stsd.Status();
     }
     if (count <= 0) {
-        Core::LogLine(function, line, "Invalid number of sample description entries: %d\n", count);
+        Core::LogLine(site, "Invalid number of sample description entries: %d\n", count);
         return Core::kStatusInvalid;
     }
     stsdAtom = atom;
     return 0;
 }
 
-long FindFirstSampleDescription(Atom* trakAtom, Atom*& entryAtom, const char* function, int line) {
+long FindFirstSampleDescription(Atom* trakAtom, Atom*& entryAtom, Core::LogSite site) {
     entryAtom = nullptr;
     Atom* stsdAtom = nullptr;
-    const long status = FindSampleDescriptions(trakAtom, stsdAtom, function, line);
+    const long status = FindSampleDescriptions(trakAtom, stsdAtom, site);
     if (status != 0) {
         return status;
     }
 
-    AtomFields stsd(stsdAtom, function, line);
+    AtomFields stsd(stsdAtom, site);
     const uint32_t size = stsd.Unsigned32(kFirstEntry);
     if (stsd.Status() != 0) {
         return stsd.Status();
@@ -68,7 +68,7 @@ long FindFirstSampleDescription(Atom* trakAtom, Atom*& entryAtom, const char* fu
     // An entry's fields lie at fixed places behind a 32-bit size; there is no extended form.
     Atom* const entry = stsd.AtomAt(kFirstEntry);
     if (entry == nullptr || entry->Length() != size) {
-        Core::LogLine(function, line, "Invalid sample description entry size: %u\n", size);
+        Core::LogLine(site, "Invalid sample description entry size: %u\n", size);
         return Core::kStatusInvalid;
     }
     entryAtom = entry;
@@ -76,12 +76,12 @@ long FindFirstSampleDescription(Atom* trakAtom, Atom*& entryAtom, const char* fu
 }
 
 long CopyPayload(const Atom* atom, const char* name, unsigned char*& data, unsigned int& size,
-                 const char* function, int line) {
+                 Core::LogSite site) {
     std::free(data);
     data = nullptr;
     size = 0;
 
-    AtomFields fields(atom, function, line);
+    AtomFields fields(atom, site);
     const unsigned int header = atom->HeaderLength();
     if (fields.Bytes(0, header) == nullptr) {
         return fields.Status();
@@ -90,7 +90,7 @@ long CopyPayload(const Atom* atom, const char* name, unsigned char*& data, unsig
     const unsigned int payload = static_cast<unsigned int>(fields.Length() - header);
     data = static_cast<unsigned char*>(std::malloc(payload == 0 ? 1 : payload));
     if (data == nullptr) {
-        Core::LogLine(function, line, "Failed to allocate %u byte %s buffer\n", payload, name);
+        Core::LogLine(site, "Failed to allocate %u byte %s buffer\n", payload, name);
         return Core::kStatusNoMemory;
     }
     std::memcpy(data, fields.Bytes(header, payload), payload);

@@ -83,7 +83,7 @@ long SampleTable::SetFixedSize(const Atom* stszAtom) {
     if (mFixedSampleSize != 0) {
         return 0;
     }
-    AtomFields sizes = TableFields(stszAtom, __LINE__);
+    AtomFields sizes = TableFields(stszAtom);
     mFixedSampleSize = sizes.Unsigned32(kConstantSizeOffset);
     if (mFixedSampleSize == 0 && sizes.Signed32(kSizeCountOffset) == 1) {
         mFixedSampleSize = sizes.Unsigned32(kSizesOffset);
@@ -94,7 +94,7 @@ long SampleTable::SetFixedSize(const Atom* stszAtom) {
 long SampleTable::SetDurations(const Atom* sttsAtom) {
     constexpr uint64_t kEntrySize = 8;
     TableEntries entries;
-    if (const long status = entries.Init(TableFields(sttsAtom, __LINE__), kEntrySize)) {
+    if (const long status = entries.Init(TableFields(sttsAtom), kEntrySize)) {
         return status;
     }
     const char* const end = entries.bytes + entries.count * kEntrySize;
@@ -129,7 +129,7 @@ long SampleTable::SetDisplayOffsets(const Atom* cttsAtom) {
     }
     constexpr uint64_t kEntrySize = 8;
     TableEntries entries;
-    if (const long status = entries.Init(TableFields(cttsAtom, __LINE__), kEntrySize)) {
+    if (const long status = entries.Init(TableFields(cttsAtom), kEntrySize)) {
         return status;
     }
     mDisplayOffsets.Reserve(static_cast<size_t>(entries.count));
@@ -152,7 +152,7 @@ long SampleTable::SetKeyFrames(const Atom* stssAtom) {
     }
     constexpr uint64_t kEntrySize = 4;
     TableEntries entries;
-    if (const long status = entries.Init(TableFields(stssAtom, __LINE__), kEntrySize)) {
+    if (const long status = entries.Init(TableFields(stssAtom), kEntrySize)) {
         return status;
     }
     mKeyFrames.reserve(static_cast<size_t>(entries.count));

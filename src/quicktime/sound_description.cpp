@@ -174,14 +174,13 @@ uint64_t HugeEsdsSize(const Atom* waveAtom) {
 
 }  // namespace
 
-long ReadSoundDescription(AtomFields& entry, SoundDescription& sound, const char* function,
-                          int line) {
+long ReadSoundDescription(AtomFields& entry, SoundDescription& sound, Core::LogSite site) {
     const int version = entry.Signed16(kVersion);
     if (entry.Status() != 0) {
         return entry.Status();
     }
     if (version < 0 || version >= kVersionCount) {
-        Core::LogLine(function, line, "Unsupported sound description version: %d\n", version);
+        Core::LogLine(site, "Unsupported sound description version: %d\n", version);
         return Core::kStatusInvalid;
     }
     if (entry.Bytes(0, kVersions[version].fixedPart) == nullptr) {
@@ -191,18 +190,17 @@ long ReadSoundDescription(AtomFields& entry, SoundDescription& sound, const char
     kVersions[version].read(entry, sound);
 
     if (version == 1 && sound.bytesPerFrame <= 0) {
-        Core::LogLine(function, line, "Unable to determine bytes per frame\n");
+        Core::LogLine(site, "Unable to determine bytes per frame\n");
         return 0;
     }
     if (version == 1 && sound.channels == 0) {
-        Core::LogLine(function, line, "Unable to determine number of channels\n");
+        Core::LogLine(site, "Unable to determine number of channels\n");
         return 0;
     }
     if (sound.bytesPerFrame > UINT32_MAX || sound.bits > UINT32_MAX) {
-        Core::LogLine(function, line,
-                      "Invalid sound description: %lld bytes per frame, %lld bits per channel\n",
-                      static_cast<long long>(sound.bytesPerFrame),
-                      static_cast<long long>(sound.bits));
+        Core::LogLine(
+            site, "Invalid sound description: %lld bytes per frame, %lld bits per channel\n",
+            static_cast<long long>(sound.bytesPerFrame), static_cast<long long>(sound.bits));
         return Core::kStatusInvalid;
     }
     sound.isUsable = true;
@@ -222,7 +220,7 @@ AudioStreamBasicDescription StreamOf(const SoundDescription& sound) {
 }
 
 long ReadSoundExtensions(const AtomFields& entry, const SoundDescription& sound,
-                         SoundExtensions& extensions, const char* function, int line) {
+                         SoundExtensions& extensions, Core::LogSite site) {
     extensions = {};
     extensions.isBigEndian = sound.format == kBigEndian16;
     const bool formatTellsOrder =
@@ -245,13 +243,13 @@ long ReadSoundExtensions(const AtomFields& entry, const SoundDescription& sound,
         return 0;
     }
     constexpr uint64_t kLittleEndian = 8;
-    AtomFields enda(endaAtom, function, line);
+    AtomFields enda(endaAtom, site);
     extensions.isBigEndian = enda.Unsigned16(kLittleEndian) == 0;
     return enda.Status();
 }
 
 long FindSampleOrder(const AtomFields& entry, const SoundDescription& sound, SampleOrder& order,
-                     const char* function, int line) {
+                     Core::LogSite site) {
     order = SampleOrderUnknown;
     if (sound.channels == 1) {
         order = SampleOrderMono;
@@ -264,14 +262,14 @@ long FindSampleOrder(const AtomFields& entry, const SoundDescription& sound, Sam
     uint64_t offset = sound.extensions;
     while (const Atom* const chanAtom = FindExtension(entry, kChan, offset)) {
         constexpr uint64_t kLayoutTag = 12;
-        AtomFields chan(chanAtom, function, line);
+        AtomFields chan(chanAtom, site);
         const uint32_t tag = chan.Unsigned32(kLayoutTag);
         if (chan.Status() != 0) {
             return chan.Status();
         }
         const SurroundLayout* const layout = FindSurroundLayout(tag);
         if (layout == nullptr) {
-            Core::LogLine(function, line, "Unrecognised 5.1 channel layout tag 0x%08x\n", tag);
+            Core::LogLine(site, "Unrecognised 5.1 channel layout tag 0x%08x\n", tag);
             return Core::kStatusInvalid;
         }
         order = layout->order;

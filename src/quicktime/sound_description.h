@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "core/log.h"
 #include "quicktime/atom_fields.h"
 #include "quicktime/audio_track.h"
 
@@ -28,7 +29,7 @@ struct SoundDescription {
 // tells too little to use it, which leaves a log line; 22 after a log line for another version,
 // numbers that no stream has, or fields outside the entry.
 long ReadSoundDescription(AtomFields& entry, SoundDescription& sound,
-                          const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
+                          Core::LogSite site = Core::LogSite::Here());
 
 // Without the byte order.
 AudioStreamBasicDescription StreamOf(const SoundDescription& sound);
@@ -42,12 +43,11 @@ struct SoundExtensions {
 
 // Answers 0, or 22 after a log line.
 long ReadSoundExtensions(const AtomFields& entry, const SoundDescription& sound,
-                         SoundExtensions& extensions, const char* function = __builtin_FUNCTION(),
-                         int line = __builtin_LINE());
+                         SoundExtensions& extensions, Core::LogSite site = Core::LogSite::Here());
 
 // Settles the channel order, for six channels by the last "chan" (CoreAudio, AudioChannelLayout).
 // Answers 0, or 22 after a log line.
 long FindSampleOrder(const AtomFields& entry, const SoundDescription& sound, SampleOrder& order,
-                     const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
+                     Core::LogSite site = Core::LogSite::Here());
 
 }  // namespace KVX::QT

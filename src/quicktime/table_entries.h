@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "core/big_endian.h"
+#include "core/log.h"
 #include "quicktime/atom_fields.h"
 
 // What the readers of the sample tables share (QuickTime File Format, "Sample Table Atoms").
@@ -21,8 +22,9 @@ constexpr uint64_t kSizeEntry = 4;
 // The log knows all readers by the name of the operation that they make up.
 constexpr char kLayoutOperation[] = "SetSampleLayout";
 
-inline AtomFields TableFields(const Atom* atom, int line) {
-    return AtomFields(atom, kLayoutOperation, line);
+inline AtomFields TableFields(const Atom* atom,
+                              Core::LogSite site = Core::LogSite::In(kLayoutOperation)) {
+    return AtomFields(atom, site);
 }
 
 // The entries of a table that is read whole. A count below 1 stands for none.
