@@ -119,10 +119,15 @@ const TrackFacts* Report::TrackNumber(int number) const {
 }
 
 Report Inspect(const std::string& path) {
+    return Inspect(path, {});
+}
+
+Report Inspect(const std::string& path, const std::vector<Change>& changes) {
     Report report;
     report.path = path;
     const auto file = std::make_shared<MovieFile>(path);
     if (file->Read(report.findings)) {
+        file->PretendChanges(changes);
         report.file = file;
         InspectMoov(*file, report);
     }

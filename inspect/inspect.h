@@ -1,7 +1,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "inspect/change.h"
 #include "inspect/report.h"
 
 namespace kvx_inspect {
@@ -13,5 +15,8 @@ namespace kvx_inspect {
 //
 // A finding of a refusal is there exactly if the importer refuses the movie. Throws std::bad_alloc.
 Report Inspect(const std::string& path);
+
+// The same of the movie as it will be after `changes` to its movie atom.
+Report Inspect(const std::string& path, const std::vector<Change>& changes);
 
 }  // namespace kvx_inspect

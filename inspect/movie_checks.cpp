@@ -22,7 +22,9 @@ void CheckHeader(const AtomView& moov, Report& report) {
     const auto damaged = [&report](const char* text) {
         report.findings.push_back({Code::Damaged, kWholeMovie, text});
     };
-    if (!mvhd) {
+    if (!mvhd && moov.Child(FourCharCode("cmov"))) {
+        damaged("the movie atom is compressed (\"cmov\"), and only plain ones are read");
+    } else if (!mvhd) {
         damaged("the movie has no header");
     } else if (!mvhd.Holds(kTimeScale, kTimeScaleAndDuration)) {
         damaged("the movie header is cut short");

@@ -77,6 +77,16 @@ bool MovieFile::Read(std::vector<Finding>& findings) {
     return Open(findings) && FindMoov(place, findings) && ReadMoov(place, findings);
 }
 
+void MovieFile::PretendChanges(const std::vector<Change>& changes) {
+    const AtomView moov = Moov();
+    for (const Change& change : changes) {
+        if (change.offset >= mMoovOffset && moov.Holds(change.offset - mMoovOffset, 4)) {
+            const uint32_t bytes = __builtin_bswap32(change.after);
+            std::memcpy(mBuffer.get() + (change.offset - mMoovOffset), &bytes, sizeof bytes);
+        }
+    }
+}
+
 AtomView MovieFile::Moov() const {
     return AtomView(reinterpret_cast<Atom*>(mBuffer.get()));
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "inspect/atom_view.h"
+#include "inspect/change.h"
 #include "inspect/findings.h"
 
 namespace kvx_inspect {
@@ -23,6 +24,9 @@ class MovieFile {
     // Opens the file, walks its atoms and reads the movie atom. False, after a finding, if there is
     // none to look into. A finding of a refusal may be left on success too.
     bool Read(std::vector<Finding>& findings);
+
+    // Lets the movie atom in memory be as it would be after changes; the file stays as it is.
+    void PretendChanges(const std::vector<Change>& changes);
 
     AtomView Moov() const;
     // Where a place inside the movie atom lies in the file.

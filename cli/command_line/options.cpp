@@ -41,6 +41,9 @@ constexpr CommandInfo kCommands[] = {
     {CommandId::kCheck, "check",
      "Tell everything that keeps movies from being imported or will not be as expected", true,
      RunCheck},
+    {CommandId::kMend, "mend",
+     "Make movies importable where that changes no sample: data handler, sound layout", true,
+     RunMend},
     {CommandId::kTimecode, "timecode", "Print a movie's start timecode", false, RunTimecode},
     {CommandId::kAudio, "audio", "Write the sound of a movie as a WAV file of 32-bit floats", false,
      RunAudio},
@@ -53,6 +56,7 @@ constexpr CommandInfo kCommands[] = {
 
 constexpr CommandSet kInfo = In(CommandId::kInfo);
 constexpr CommandSet kCheck = In(CommandId::kCheck);
+constexpr CommandSet kMend = In(CommandId::kMend);
 constexpr CommandSet kAudio = In(CommandId::kAudio);
 constexpr CommandSet kFrames = In(CommandId::kFrames);
 constexpr CommandSet kSheet = In(CommandId::kSheet);
@@ -64,6 +68,15 @@ constexpr OptionInfo kOptions[] = {
     Flag(Id::kJsonLines, kInfo, "--json-lines", "Print JSON, one object a line").Excludes(Id::kLog),
     Flag(Id::kJson, kCheck, "--json", "Print JSON, an array of one object a movie"),
     Flag(Id::kJsonLines, kCheck, "--json-lines", "Print JSON, one object a line"),
+    Text(Id::kOutput, kMend, "--output", "COPY",
+         "Mend a copy, and leave the movie as it is; without it the movie itself is mended")
+        .Letter("-o"),
+    Flag(Id::kDryRun, kMend, "--dry-run",
+         "Change nothing, and list what would be: offset, old and new bytes")
+        .Letter("-n"),
+    Flag(Id::kForce, kMend, "--force", "Replace a COPY that is there already").Needs(Id::kOutput),
+    Flag(Id::kAnyway, kMend, "--anyway",
+         "Mend what can be mended of movies that are refused afterwards, or heard as noise"),
     Text(Id::kOutput, kAudio, "--output", "OUT.wav|-",
          "The WAV file to write; - is standard output")
         .Letter("-o")

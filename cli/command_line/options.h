@@ -11,7 +11,7 @@ namespace kvx_cli {
 
 class Arguments;
 
-enum class CommandId { kInfo, kCheck, kTimecode, kAudio, kFrames, kSheet };
+enum class CommandId { kInfo, kCheck, kMend, kTimecode, kAudio, kFrames, kSheet };
 
 // Several commands.
 using CommandSet = uint32_t;
@@ -49,6 +49,9 @@ enum class OptionId {
     kColumns,
     kRows,
     kWidth,
+    kDryRun,
+    kForce,
+    kAnyway,
     kNone
 };
 

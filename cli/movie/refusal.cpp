@@ -31,13 +31,13 @@ struct Reason {
 constexpr Reason kReasons[] = {
     {"Unsupported data handler type %s and subtype %s", "'url '",
      "its tracks name the data handler \"url \", as ffmpeg's movies do; only media under "
-     "QuickTime's own handler, \"alis\", is imported. A movie with the same content from a "
-     "program that writes \"alis\", such as GStreamer's qtmux, is"},
+     "QuickTime's own handler, \"alis\", is imported. `kvx mend` makes one of the other and "
+     "changes no sample"},
     {"Unsupported data handler type %s and subtype %s", nullptr,
      "its tracks name a data handler that is not QuickTime's own, \"alis\""},
     {"Unrecognised 5.1 channel layout tag 0x%08x", nullptr,
-     "its six-channel sound has a channel layout that is none of the four MPEG 5.1 orders; from "
-     "ffmpeg, sound in the layout \"5.1(side)\" is imported, in \"5.1\" it is not"},
+     "its six-channel sound has a channel layout that is none of the four MPEG 5.1 orders; "
+     "`kvx mend` makes one of ffmpeg's \"5.1\" and changes no sample"},
     {"Unsupported sound description version: %d", nullptr,
      "its sound is described in a version of the format that the importer does not know"},
     {"Unable to determine bytes per frame", nullptr,

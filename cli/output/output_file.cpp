@@ -36,6 +36,10 @@ std::string Target(const std::string& place) {
     return path.string();
 }
 
+Problem IsThere(const std::string& place) {
+    return {kExitUsage, "cannot write " + place + ": it is there already; --force replaces it"};
+}
+
 mode_t NewFilePermissions() {
     const mode_t mask = umask(0);
     umask(mask);
@@ -54,8 +58,9 @@ OutputFile::~OutputFile() {
     }
 }
 
-Problem OutputFile::Open(const std::string& place, const InputFiles& inputs) {
+Problem OutputFile::Open(const std::string& place, const InputFiles& inputs, Existing existing) {
     mPlace = place;
+    mExisting = existing;
     if (place == "-") {
         mPlace = "to standard output";
         mStream = stdout;
@@ -71,6 +76,9 @@ Problem OutputFile::Open(const std::string& place, const InputFiles& inputs) {
     }
     if (isThere && S_ISDIR(file.st_mode)) {
         return CannotWrite(place, EISDIR);
+    }
+    if (isThere && existing == Existing::kRefuse) {
+        return IsThere(place);
     }
     if (isThere && !S_ISREG(file.st_mode)) {
         const int descriptor = open(place.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
@@ -105,8 +113,9 @@ Problem OutputFile::Finish() {
     const bool isWritten = std::ferror(mStream) == 0;
     const bool isClosed = std::fclose(mStream) == 0;
     mStream = nullptr;
-    if (!isWritten || !isClosed || (mIsOwn && !mUnfinished.PutIntoPlace())) {
-        return Failure();
+    const bool mayReplace = mExisting == Existing::kReplace;
+    if (!isWritten || !isClosed || (mIsOwn && !mUnfinished.PutIntoPlace(mayReplace))) {
+        return errno == EEXIST && !mayReplace ? IsThere(mPlace) : Failure();
     }
     return {};
 }

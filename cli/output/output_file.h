@@ -23,8 +23,12 @@ class OutputFile {
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
+    // What is done about a file that is there.
+    enum class Existing { kReplace, kRefuse };
+
     // "-" is standard output. Refuses a place that is one of `inputs`.
-    Problem Open(const std::string& place, const InputFiles& inputs);
+    Problem Open(const std::string& place, const InputFiles& inputs,
+                 Existing existing = Existing::kReplace);
 
     std::FILE* Stream() const { return mStream; }
 
@@ -41,6 +45,7 @@ class OutputFile {
     Problem OpenBeside(const std::string& target, bool isThere, mode_t mode);
 
     std::string mPlace;
+    Existing mExisting = Existing::kReplace;
     UnfinishedFile mUnfinished;
     std::FILE* mStream = nullptr;
     bool mIsOwn = false;  // not standard output, a device or a pipe

@@ -45,6 +45,20 @@ std::string TemporaryName(const std::string& place, std::random_device& random) 
     return place.substr(0, start) + "." + name + suffix;
 }
 
+// Renames to a name that nothing bears. Where the file system has no links, somebody else's file of
+// that name, made in this moment, would be replaced.
+bool RenameToNothing(const std::string& from, const std::string& to) {
+    if (link(from.c_str(), to.c_str()) == 0) {
+        return unlink(from.c_str()) == 0;
+    }
+    struct stat ignored;
+    if (errno == EEXIST || lstat(to.c_str(), &ignored) == 0) {
+        errno = EEXIST;
+        return false;
+    }
+    return std::rename(from.c_str(), to.c_str()) == 0;
+}
+
 void WaitForSignals(sigset_t signals) {
     int signal = 0;
     while (sigwait(&signals, &signal) != 0) {
@@ -101,9 +115,10 @@ int UnfinishedFile::Create(const std::string& place, mode_t mode) {
     return -1;
 }
 
-bool UnfinishedFile::PutIntoPlace() {
+bool UnfinishedFile::PutIntoPlace(bool mayReplace) {
     const std::lock_guard<std::mutex> guard(All().lock);
-    if (std::rename(mName.c_str(), mPlace.c_str()) != 0) {
+    if (!(mayReplace ? std::rename(mName.c_str(), mPlace.c_str()) == 0
+                     : RenameToNothing(mName, mPlace))) {
         return false;
     }
     std::vector<std::string>& names = All().names;

@@ -31,8 +31,9 @@ class UnfinishedFile {
     // -1 on failure, with errno.
     int Create(const std::string& place, mode_t mode);
 
-    // Gives the file its name, in one step. False on failure, with errno.
-    bool PutIntoPlace();
+    // Gives the file its name, in one step. False on failure, with errno: EEXIST where there is a
+    // file of that name and it is not to be replaced.
+    bool PutIntoPlace(bool mayReplace = true);
 
     void Remove();
 

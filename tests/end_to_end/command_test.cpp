@@ -68,7 +68,8 @@ INSTANTIATE_TEST_SUITE_P(
                     "audio_onto_the_movie", "audio_no_such_folder", "frames_not_importable",
                     "frames_range_too_high", "frames_range_of_another_form",
                     "frames_folder_is_a_file", "sheet_onto_the_movie", "check_fine",
-                    "check_warnings", "check_refused"),
+                    "check_warnings", "check_refused", "mend_dry_run", "mend_nothing",
+                    "mend_refused"),
     [](const auto& info) { return info.param; });
 
 uint32_t Number(const std::string& bytes, size_t offset) {

@@ -277,6 +277,50 @@ def pictures():
                          measured=False)
 
 
+# Name: codec, layout, kind of sound, end at which the movie atom lies, further options. Without a
+# layout there is no sound.
+UNMENDED = {
+    "v210-u8-mono": ("v210", "mono", "u8", "last", []),
+    "2vuy-s8-stereo-first": ("2vuy", "stereo", "s8", "first", []),
+    "r210-s16be-5.1": ("r210", "5.1", "s16be", "last", []),
+    "v210-s16le-mono-first": ("v210", "mono", "s16le", "first", []),
+    "2vuy-s24be-stereo": ("2vuy", "stereo", "s24be", "last", []),
+    "r210-s24le-5.1-first": ("r210", "5.1", "s24le", "first", []),
+    "v210-s32be-mono": ("v210", "mono", "s32be", "last", []),
+    "2vuy-s32le-stereo-first": ("2vuy", "stereo", "s32le", "first", []),
+    "r210-f32be-5.1": ("r210", "5.1", "f32be", "last", []),
+    "v210-f32le-mono-first": ("v210", "mono", "f32le", "first", []),
+    "2vuy-f64be-stereo": ("2vuy", "stereo", "f64be", "last", []),
+    "r210-f64le-5.1-first": ("r210", "5.1", "f64le", "first", []),
+    "v210-s16le-bitmap": ("v210", "5.1 back", "s16le", "last", []),
+    "2vuy-s24le-bitmap-first": ("2vuy", "5.1 back", "s24le", "first", []),
+    "r210-s32be-bitmap": ("r210", "5.1 back", "s32be", "last", []),
+    "v210-f64be-bitmap-first": ("v210", "5.1 back", "f64be", "first", []),
+    "v210-timecode": ("v210", "stereo", "s16le", "last", ["-timecode", "01:02:03:04"]),
+    "2vuy-timecode-bitmap-first": ("2vuy", "5.1 back", "s24be", "first",
+                                   ["-timecode", "10:00:00:00"]),
+    "v210-silent": ("v210", None, None, "last", []),
+    "2vuy-silent-first": ("2vuy", None, None, "first", []),
+    "r210-silent-timecode": ("r210", None, None, "last", ["-timecode", "00:00:01:00"]),
+    "v210-29.97": ("v210", "stereo", "s24le", "first", ["-r", "30000/1001"]),
+}
+
+
+def unmended():
+    """As ffmpeg writes them: refused for the data handler, some for the sound layout as well."""
+    for name, (codec, layout, kind, place, options) in UNMENDED.items():
+        sound = [noise(layout), "-c:a", f"pcm_{kind}"] if layout else []
+        flags = ["-movflags", "+faststart"] if place == "first" else []
+        yield Recipe(f"unmended {name}",
+                     [ffmpeg(picture("48x16"), *sound, PICTURES[codec], flags, options, "raw.mov")],
+                     {f"unmended/{name}.mov": ("keep", "raw.mov")}, measured=False)
+    yield Recipe("unmended three sounds",
+                 [ffmpeg(picture("48x16"), noise("stereo", seed=1), noise("5.1 back", seed=11),
+                         noise("mono", seed=21), "-map", "0", "-map", "1", "-map", "2",
+                         "-map", "3", PICTURES["v210"], "-c:a", "pcm_s24be", "raw.mov")],
+                 {"unmended/three-sounds.mov": ("keep", "raw.mov")}, measured=False)
+
+
 def refused():
     """What must not be imported, and what is not a movie at all."""
     sound = ["-c:a", "pcm_s16le"]
@@ -378,5 +422,5 @@ def checked():
 
 def all_recipes():
     for family in (matrix, sizes_and_rates, tracks, timecodes, layouts, large, gstreamer,
-                   libquicktime, odd, aligned, pictures, refused, checked):
+                   libquicktime, odd, aligned, pictures, unmended, refused, checked):
         yield from family()

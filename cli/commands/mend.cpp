@@ -1,0 +1,282 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/commands/commands.h"
+#include "cli/commands/with_movie.h"
+#include "cli/movie/check_report.h"
+#include "cli/movie/session.h"
+#include "cli/output/complain.h"
+#include "cli/output/copy_file.h"
+#include "cli/output/output_file.h"
+#include "cli/output/progress_bar.h"
+#include "inspect/mend_file.h"
+#include "inspect/mend_plan.h"
+#include "inspect/movie_file.h"
+
+namespace kvx_cli {
+
+using kvx_inspect::Change;
+using kvx_inspect::ChangeKind;
+using kvx_inspect::Durability;
+using kvx_inspect::Finding;
+using kvx_inspect::MendPlan;
+using kvx_inspect::Verdict;
+
+namespace {
+
+constexpr char kChanged[] = "it has been changed by somebody else meanwhile";
+
+std::string Counted(size_t count, const char* noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+// A code in quotes where all of its characters can be printed, else a number.
+std::string ValueText(const Change& change, uint32_t value) {
+    char text[16];
+    if (change.kind == ChangeKind::LayoutTag || change.kind == ChangeKind::LayoutBitmap) {
+        std::snprintf(text, sizeof text, "0x%08" PRIx32, value);
+    } else {
+        std::snprintf(text, sizeof text, "\"%c%c%c%c\"", static_cast<int>(value >> 24),
+                      static_cast<int>(value >> 16 & 0xFF), static_cast<int>(value >> 8 & 0xFF),
+                      static_cast<int>(value & 0xFF));
+    }
+    return text;
+}
+
+// "  36410  75726c20 616c6973  track 1 (video 0): data handler "url " becomes "alis"".
+std::string ChangeLine(const kvx_inspect::Report& report, const Change& change) {
+    char numbers[64];
+    std::snprintf(numbers, sizeof numbers, "  %10" PRIu64 "  %08" PRIx32 " %08" PRIx32 "  ",
+                  change.offset, change.before, change.after);
+    return numbers + TrackName(report, change.track) + ": " + NameOf(change.kind) + " " +
+           ValueText(change, change.before) + " becomes " + ValueText(change, change.after) + "\n";
+}
+
+// The movie's file, open for writing: the one that was looked at.
+class WritableMovie {
+  public:
+    ~WritableMovie() {
+        if (mDescriptor >= 0) {
+            close(mDescriptor);
+        }
+    }
+
+    Problem Open(const std::string& path, int lookedAt) {
+        mDescriptor = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+        struct stat file = {};
+        struct stat before = {};
+        if (mDescriptor < 0 || fstat(mDescriptor, &file) != 0 || fstat(lookedAt, &before) != 0) {
+            return CannotWrite(path, errno);
+        }
+        if (file.st_dev != before.st_dev || file.st_ino != before.st_ino) {
+            return {kExitFailed, kChanged};
+        }
+        mNames = file.st_nlink;
+        return {};
+    }
+
+    int Descriptor() const { return mDescriptor; }
+    uint64_t Names() const { return mNames; }
+
+  private:
+    int mDescriptor = -1;
+    uint64_t mNames = 1;
+};
+
+class Mender {
+  public:
+    Mender(const Arguments& arguments, std::shared_ptr<const Session> session)
+        : mArguments(arguments),
+          mSession(std::move(session)),
+          mOutput(arguments.Text(OptionId::kOutput)),
+          mIsQuiet(arguments.Has(OptionId::kQuiet)),
+          mLimit(Timeout(arguments)) {}
+
+    ExitCode Mend(const std::string& path) {
+        auto plan = mLimit.Ask<MendPlan>([path] { return kvx_inspect::PlanMend(path); });
+        if (!plan) {
+            return Fail(path, {kExitFailed, mLimit.Words()});
+        }
+        if (plan->before.GetVerdict() == Verdict::Unreadable) {
+            return Fail(path, {kExitFailed, plan->before.findings.front().text});
+        }
+        const std::vector<Finding> obstacles = plan->Obstacles();
+        if (plan->changes.empty()) {
+            return TellNothingToMend(path, *plan, obstacles);
+        }
+        if (!obstacles.empty() && !mArguments.Has(OptionId::kAnyway)) {
+            std::string text = path + ": not mended, since more is wrong with it\n";
+            Tell(text + FindingLines(plan->after, obstacles) +
+                 "  --anyway mends what can be mended\n");
+            return kExitRefused;
+        }
+        if (mArguments.Has(OptionId::kDryRun)) {
+            Say(path + ": would be mended by " + Counted(plan->changes.size(), "change") + "\n" +
+                ChangeLines(*plan));
+            Tell(FindingLines(plan->after, obstacles));
+            return obstacles.empty() ? kExitDone : kExitRefused;
+        }
+        const Problem problem = mOutput.empty() ? MendInPlace(path, *plan) : MendCopy(path, *plan);
+        return problem ? Fail(path, problem) : TellResult(path, *plan, obstacles);
+    }
+
+  private:
+    // Of what went well.
+    void Say(const std::string& text) const {
+        if (!mIsQuiet) {
+            Tell(text);
+        }
+    }
+
+    static void Tell(const std::string& text) { std::fputs(text.c_str(), stdout); }
+
+    static ExitCode Fail(const std::string& path, const Problem& problem) {
+        // What has been told of the movies before stands before it.
+        std::fflush(stdout);
+        Complain(path, problem);
+        return problem.code;
+    }
+
+    static std::string FindingLines(const kvx_inspect::Report& report,
+                                    const std::vector<Finding>& findings) {
+        std::string lines;
+        for (const Finding& finding : findings) {
+            lines += FindingLine(report, finding);
+        }
+        return lines;
+    }
+
+    static std::string ChangeLines(const MendPlan& plan) {
+        std::string lines;
+        for (const Change& change : plan.changes) {
+            lines += ChangeLine(plan.before, change);
+        }
+        return lines;
+    }
+
+    ExitCode TellNothingToMend(const std::string& path, const MendPlan& plan,
+                               const std::vector<Finding>& obstacles) const {
+        const bool imports = plan.before.GetVerdict() == Verdict::Imports;
+        const std::string text = path + ": nothing to mend" +
+                                 (imports ? ", it imports as it is" : ", and it is refused") +
+                                 "\n" + FindingLines(plan.before, obstacles);
+        if (imports) {
+            Say(text);
+            return kExitDone;
+        }
+        Tell(text);
+        return kExitRefused;
+    }
+
+    Problem MendInPlace(const std::string& path, const MendPlan& plan) {
+        WritableMovie movie;
+        if (Problem problem = movie.Open(path, plan.before.file->Descriptor())) {
+            return problem;
+        }
+        mNames = movie.Names();
+        const int error = MakeChanges(movie.Descriptor(), plan.changes, Durability::EachChange);
+        return error == ESTALE ? Problem(kExitFailed, kChanged)
+               : error != 0    ? CannotWrite(path, error)
+                               : Problem();
+    }
+
+    Problem MendCopy(const std::string& path, const MendPlan& plan) {
+        InputFiles inputs;
+        inputs.Add(path);
+        for (const kvx_inspect::TrackFacts& track : plan.before.tracks) {
+            inputs.Add(track.media.path);
+        }
+        OutputFile copy;
+        if (Problem problem =
+                copy.Open(mOutput, inputs,
+                          mArguments.Has(OptionId::kForce) ? OutputFile::Existing::kReplace
+                                                           : OutputFile::Existing::kRefuse)) {
+            return problem;
+        }
+        if (!copy.CanSeek()) {
+            return {kExitUsage, "cannot write " + mOutput + ": a mended copy has to be a file"};
+        }
+        const uint64_t size = plan.before.file->Size();
+        ProgressBar progress("copy", static_cast<int64_t>(size));
+        const int descriptor = fileno(copy.Stream());
+        int error =
+            CopyBytes(plan.before.file->Descriptor(), descriptor, size,
+                      [&progress](uint64_t done) { progress.Update(static_cast<int64_t>(done)); });
+        if (error == 0) {
+            error = MakeChanges(descriptor, plan.changes, Durability::None);
+        }
+        if (error != 0) {
+            return error == ESTALE ? Problem(kExitFailed, kChanged) : CannotWrite(mOutput, error);
+        }
+        return copy.Finish();
+    }
+
+    ExitCode TellResult(const std::string& path, const MendPlan& plan,
+                        const std::vector<Finding>& obstacles) {
+        const std::string result = mOutput.empty() ? path : mOutput;
+        auto facts = mLimit.Ask<MovieFacts>(
+            [session = mSession, result] { return FindFacts(*session, result); });
+        const MovieFacts told = facts ? std::move(*facts) : NoFacts(result, mLimit.Words());
+        const bool imports = told.GetVerdict() == Verdict::Imports;
+        const std::string text =
+            path + ": mended by " + Counted(plan.changes.size(), "change") +
+            (mOutput.empty() ? "" : " as " + mOutput) +
+            (imports ? ", it imports now" : ", and still refused: " + told.importer.words) + "\n" +
+            (mOutput.empty() && mNames > 1
+                 ? "  the file has " + std::to_string(mNames) + " names; it is mended under all\n"
+                 : "") +
+            FindingLines(plan.after, obstacles);
+        if (imports && obstacles.empty()) {
+            Say(text);
+            return kExitDone;
+        }
+        Tell(text);
+        return kExitRefused;
+    }
+
+    const Arguments& mArguments;
+    const std::shared_ptr<const Session> mSession;
+    const std::string mOutput;
+    const bool mIsQuiet;
+    TimeLimit mLimit;
+    uint64_t mNames = 1;
+};
+
+}  // namespace
+
+int RunMend(const Arguments& arguments) {
+    if (arguments.Has(OptionId::kOutput) && arguments.Movies().size() > 1) {
+        return Complain(kExitUsage, "--output takes one movie, and '" + arguments.Movies()[1] +
+                                        "' is a second");
+    }
+    InputFiles inputs;
+    for (const std::string& path : arguments.Movies()) {
+        inputs.Add(path);
+    }
+    Problem problem = CheckStandardOutput(inputs);
+    if (problem) {
+        return Complain(problem.code, problem.words);
+    }
+    // Before anything is changed.
+    const auto session = Session::Start(arguments.Text(OptionId::kModule), problem);
+    if (session == nullptr) {
+        return Complain(problem.code, problem.words);
+    }
+    Mender mender(arguments, session);
+    ExitCode exitCode = kExitDone;
+    for (const std::string& path : arguments.Movies()) {
+        exitCode = Graver(exitCode, mender.Mend(path));
+    }
+    return FlushStandardOutput() ? exitCode : kExitFailed;
+}
+
+}  // namespace kvx_cli
