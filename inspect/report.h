@@ -85,6 +85,12 @@ struct VideoFacts {
     int64_t frameCount = 0;  // on the edited timeline, as the host is told
 };
 
+struct SampleForm {
+    bool isFloat = false;
+    bool isSigned = false;
+    bool isBigEndian = false;
+};
+
 // How the importer takes the sound, which may not be what it is.
 struct SoundFacts {
     int version = 0;
@@ -97,6 +103,8 @@ struct SoundFacts {
     bool isBigEndian = false;
     bool isCompressed = false;  // and taken for PCM all the same
     std::string sampleFormat;   // "s24le", "u8", "f32be"; empty for a form that is not imported
+    SampleForm own;             // what the samples really are, as far as the description tells
+    std::string ownFormat;      // that, as sampleFormat
     std::optional<uint32_t> layoutTag;
     FileRange layoutTagRange;             // the four bytes
     FileRange layoutRange;                // the "chan" that decides
@@ -132,8 +140,8 @@ struct TrackFacts {
     int64_t duration = 0;  // of the edited timeline, media time units
     std::vector<Edit> edits;
     SampleTables tables;  // look into the movie atom that the report keeps
-    // The first sample, or frame, of the edited timeline whose bytes are not in the file, in units of
-    // the tables' sampleDuration.
+    // The first sample, or frame, of the edited timeline whose bytes are not in the file, in units
+    // of the tables' sampleDuration.
     std::optional<int64_t> firstMissing;
 
     std::optional<VideoFacts> video;

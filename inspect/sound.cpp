@@ -172,19 +172,19 @@ void ReadLayout(const TrackReader& reader, const Description& read, SoundFacts& 
 }
 
 // The forms that are imported, by what the host can be told.
-std::string NameForm(const SoundFacts& sound) {
-    const char* const end = sound.isBigEndian ? "be" : "le";
-    const std::string bits = std::to_string(sound.bits);
-    switch (sound.bits) {
+std::string NameForm(uint32_t bitCount, const SampleForm& form) {
+    const char* const end = form.isBigEndian ? "be" : "le";
+    const std::string bits = std::to_string(bitCount);
+    switch (bitCount) {
         case 8:
-            return sound.isSigned ? "s8" : "u8";
+            return form.isSigned ? "s8" : "u8";
         case 16:
         case 24:
-            return (sound.isSigned || sound.isFloat ? "s" : "u") + bits + end;
+            return (form.isSigned || form.isFloat ? "s" : "u") + bits + end;
         case 32:
-            return (sound.isFloat ? "f" : sound.isSigned ? "s" : "u") + bits + end;
+            return (form.isFloat ? "f" : form.isSigned ? "s" : "u") + bits + end;
         case 64:
-            return sound.isFloat ? "f64" + std::string(end) : "";
+            return form.isFloat ? "f64" + std::string(end) : "";
         default:
             return "";
     }
@@ -209,14 +209,8 @@ bool IsPcm(uint32_t format) {
 }
 
 // What the samples really are, where the description tells more than the importer reads.
-struct Truth {
-    bool isFloat;
-    bool isSigned;
-    bool isBigEndian;
-};
-
-Truth TruthOf(uint32_t format, const SoundFacts& sound, const Description& read) {
-    Truth truth = {sound.isFloat, sound.isSigned, sound.isBigEndian};
+SampleForm TruthOf(uint32_t format, const SoundFacts& sound, const Description& read) {
+    SampleForm truth = {sound.isFloat, sound.isSigned, sound.isBigEndian};
     if (format == kLpcm && sound.formatFlags) {
         const uint32_t flags = *sound.formatFlags;
         truth.isFloat = (flags & kAudioFormatFlagIsFloat) != 0;
@@ -243,8 +237,8 @@ std::string FormInWords(bool isFloat, bool isSigned, bool isBigEndian) {
                                                                 : " unsigned integers");
 }
 
-void CheckByteOrder(const TrackReader& reader, const SoundFacts& sound, const Description& read) {
-    const Truth truth = TruthOf(reader.track.format, sound, read);
+void CheckByteOrder(const TrackReader& reader, const SoundFacts& sound) {
+    const SampleForm& truth = sound.own;
     const bool orderMatters = sound.bits > 8;
     if (truth.isFloat == sound.isFloat && truth.isSigned == sound.isSigned &&
         (truth.isBigEndian == sound.isBigEndian || !orderMatters)) {
@@ -270,7 +264,7 @@ void CheckDelivery(const TrackReader& reader, const SoundFacts& sound) {
 }
 
 // What follows from form and format together, of sound that is imported at all.
-void CheckSound(const TrackReader& reader, const SoundFacts& sound, const Description& read) {
+void CheckSound(const TrackReader& reader, const SoundFacts& sound) {
     if (sound.isCompressed) {
         reader.Add(Code::SoundCompressed, "its sound is " + Quoted(reader.track.format) +
                                               ", which is not decoded: its bytes are taken for "
@@ -285,7 +279,7 @@ void CheckSound(const TrackReader& reader, const SoundFacts& sound, const Descri
     }
     CheckDelivery(reader, sound);
     if (!sound.isCompressed) {
-        CheckByteOrder(reader, sound, read);
+        CheckByteOrder(reader, sound);
     }
 }
 
@@ -343,17 +337,19 @@ bool ReadSound(TrackReader& reader) {
         wave = ReadWave(reader, read);
         sound.isBigEndian = !wave.isLittleEndian && !wave.isUnusable;
     }
-    sound.sampleFormat = NameForm(sound);
+    sound.sampleFormat = NameForm(sound.bits, {sound.isFloat, sound.isSigned, sound.isBigEndian});
+    sound.own = TruthOf(format, sound, read);
+    sound.ownFormat = NameForm(sound.bits, sound.own);
     reader.track.tables.fixedSize = read.sampleIsFrame ? sound.bytesPerFrame : 0;
     if (wave.isUnusable) {
-        CheckSound(reader, sound, read);
+        CheckSound(reader, sound);
         reader.Add(Code::SoundNotDelivered,
                    "the \"esds\" of its sample description says that it has 4 GiB or more: the "
                    "track is taken for empty");
         return false;
     }
     ReadLayout(reader, read, sound);
-    CheckSound(reader, sound, read);
+    CheckSound(reader, sound);
     return true;
 }
 

@@ -44,6 +44,8 @@ constexpr CommandInfo kCommands[] = {
     {CommandId::kMend, "mend",
      "Make movies importable where that changes no sample: data handler, sound layout", true,
      RunMend},
+    {CommandId::kHash, "hash",
+     "Print the MD5 of each frame's own bytes, in the form of ffmpeg's framemd5", false, RunHash},
     {CommandId::kTimecode, "timecode", "Print a movie's start timecode", false, RunTimecode},
     {CommandId::kAudio, "audio", "Write the sound of a movie as a WAV file of 32-bit floats", false,
      RunAudio},
@@ -57,6 +59,7 @@ constexpr CommandInfo kCommands[] = {
 constexpr CommandSet kInfo = In(CommandId::kInfo);
 constexpr CommandSet kCheck = In(CommandId::kCheck);
 constexpr CommandSet kMend = In(CommandId::kMend);
+constexpr CommandSet kHash = In(CommandId::kHash);
 constexpr CommandSet kAudio = In(CommandId::kAudio);
 constexpr CommandSet kFrames = In(CommandId::kFrames);
 constexpr CommandSet kSheet = In(CommandId::kSheet);
@@ -77,6 +80,13 @@ constexpr OptionInfo kOptions[] = {
     Flag(Id::kForce, kMend, "--force", "Replace a COPY that is there already").Needs(Id::kOutput),
     Flag(Id::kAnyway, kMend, "--anyway",
          "Mend what can be mended of movies that are refused afterwards, or heard as noise"),
+    Flag(Id::kSound, kHash, "--sound", "Hash the sound instead: its own samples, by seconds"),
+    Number(Id::kStream, kHash, "--stream", "N", "0", 0, kUnlimited,
+           "The stream of that kind, as `kvx info` numbers them"),
+    Text(Id::kCompare, kHash, "--compare", "FILE|-",
+         "Print nothing, and compare with a list that this or ffmpeg has written"),
+    Number(Id::kThreads, kHash, "--threads", "N", nullptr, 1, 256,
+           "How many frames are hashed at once; without it one for each processor"),
     Text(Id::kOutput, kAudio, "--output", "OUT.wav|-",
          "The WAV file to write; - is standard output")
         .Letter("-o")

@@ -11,7 +11,7 @@ namespace kvx_cli {
 
 class Arguments;
 
-enum class CommandId { kInfo, kCheck, kMend, kTimecode, kAudio, kFrames, kSheet };
+enum class CommandId { kInfo, kCheck, kMend, kHash, kTimecode, kAudio, kFrames, kSheet };
 
 // Several commands.
 using CommandSet = uint32_t;
@@ -52,6 +52,9 @@ enum class OptionId {
     kDryRun,
     kForce,
     kAnyway,
+    kSound,
+    kCompare,
+    kThreads,
     kNone
 };
 

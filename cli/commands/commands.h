@@ -9,6 +9,7 @@ namespace kvx_cli {
 // Each does what its subcommand was called for, and answers an ExitCode.
 int RunInfo(const Arguments& arguments);
 int RunCheck(const Arguments& arguments);
+int RunHash(const Arguments& arguments);
 int RunMend(const Arguments& arguments);
 int RunTimecode(const Arguments& arguments);
 int RunAudio(const Arguments& arguments);
