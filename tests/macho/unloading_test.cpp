@@ -1,12 +1,15 @@
 // When the module for macOS leaves the process: never once its threads run.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
+#include <future>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "hostkit/clip.h"
 #include "hostkit/frame_cache.h"
@@ -16,6 +19,7 @@
 #include "hostkit/loaded_module.h"
 #include "hostkit/pixel_buffers.h"
 #include "premiere/pixel_formats.h"
+#include "support/log_capture.h"
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
 #include "support/temp_directory.h"
@@ -36,6 +40,36 @@ std::unique_ptr<LoadedModule> Load() {
     std::unique_ptr<LoadedModule> module = LoadedModule::Load(LoadedModule::BuiltPath(), error);
     EXPECT_NE(module, nullptr) << error;
     return module;
+}
+
+// Before the module's own threads hold it in the process.
+TEST(Unloading, LeavesWhatThreadsOfTheHostHaveFromIt) {
+    const kvx_test::TempDirectory directory;
+    kvx_test::MovieRecipe recipe;
+    recipe.tracks = {kvx_test::VideoTrackRecipe({"2vuy", 64, 32, 24}, 4096, 2)};
+    recipe.tracks[0].dataHandler->componentSubtype = "url ";
+    const std::string path = kvx_test::WriteMovie(directory, recipe);
+    kvx_hostkit::Host host;
+    std::unique_ptr<LoadedModule> module = Load();
+    const void* const code = reinterpret_cast<const void*>(module->Entries().import);
+    std::promise<void> refused;
+    std::promise<void> unloaded;
+    std::thread thread([&] {
+        {
+            // The kind of the handler is printed into a block of this thread's own.
+            const kvx_test::LogCapture log;
+            const kvx_hostkit::Importer importer(host, module->Entries());
+            EXPECT_NE(kvx_hostkit::Clip(importer, path).Open(), imNoErr);
+            EXPECT_THAT(log.Text(), testing::HasSubstr("'url '"));
+        }
+        refused.set_value();
+        unloaded.get_future().wait();
+    });
+    refused.get_future().wait();
+    module.reset();
+    EXPECT_FALSE(IsMapped(code));
+    unloaded.set_value();
+    thread.join();
 }
 
 TEST(Unloading, OnlyWithoutThreads) {

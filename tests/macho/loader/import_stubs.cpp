@@ -19,10 +19,6 @@ ImportStubs::ImportStubs(size_t count) {
     mMemory = static_cast<unsigned char*>(memory);
 }
 
-ImportStubs::~ImportStubs() {
-    munmap(mMemory, mSize);
-}
-
 const void* ImportStubs::Add(char* mark, const void* target) {
     if (mSize - mUsed < kImportStubSize) {
         throw LoadError("imports more than there are shims");

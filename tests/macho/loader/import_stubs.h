@@ -1,4 +1,6 @@
-// The code between an image and the functions that it imports.
+// The code between an image and the functions that it imports. An image gives such a function's
+// address away, as the destructor of what a thread has for itself for one, and the system calls it
+// when the image may be gone: the function stays, and so does the code here.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +11,6 @@ class ImportStubs {
   public:
     // Room for `count` functions. Throws LoadError.
     explicit ImportStubs(size_t count);
-    ~ImportStubs();
 
     ImportStubs(const ImportStubs&) = delete;
     ImportStubs& operator=(const ImportStubs&) = delete;
