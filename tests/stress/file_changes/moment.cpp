@@ -11,10 +11,12 @@
 #include "pipeline/reference.h"
 #include "quicktime/movie.h"
 #include "stress/file_changes/check.h"
+#include "support/entries_under_test.h"
 
 namespace kvx_stress {
 
 using kvx_hostkit::FrameSource;
+using kvx_test::IsLinkedIn;
 using kvx_test::Random;
 using kvx_test::ReferencesTo;
 
@@ -54,9 +56,14 @@ Played::Played(const Stage& stage, const Movie& playedMovie)
       asked(kAskingThreads * kMostFrames),
       frames(asked.size()) {}
 
+bool Played::IsTakenOn(size_t index) const {
+    return IsLinkedIn() ? frames[index].request != nullptr
+                        : asked[index].format != PrPixelFormat_Invalid && asked[index].answer == 0;
+}
+
 Fate Played::Foresee(size_t index) const {
     const WatchedReads& reads = frames[index].reads;
-    if (frames[index].request == nullptr) {
+    if (!IsTakenOn(index)) {
         return Fate::kFailed;
     }
     int64_t left = 0;
@@ -92,15 +99,25 @@ ChangingFile::Span Played::SpanOf(size_t index) const {
 }
 
 Moment::Moment(const Stage& stage, const Movie& movie, uint64_t seed)
-    : mRandom(seed), mPlayed(stage, movie), mSource(mPlayed.clip) {}
+    : mStage(stage), mRandom(seed), mPlayed(stage, movie), mSource(mPlayed.clip) {
+    for (int frame = 0; frame < movie.frames; ++frame) {
+        mDeck.push_back(frame);
+    }
+    for (size_t left = mDeck.size(); left > 1; --left) {
+        std::swap(mDeck[left - 1],
+                  mDeck[static_cast<size_t>(mRandom.Pick(0, static_cast<int64_t>(left) - 1))]);
+    }
+}
 
 void Moment::Play() {
     Require(mPlayed.clip.Open() == imNoErr, "the movie does not open");
     Require(mSource.Open() == imNoErr, "no asynchronous importer");
     mTicks = FrameSource::TicksPerFrame(mPlayed.clip);
     Require(mTicks > 0, "no ticks per frame");
-    mPlayed.track =
-        static_cast<KVX::FileImportModule*>(mPlayed.clip.PrivateData())->mMovie->mVideoTracks.at(0);
+    if (IsLinkedIn()) {
+        const auto* const module = static_cast<KVX::FileImportModule*>(mPlayed.clip.PrivateData());
+        mPlayed.track = module->mMovie->mVideoTracks.at(0);
+    }
     PlayWatched();
     CloseFile();
 }
@@ -140,18 +157,25 @@ void Moment::PlayWatched() {
 void Moment::Ask(int thread, uint64_t seed) {
     Random random(seed);
     const auto first = static_cast<size_t>(thread * kMostFrames);
-    const auto count = static_cast<size_t>(random.Pick(1, kMostFrames));
+    // From a deck, no frame comes up a second time.
+    const size_t share = mDeck.size() / kAskingThreads;
+    const size_t most = IsLinkedIn() ? kMostFrames : share;
+    const auto count = static_cast<size_t>(random.Pick(1, static_cast<int64_t>(most)));
     for (size_t index = first; index < first + count; ++index) {
         if (random.OneIn(4)) {
             Pause(random);
         }
         Asked& asked = mPlayed.asked[index];
-        asked.frame = static_cast<int>(random.Pick(0, mPlayed.movie.frames - 1));
+        asked.frame = IsLinkedIn() ? static_cast<int>(random.Pick(0, mPlayed.movie.frames - 1))
+                                   : mDeck[static_cast<size_t>(thread) * share + index - first];
         asked.format = kFormats[random.Pick(0, 2)];
         const std::shared_lock<std::shared_mutex> lock(mSleep);
         asked.knownLength = mPlayed.file.KnownLength();
         asked.slices = SlicesOf(mPlayed.movie, asked.frame, asked.knownLength);
         asked.begin = mPlayed.file.Clock().load(std::memory_order_relaxed);
+        if (!IsLinkedIn()) {
+            mPlayed.frames[index].offset = asked.slices.at(0).offset;
+        }
         const WatchedFrame::Asking asking(mPlayed.frames[index]);
         asked.answer = mSource.Request(asked.frame * mTicks, {asked.format});
     }
@@ -209,18 +233,30 @@ void Moment::CloseFile() {
     Require(mPlayed.clip.Close() == imNoErr, "the movie does not close");
 }
 
-// Waits until the pipeline has done with a frame. Of one that never comes the frame and its
-// request are left, which hold each other.
+// Whether the pipeline has done with a frame. Of one that never comes the frame and its request are
+// left, which hold each other.
+bool Moment::IsSettled(size_t index) const {
+    const Fate fate = mPlayed.Foresee(index);
+    if (fate == Fate::kOnItsWay) {
+        return false;
+    }
+    const int left = fate == Fate::kNever ? 1 : 0;
+    if (IsLinkedIn()) {
+        return ReferencesTo(*mPlayed.frames[index].request) == left + 1;
+    }
+    return mStage.cache.AdditionsOf(mPlayed.clip.ImporterID(), mPlayed.asked[index].frame) ==
+           1 - left;
+}
+
 void Moment::Settle(size_t index) const {
-    const KVX::ReadRequest* const request = mPlayed.frames[index].request;
-    if (request == nullptr) {
+    if (!mPlayed.IsTakenOn(index) || ComesTrue([&] { return IsSettled(index); })) {
         return;
     }
-    const auto isSettled = [&] {
-        const Fate fate = mPlayed.Foresee(index);
-        return fate != Fate::kOnItsWay && ReferencesTo(*request) == (fate == Fate::kNever ? 2 : 1);
-    };
-    if (!ComesTrue(isSettled)) {
+    const KVX::ReadRequest* const request = mPlayed.frames[index].request;
+    if (request == nullptr) {
+        Fail(Format("frame %d of format %08x: %s", mPlayed.asked[index].frame,
+                    mPlayed.asked[index].format, NameOf(mPlayed.Foresee(index))));
+    } else {
         Fail(Format(
             "frame %d of format %08x: %s, and its request has %d references after %d of %d "
             "reads; queued are %d reads and %d conversions",

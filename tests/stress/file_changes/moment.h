@@ -51,6 +51,10 @@ enum class Fate { kOnItsWay, kDelivered, kFailed, kNever };
 struct Played {
     Played(const Stage& stage, const Movie& playedMovie);
 
+    // Whether the importer has taken the frame on. Of one that is linked into the program, its
+    // request tells; of another, its answer, as then each frame is asked for once.
+    bool IsTakenOn(size_t index) const;
+
     // What must become of a frame, by what its reads were answered.
     Fate Foresee(size_t index) const;
 
@@ -60,7 +64,7 @@ struct Played {
     const Movie& movie;
     ChangingFile file;
     kvx_hostkit::Clip clip;
-    const void* track = nullptr;  // as the log names it
+    const void* track = nullptr;  // as the log names it; null if the importer is loaded
     std::vector<Asked> asked;
     std::vector<WatchedFrame> frames;  // of `asked`
     Heard heard[3];
@@ -80,15 +84,19 @@ class Moment {
   private:
     void PlayWatched();
     void Ask(int thread, uint64_t seed);
+    bool IsSettled(size_t index) const;
     void Listen(uint64_t seed);
     void ChangeTheFile();
     void LetReadsEnd();
+    // Waits for it.
     void Settle(size_t index) const;
     void CloseFile();
     uint64_t Seed() { return static_cast<uint64_t>(mRandom.Pick(0, INT64_MAX)); }
 
+    const Stage& mStage;
     kvx_test::Random mRandom;
     Played mPlayed;
+    std::vector<int> mDeck;  // all frames, in some order
     kvx_hostkit::FrameSource mSource;
     int64_t mTicks = 0;
     std::shared_mutex mSleep;  // whole while the file is put to sleep and woken up

@@ -11,15 +11,29 @@
 #include "pipeline/import_frame.h"
 #include "pipeline/reference.h"
 #include "stress/file_changes/check.h"
+#include "support/entries_under_test.h"
 
 namespace kvx_stress {
 
 using kvx_hostkit::PixelBuffers;
 using kvx_hostkit::PixelBufferView;
 using kvx_test::Bytes;
+using kvx_test::IsLinkedIn;
 using kvx_test::ReferencesTo;
 
 namespace {
+
+// The line without the addresses of the importer's own objects.
+std::string WithoutObjects(std::string line) {
+    for (const char* const kind : {"Track ", "request "}) {
+        const size_t found = line.find(kind);
+        if (found != std::string::npos) {
+            const size_t begin = found + std::strlen(kind);
+            line.erase(begin, line.find(' ', begin) - begin);
+        }
+    }
+    return line;
+}
 
 class Reckoning {
   public:
@@ -34,7 +48,7 @@ class Reckoning {
                 continue;
             }
             ReckonAnswer(index);
-            if (mPlayed.frames[index].request == nullptr) {
+            if (!mPlayed.IsTakenOn(index)) {
                 ++mTally.refused;
                 continue;
             }
@@ -57,7 +71,7 @@ class Reckoning {
         ReckonLog(log);
         for (int frame = 0; frame < mPlayed.movie.frames; ++frame) {
             while (const PPixHand ppix = mStage.cache.Take(mPlayed.clip.ImporterID(), frame)) {
-                CheckPixels(ppix);
+                CheckPixels(frame, ppix);
                 PixelBuffers::Dispose(ppix);
                 --delivered;
             }
@@ -69,17 +83,24 @@ class Reckoning {
         EndUnanswered();
     }
 
+    // How many lines the moment leads to.
+    size_t CountLines() const {
+        size_t count = 0;
+        ExpectLines([&count](const std::string&) { ++count; },
+                    [](const std::string&) { return false; });
+        return count;
+    }
+
   private:
     // Whether a frame is taken on at all hangs on the length that the file had when it was opened;
     // one that is in the cache already is not asked for again.
     void ReckonAnswer(size_t index) const {
         const Asked& asked = mPlayed.asked[index];
-        const bool hasRequest = mPlayed.frames[index].request != nullptr;
-        if (asked.answer == 0 && !hasRequest) {
+        const bool isTakenOn = mPlayed.IsTakenOn(index);
+        if (asked.answer == 0 && !isTakenOn) {
             for (size_t other = 0; other < mPlayed.asked.size(); ++other) {
                 if (mPlayed.asked[other].frame == asked.frame &&
-                    mPlayed.asked[other].format == asked.format &&
-                    mPlayed.frames[other].request != nullptr &&
+                    mPlayed.asked[other].format == asked.format && mPlayed.IsTakenOn(other) &&
                     mPlayed.Foresee(other) != Fate::kNever) {
                     return;
                 }
@@ -90,7 +111,7 @@ class Reckoning {
             static_cast<int64_t>(mPlayed.movie.OffsetOf(asked.frame) + mPlayed.movie.frameSize);
         const long expected = asked.knownLength < 0 ? EINVAL : asked.knownLength < end ? ENOSPC : 0;
         Require(asked.answer == expected, "a frame is taken on or refused against the rule");
-        Require(hasRequest == (expected == 0), "a frame that is refused has a request");
+        Require(isTakenOn == (expected == 0), "a frame that is refused has a request");
     }
 
     // The reads are those of the rule. Where the file was long enough, or too short, for as long as
@@ -115,9 +136,11 @@ class Reckoning {
             }
         }
         const Fate fate = mPlayed.Foresee(index);
-        const long status = watched.request->mCompletionStatus;
-        Require(fate == Fate::kFailed ? errors.count(status) == 1 : status == 0,
-                "a request ends with another status than its reads");
+        if (watched.request != nullptr) {
+            const long status = watched.request->mCompletionStatus;
+            Require(fate == Fate::kFailed ? errors.count(status) == 1 : status == 0,
+                    "a request ends with another status than its reads");
+        }
         const ChangingFile::Span span = mPlayed.SpanOf(index);
         if (isDisturbed || span.isTakenUp || mPlayed.isClosedInFlight) {
             return;
@@ -138,11 +161,11 @@ class Reckoning {
         for (size_t begin = 0; begin < log.size();) {
             const size_t end = log.find('\n', begin);
             Require(end != std::string::npos, "half a line in the log");
-            lines.insert(log.substr(begin, end - begin));
+            lines.insert(AsCompared(log.substr(begin, end - begin)));
             begin = end + 1;
         }
         const auto take = [&lines](const std::string& line) {
-            const auto found = lines.find(line);
+            const auto found = lines.find(AsCompared(line));
             if (found == lines.end()) {
                 return false;
             }
@@ -154,6 +177,18 @@ class Reckoning {
                 Fail("no line in the log: " + line + "\n" + log);
             }
         };
+        ExpectLines(expect, take);
+        if (!lines.empty()) {
+            Fail("a line too many in the log: " + *lines.begin() + "\n" + log);
+        }
+    }
+
+    static std::string AsCompared(const std::string& line) {
+        return IsLinkedIn() ? line : WithoutObjects(line);
+    }
+
+    template <typename Expect, typename Take>
+    void ExpectLines(Expect expect, Take take) const {
         for (int count = 0; count < mPlayed.failedReopens; ++count) {
             expect("OpenFile: open returned 2");
             expect("OpenFile: Got error 22 opening audio track file");
@@ -166,9 +201,6 @@ class Reckoning {
         for (size_t index = 0; index < mPlayed.asked.size(); ++index) {
             ExpectRefusalLines(mPlayed.asked[index], expect);
             ExpectReadLines(index, expect, take);
-        }
-        if (!lines.empty()) {
-            Fail("a line too many in the log: " + *lines.begin() + "\n" + log);
         }
     }
 
@@ -235,12 +267,19 @@ class Reckoning {
                ((content & kvx_stress::kZero) != 0 && byte == 0);
     }
 
-    void CheckPixels(PPixHand ppix) const {
-        size_t index = 0;
-        while (index < mPlayed.frames.size() && mPlayed.frames[index].ppix != ppix) {
-            ++index;
+    // Which of the frames that were asked for has these pixels.
+    size_t IndexOf(int frame, PPixHand ppix) const {
+        for (size_t index = 0; index < mPlayed.frames.size(); ++index) {
+            if (IsLinkedIn() ? mPlayed.frames[index].ppix == ppix
+                             : mPlayed.IsTakenOn(index) && mPlayed.asked[index].frame == frame) {
+                return index;
+            }
         }
-        Require(index < mPlayed.frames.size(), "a frame that nobody asked for");
+        Fail("a frame that nobody asked for");
+    }
+
+    void CheckPixels(int frame, PPixHand ppix) const {
+        const size_t index = IndexOf(frame, ppix);
         const PixelBufferView view = PixelBuffers::View(ppix);
         const char* pixels = view.pixels;
         Require(view.format == mPlayed.asked[index].format, "a frame of another format");
@@ -258,9 +297,15 @@ class Reckoning {
         const uint64_t offset = mPlayed.movie.OffsetOf(mPlayed.asked[index].frame);
         const char* const original = mPlayed.movie.image.data() + offset;
         const unsigned content = mPlayed.SpanOf(index).content;
-        const char* bytes = mPlayed.frames[index].request->mBuffer + offset % 4096;
-        for (uint64_t at = 0; at < mPlayed.movie.frameSize; ++at) {
-            Require(MayBe(bytes[at], original[at], content), "a byte that the file never had");
+        const auto requireMedia = [&](const char* bytes) {
+            for (uint64_t at = 0; at < mPlayed.movie.frameSize; ++at) {
+                Require(MayBe(bytes[at], original[at], content), "a byte that the file never had");
+            }
+        };
+        const KVX::ReadRequest* const request = mPlayed.frames[index].request;
+        const char* const bytes = request == nullptr ? nullptr : request->mBuffer + offset % 4096;
+        if (bytes != nullptr) {
+            requireMedia(bytes);
         }
         if (view.format == PrPixelFormat_BGRA_4444_8u) {
             const Bytes& converted =
@@ -273,6 +318,10 @@ class Reckoning {
             KVX::CustomFrameHeader header;
             std::memcpy(&header, pixels, sizeof(header));
             pixels += header.dataOffset + header.skew;
+        }
+        if (bytes == nullptr) {
+            requireMedia(pixels);
+            return;
         }
         Require(std::memcmp(pixels, bytes, mPlayed.movie.frameSize) == 0,
                 "pixels that are not those that were read");
@@ -318,6 +367,15 @@ class Reckoning {
     // What is kept of the frames that never come, and nothing else; then the host's part is done by
     // hand, so that a hundred thousand moments find room.
     void EndUnanswered() {
+        if (!IsLinkedIn()) {
+            mStage.cache.Forget();
+            mTally.kept += static_cast<int64_t>(mUnanswered.size());
+            Require(ComesTrue([this] { return mStage.buffers.LiveCount() == mTally.kept; }),
+                    "pixel buffers are left, or gone from a frame that never comes");
+            Require(mStage.buffers.DamagedCount() == 0,
+                    "bytes around a frame's pixels were written");
+            return;
+        }
         Require(mStage.buffers.LiveCount() == static_cast<int>(mUnanswered.size()),
                 "pixel buffers are left, or gone from a frame that never comes");
         for (const size_t index : mUnanswered) {
@@ -344,6 +402,18 @@ class Reckoning {
 };
 
 }  // namespace
+
+void WaitForLines(const Stage& stage, Played& played, const kvx_test::LogCapture& log) {
+    Tally none;
+    const size_t lines = Reckoning(stage, played, none).CountLines();
+    const bool come = ComesTrue([&] {
+        const std::string text = log.Text();
+        return std::count(text.begin(), text.end(), '\n') >= static_cast<int64_t>(lines);
+    });
+    if (!come) {
+        Fail("lines are missing in the log:\n" + log.Text());
+    }
+}
 
 void Reckon(const Stage& stage, Played& played, const std::string& log, Tally& tally) {
     Reckoning(stage, played, tally).Reckon(log);

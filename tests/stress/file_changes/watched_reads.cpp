@@ -1,5 +1,6 @@
 #include "stress/file_changes/watched_reads.h"
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,6 +10,7 @@
 #include <thread>
 
 #include "pipeline/read_controller.h"
+#include "support/entries_under_test.h"
 
 namespace kvx_stress {
 
@@ -37,7 +39,7 @@ bool OneIn(int n) {
     return n > 0 && Draw() % static_cast<uint64_t>(n) == 0;
 }
 
-WatchedReads* ReadsInto(const void* buffer) {
+WatchedReads* ReadsOf(const void* buffer, int64_t offset) {
     if (sReadsOfThisThread != nullptr) {
         return sReadsOfThisThread;
     }
@@ -49,8 +51,23 @@ WatchedReads* ReadsInto(const void* buffer) {
         if (address >= frame.begin.load(kRelaxed) && address < frame.end.load(kRelaxed)) {
             return &frame.reads;
         }
+        if (frame.offset.load(kRelaxed) == offset) {
+            return &frame.reads;
+        }
     }
     return nullptr;
+}
+
+// What the system calls this error is another number to a module of another system.
+int SomeError() {
+    return kvx_test::IsLinkedIn() && OneIn(2) ? ESTALE : EIO;
+}
+
+using Read = ssize_t (*)(int descriptor, void* buffer, size_t size, off_t offset);
+
+Read TheSystems() {
+    static const auto sRead = reinterpret_cast<Read>(dlsym(RTLD_NEXT, "pread"));
+    return sRead;
 }
 
 }  // namespace
@@ -96,13 +113,14 @@ Watch::~Watch() {
 
 extern "C" {
 
-ssize_t __real_pread(int descriptor, void* buffer, size_t size, off_t offset);
-
-ssize_t __wrap_pread(int descriptor, void* buffer, size_t size, off_t offset) {
+// In front of the system's, for the program and, since it is exported, for modules.
+__attribute__((visibility("default"))) ssize_t pread(int descriptor, void* buffer, size_t size,
+                                                     off_t offset) {
     using namespace kvx_stress;
-    WatchedReads* const reads = ReadsInto(buffer);
+    const Read read = TheSystems();
+    WatchedReads* const reads = ReadsOf(buffer, offset);
     if (reads == nullptr) {
-        return __real_pread(descriptor, buffer, size, offset);
+        return read(descriptor, buffer, size, offset);
     }
     if (OneIn(sDisturbance.delays)) {
         std::this_thread::sleep_for(std::chrono::microseconds(Draw() % kLongestDelay));
@@ -110,24 +128,24 @@ ssize_t __wrap_pread(int descriptor, void* buffer, size_t size, off_t offset) {
     ssize_t result = -1;
     bool isDisturbed = true;
     if (OneIn(sDisturbance.errors)) {
-        errno = OneIn(2) ? EIO : ESTALE;
+        errno = SomeError();
     } else if (OneIn(sDisturbance.shortReads)) {
-        result = __real_pread(descriptor, buffer, Draw() % size, offset);
+        result = read(descriptor, buffer, Draw() % size, offset);
     } else {
-        result = __real_pread(descriptor, buffer, size, offset);
+        result = read(descriptor, buffer, size, offset);
         isDisturbed = false;
     }
     const int error = errno;
-    WatchedRead& read = reads->Next();
-    read.descriptor.store(descriptor, kRelaxed);
-    read.buffer.store(buffer, kRelaxed);
-    read.offset.store(offset, kRelaxed);
-    read.size.store(static_cast<int64_t>(size), kRelaxed);
-    read.result.store(result, kRelaxed);
-    read.error.store(result < 0 ? error : 0, kRelaxed);
-    read.isDisturbed.store(isDisturbed, kRelaxed);
-    read.end.store(sClock->load(kRelaxed), kRelaxed);
-    read.isTold.store(true, std::memory_order_release);
+    WatchedRead& watched = reads->Next();
+    watched.descriptor.store(descriptor, kRelaxed);
+    watched.buffer.store(buffer, kRelaxed);
+    watched.offset.store(offset, kRelaxed);
+    watched.size.store(static_cast<int64_t>(size), kRelaxed);
+    watched.result.store(result, kRelaxed);
+    watched.error.store(result < 0 ? error : 0, kRelaxed);
+    watched.isDisturbed.store(isDisturbed, kRelaxed);
+    watched.end.store(sClock->load(kRelaxed), kRelaxed);
+    watched.isTold.store(true, std::memory_order_release);
     errno = error;
     return result;
 }

@@ -1,5 +1,6 @@
-// Stands between the importer and the system, by the linker's hand: sees each frame's request on
-// its way to the read pool and each pread, and lets preads be slow, short or fail.
+// Stands between the importer and the system: sees each frame's request on its way to the read
+// pool, by the linker's hand and so only of an importer that is linked into the program, and each
+// pread, and lets preads be slow, short or fail.
 #pragma once
 
 #include <atomic>
@@ -58,6 +59,9 @@ struct WatchedFrame {
     // Of the request's memory. No address lies between them before both are set.
     std::atomic<uintptr_t> begin{UINTPTR_MAX};
     std::atomic<uintptr_t> end{0};
+    // Where it is read, for an importer whose requests are not seen: then one frame at most is read
+    // from one place.
+    std::atomic<int64_t> offset{-1};
     WatchedReads reads;
 
     // While it lives, a request that the calling thread submits is this frame's.
