@@ -72,7 +72,8 @@ struct VideoFacts {
     int width = 0;
     int height = 0;
     int depth = 0;
-    int bits = 0;                    // of a component; 0 if the format is not an imported one
+    bool isImported = false;         // the format is one that is
+    int bits = 0;                    // of a component; 0 if the format is not imported
     const char* chroma = "";         // "4:2:2", "4:4:4"
     const char* range = "";          // of the levels, as the importer takes them: "64-940"
     uint64_t expectedFrameSize = 0;  // bytes of a frame of this format and size; 0 if not known

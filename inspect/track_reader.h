@@ -62,4 +62,7 @@ void CheckEdits(const TrackReader& reader);
 void CheckVideo(const TrackReader& reader);
 void CheckTimecode(const TrackReader& reader);
 
+// What follows from the form and the format of the sound.
+void CheckSound(const TrackReader& reader);
+
 }  // namespace kvx_inspect

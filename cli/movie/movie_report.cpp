@@ -233,15 +233,25 @@ std::string MediaReport(const Report& report) {
     return text.empty() ? "" : "  media in other files\n" + text;
 }
 
-// Reasons stand in the importer's words.
-std::string WarningsReport(const Report& report) {
+// A line for each finding of a severity.
+std::string FindingsReport(const Report& report, kvx_inspect::Severity severity,
+                           const char* label) {
     std::string text;
     for (const kvx_inspect::Finding& finding : report.findings) {
-        if (FactsOf(finding.code).severity == kvx_inspect::Severity::Warning) {
-            text += "  warning: " + TrackName(report, finding.track) + ": " + finding.text + "\n";
+        if (FactsOf(finding.code).severity == severity) {
+            text += std::string("  ") + label + ": " + TrackName(report, finding.track) + ": " +
+                    finding.text + "\n";
         }
     }
     return text;
+}
+
+// All that keeps the movie from being imported; in the importer's own words if nothing is known of
+// it.
+std::string ReasonsReport(const MovieFacts& facts) {
+    const std::string reasons =
+        FindingsReport(facts.report, kvx_inspect::Severity::Refused, "not importable");
+    return reasons.empty() ? "  not importable: " + facts.importer.words + "\n" : reasons;
 }
 
 }  // namespace
@@ -262,11 +272,8 @@ std::string MovieReport(const MovieFacts& facts) {
         }
     }
     text += TimecodeReport(facts.importer, report) + TracksReport(report) + MediaReport(report) +
-            WarningsReport(report);
-    if (!facts.importer.imports) {
-        text += "  not importable: " + facts.importer.words + "\n";
-    }
-    return text;
+            FindingsReport(report, kvx_inspect::Severity::Warning, "warning");
+    return facts.importer.imports ? text : text + ReasonsReport(facts);
 }
 
 }  // namespace kvx_cli
