@@ -233,25 +233,35 @@ std::string MediaReport(const Report& report) {
     return text.empty() ? "" : "  media in other files\n" + text;
 }
 
-// A line for each finding of a severity.
-std::string FindingsReport(const Report& report, kvx_inspect::Severity severity,
-                           const char* label) {
+// Whose it is, if it is one track's, and the words.
+std::string WordsOf(const Report& report, const kvx_inspect::Finding& finding) {
+    const bool isOfTheMovie = finding.track == kvx_inspect::kWholeMovie;
+    return (isOfTheMovie ? "" : TrackName(report, finding.track) + ": ") + finding.text;
+}
+
+std::string WarningsReport(const Report& report) {
     std::string text;
     for (const kvx_inspect::Finding& finding : report.findings) {
-        if (FactsOf(finding.code).severity == severity) {
-            text += std::string("  ") + label + ": " + TrackName(report, finding.track) + ": " +
-                    finding.text + "\n";
+        if (FactsOf(finding.code).severity == kvx_inspect::Severity::Warning) {
+            text += "  warning: " + WordsOf(report, finding) + "\n";
         }
     }
     return text;
 }
 
-// All that keeps the movie from being imported; in the importer's own words if nothing is known of
-// it.
+// All that keeps the movie from being imported, and what helps; in the words for the importer's own
+// reason if no finding tells it.
 std::string ReasonsReport(const MovieFacts& facts) {
-    const std::string reasons =
-        FindingsReport(facts.report, kvx_inspect::Severity::Refused, "not importable");
-    return reasons.empty() ? "  not importable: " + facts.importer.words + "\n" : reasons;
+    std::string text;
+    for (const kvx_inspect::Finding& finding : facts.report.findings) {
+        const kvx_inspect::CodeFacts& code = FactsOf(finding.code);
+        if (code.severity == kvx_inspect::Severity::Refused) {
+            const std::string remedy = code.remedy;
+            text += "  not importable: " + WordsOf(facts.report, finding) +
+                    (remedy.empty() ? "" : "; remedy: " + remedy) + "\n";
+        }
+    }
+    return text.empty() ? "  not importable: " + facts.importer.words + "\n" : text;
 }
 
 }  // namespace
@@ -272,7 +282,7 @@ std::string MovieReport(const MovieFacts& facts) {
         }
     }
     text += TimecodeReport(facts.importer, report) + TracksReport(report) + MediaReport(report) +
-            FindingsReport(report, kvx_inspect::Severity::Warning, "warning");
+            WarningsReport(report);
     return facts.importer.imports ? text : text + ReasonsReport(facts);
 }
 
