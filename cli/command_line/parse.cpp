@@ -67,14 +67,20 @@ constexpr char kExitStatuses[] =
     "be written, or the importer can't be loaded; 4 (check alone) imports, with warnings; 130 "
     "ended by Ctrl-C. `kvx help COMMAND` tells of one command.";
 
-// "kvx help COMMAND" and "kvx help" are other names of the options.
-std::vector<std::string> Words(int argc, const char* const* argv) {
-    std::vector<std::string> words(argv + 1, argv + argc);
-    if (!words.empty() && words.front() == "help") {
-        words.erase(words.begin());
-        words.emplace_back("--help");
+bool TakesNextWord(const std::string& word) {
+    const std::vector<OptionInfo>& options = OptionTable();
+    return std::any_of(options.begin(), options.end(), [&word](const OptionInfo& option) {
+        return word == option.name && option.kind != ValueKind::kFlag;
+    });
+}
+
+// Where the command stands, behind what may be said before it; the number of words if nowhere.
+size_t PlaceOfCommand(const std::vector<std::string>& words) {
+    size_t place = 0;
+    while (place < words.size() && words[place].rfind("--", 0) == 0) {
+        place += TakesNextWord(words[place]) ? 2 : 1;
     }
-    return words;
+    return std::min(place, words.size());
 }
 
 // In one line, whatever the library says in several.
@@ -126,10 +132,17 @@ std::optional<Invocation> ParseCommandLine(int argc, const char* const* argv, in
     for (const CommandInfo& command : CommandTable()) {
         added.push_back(AddCommand(app, command, given));
     }
-    std::vector<std::string> words = Words(argc, argv);
-    if (argc > 2 && std::string(argv[1]) == "help" && !IsCommand(argv[2])) {
-        exitCode = ComplainOfUsage("there is no command '" + std::string(argv[2]) + "'");
-        return std::nullopt;
+    std::vector<std::string> words(argv + 1, argv + argc);
+    const size_t place = PlaceOfCommand(words);
+    if (place < words.size() && words[place] == "help") {
+        // "kvx help COMMAND" and "kvx help" are other names of the options.
+        words.erase(words.begin() + static_cast<std::ptrdiff_t>(place));
+        const size_t named = PlaceOfCommand(words);
+        if (named < words.size() && !IsCommand(words[named])) {
+            exitCode = ComplainOfUsage("there is no command '" + words[named] + "'");
+            return std::nullopt;
+        }
+        words.emplace_back("--help");
     }
     try {
         // The library takes them from the end.

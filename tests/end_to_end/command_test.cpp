@@ -186,6 +186,7 @@ TEST(EndToEndCommand, WrongUsageIsToldInOneLine) {
     } rows[] = {
         {"frobnicate", "there is no command 'frobnicate'"},
         {"help frobnicate", "there is no command 'frobnicate'"},
+        {"--quiet help frobnicate", "there is no command 'frobnicate'"},
         {"info --frobnicate x.mov", "there is no option '--frobnicate' here"},
         {"info", "no movie is named"},
         {"audio x.mov", "--output is missing"},
@@ -219,6 +220,12 @@ TEST(EndToEndCommand, TellsItsVersionAndOfOneCommand) {
     EXPECT_EQ(help.output, RunCommand("frames --help").output);
     EXPECT_THAT(help.output, HasSubstr("--partial"));
     EXPECT_THAT(help.output, HasSubstr("--timeout"));
+    for (const char* const other :
+         {"--module nothing help frames", "--quiet --timeout=1 help frames", "help --quiet frames",
+          "help frames --timeout 1"}) {
+        EXPECT_EQ(RunCommand(other).output, help.output) << other;
+        EXPECT_EQ(RunCommand(other).exitCode, 0) << other;
+    }
     EXPECT_THAT(RunCommand("help").output, HasSubstr("4 (check alone) imports, with warnings"));
 }
 

@@ -10,9 +10,7 @@ namespace kvx_test {
 CommandRun RunCommand(const std::string& arguments) {
     const char* const module = std::getenv("KVX_TEST_MODULE");
     std::string line = "exec 2>&1; cd '" KVX_MEDIA_DIR "' && '" KVX_COMMAND "' ";
-    // "help" is a word that stands first, and loads nothing.
-    const bool isHelp = arguments.rfind("help", 0) == 0;
-    if (module != nullptr && !isHelp && arguments.find("--module") == std::string::npos) {
+    if (module != nullptr && arguments.find("--module") == std::string::npos) {
         line += std::string("--module '") + module + "' ";
     }
     line += arguments;
