@@ -97,7 +97,7 @@ TEST_F(AsyncImporter, FailedSuiteLeavesTheEntryAlone) {
     RecordBlock<imAsyncImporterCreationRec> expected(kFill);
     expected->privatedata = clip.PrivateData();
     // The address is there before the object is made.
-    expected->asyncEntry = &AsyncImportEntry;
+    expected->asyncEntry = kvx_test::EntriesUnderTest().async;
     LogCapture log;
     EXPECT_EQ(clip.CreateAsyncImporter(record.Get()), 5);
     EXPECT_EQ(log.Text(),

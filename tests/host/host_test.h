@@ -42,6 +42,14 @@ class HostTest : public ::testing::Test {
         return static_cast<KVX::FileImportModule*>(clip.PrivateData());
     }
 
+    // What is seen besides, there.
+    template <typename Look>
+    static void LookInto(const kvx_hostkit::Clip& clip, Look look) {
+        if (IsLinkedIn()) {
+            look(*ModuleOf(clip));
+        }
+    }
+
     std::string Write(const MovieRecipe& recipe, const std::string& name = "movie.mov") {
         return WriteMovie(directory, recipe, {}, name);
     }

@@ -161,7 +161,9 @@ TEST_F(Open, HandleIsSignExtended) {
     clip.FileRef() = Ref(0x1234567880000001);
     ASSERT_EQ(clip.Reopen(), 0);
     EXPECT_EQ(clip.FileRef(), Ref(static_cast<int32_t>(0x80000001)));
-    EXPECT_TRUE(ModuleOf(clip)->mStreamInfo.exists(clip.FileRef()));
+    LookInto(clip, [&clip](FileImportModule& module) {
+        EXPECT_TRUE(module.mStreamInfo.exists(clip.FileRef()));
+    });
 }
 
 TEST_F(Open, KnownHandleWithoutModuleMakesOne) {
@@ -220,7 +222,9 @@ TEST_F(Open, ReopeningAVanishedFileSucceeds) {
     unlink(path.c_str());
     LogCapture log;
     EXPECT_EQ(clip.Reopen(), 0);
-    EXPECT_FALSE(IsOpen(ModuleOf(clip)->mMovie->mVideoTracks[0]));
+    LookInto(clip, [](FileImportModule& module) {
+        EXPECT_FALSE(IsOpen(module.mMovie->mVideoTracks[0]));
+    });
     EXPECT_NE(log.Raw(), "");
 }
 
@@ -230,8 +234,10 @@ TEST_F(Open, CloseClearsTheReference) {
     ASSERT_EQ(clip.Open(), 0);
     EXPECT_EQ(clip.Close(1), 0);
     EXPECT_EQ(clip.FileRef(1), nullptr);
-    EXPECT_EQ(ReferenceCount(ModuleOf(clip)), 1);
-    EXPECT_EQ(ModuleOf(clip)->mStreamInfo.getStatus(Ref(1)), StreamStatusOpen);
+    LookInto(clip, [](FileImportModule& module) {
+        EXPECT_EQ(ReferenceCount(&module), 1);
+        EXPECT_EQ(module.mStreamInfo.getStatus(Ref(1)), StreamStatusOpen);
+    });
 }
 
 TEST_F(Open, ClosedStreamKeepsTheFilesOpen) {
@@ -417,8 +423,8 @@ TEST_F(Open, HostWithoutSuites) {
               "Init: getSPBasicSuite() failed\n"
               "AppIsPremiere: AppIsPremiere requires a valid pointer on first invocation\n"
               "OpenFile8: AcquireSuite returned 22\n");
-    ASSERT_NE(ModuleOf(clip), nullptr);
-    EXPECT_NE(ModuleOf(clip)->mMovie, nullptr);
+    ASSERT_NE(clip.PrivateData(), nullptr);
+    LookInto(clip, [](FileImportModule& module) { EXPECT_NE(module.mMovie, nullptr); });
 }
 
 TEST_F(Open, MissingLegacySuite) {
@@ -428,7 +434,7 @@ TEST_F(Open, MissingLegacySuite) {
     EXPECT_EQ(clip.Open(), 0x53706163);
     EXPECT_EQ(log.Text(), "OpenFile8: AcquireSuite returned 1399873891\n");
     EXPECT_EQ(clip.FileRef(), Ref(-1));
-    ASSERT_NE(ModuleOf(clip), nullptr);
+    ASSERT_NE(clip.PrivateData(), nullptr);
     // Its movie is there, so the next stream works.
     EXPECT_EQ(clip.Open(), 0);
     RecordBlock<imFileInfoRec8> info;
