@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
+#include <utility>
 
 namespace kvx_hostkit {
 
@@ -32,6 +33,12 @@ class Published {
         std::unique_lock<std::mutex> lock(state.lock);
         state.object = nullptr;
         state.left.wait(lock, [&] { return state.calls == 0; });
+    }
+
+    // What calls are counted under, for whoever watches locks and conditions from outside.
+    static std::pair<const std::mutex*, const std::condition_variable*> Counting() {
+        const State& state = TheState();
+        return {&state.lock, &state.left};
     }
 
     // For whoever knows by other means that it stays.

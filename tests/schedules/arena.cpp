@@ -11,7 +11,6 @@ namespace kvx_schedules {
 
 namespace {
 
-constexpr size_t kMostBlocks = 1 << 18;
 constexpr int kSpoilt = 0xA5;
 
 template <typename T>
@@ -34,36 +33,61 @@ size_t RoundUp(size_t value, size_t multiple) {
 Arena::Arena()
     : mBase(Map<char>(kSize)),
       mMarks(Map<uint8_t>(kSize / kGranule)),
-      mBlocks(Map<Block>(kMostBlocks)) {}
+      mBlocks(Map<Block>(kRegions * kMostBlocks)),
+      mLooks(Map<VectorClock>(kRegions * kMostBlocks)) {
+    for (size_t region = 0; region < kRegions; ++region) {
+        mRegions[region].blocks = mBlocks + region * kMostBlocks;
+    }
+}
 
 Arena::~Arena() {
     munmap(mBase, kSize);
     munmap(mMarks, kSize / kGranule);
-    munmap(mBlocks, kMostBlocks * sizeof(Block));
+    munmap(mLooks, kRegions * kMostBlocks * sizeof(VectorClock));
+    munmap(mBlocks, kRegions * kMostBlocks * sizeof(Block));
 }
 
-void* Arena::Allocate(size_t size, size_t alignment) {
-    const size_t start = RoundUp(mUsed, std::max(alignment, kGranule));
+void* Arena::Allocate(int thread, size_t size, size_t alignment) {
+    const auto number = static_cast<size_t>(thread) % kRegions;
+    Region& region = mRegions[number];
+    const size_t base = number * kRegionSize;
+    const size_t start = RoundUp(base + region.used, std::max(alignment, kGranule));
     const size_t whole = RoundUp(std::max<size_t>(size, 1), kGranule);
-    if (size > kSize || start + whole + kGap > kSize || mBlockCount == kMostBlocks) {
+    if (size > kRegionSize || start + whole + kGap > base + kRegionSize ||
+        region.blockCount == kMostBlocks) {
         return nullptr;
     }
     std::memset(mMarks + start / kGranule, kBlock, whole / kGranule);
-    mBlocks[mBlockCount++] = {static_cast<uint32_t>(start / kGranule), static_cast<uint32_t>(size),
-                              true};
-    mUsed = start + whole + kGap;
-    ++mLiveBlocks;
+    region.blocks[region.blockCount++] = {static_cast<uint32_t>(start / kGranule),
+                                          static_cast<uint32_t>(size), true};
+    region.used = start + whole + kGap - base;
     return mBase + start;
 }
 
+size_t Arena::BlockBefore(const void* address) const {
+    const auto granule = static_cast<uint32_t>(GranuleOf(address));
+    const Region& region = mRegions[size_t{granule} * kGranule / kRegionSize];
+    const Block* const end = region.blocks + region.blockCount;
+    const Block* const after = std::upper_bound<const Block*>(
+        region.blocks, end, granule,
+        [](uint32_t at, const Block& block) { return at < block.start; });
+    return static_cast<size_t>(after - mBlocks) - 1;
+}
+
 const Arena::Block* Arena::FindBlock(const void* memory) const {
-    const auto granule = static_cast<uint32_t>(GranuleOf(memory));
-    const Block* const begin = mBlocks;
-    const Block* const end = begin + mBlockCount;
-    const Block* const found = std::lower_bound(
-        begin, end, granule, [](const Block& block, uint32_t at) { return block.start < at; });
-    const bool isStart = found != end && mBase + size_t{found->start} * kGranule == memory;
-    return isStart ? found : nullptr;
+    const size_t before = BlockBefore(memory);
+    const bool isStart =
+        before + 1 != 0 && mBase + size_t{mBlocks[before].start} * kGranule == memory;
+    return isStart ? &mBlocks[before] : nullptr;
+}
+
+VectorClock& Arena::LooksAt(const void* address) {
+    const Block& last = mBlocks[mLastLooked];
+    const size_t offset = GranuleOf(address) - last.start;
+    if (!last.isLive || offset * kGranule >= last.size) {
+        mLastLooked = BlockBefore(address);
+    }
+    return mLooks[mLastLooked];
 }
 
 bool Arena::Free(void* memory) {
@@ -74,7 +98,6 @@ bool Arena::Free(void* memory) {
     block->isLive = false;
     std::memset(mMarks + block->start, kGone,
                 RoundUp(std::max<size_t>(block->size, 1), kGranule) / kGranule);
-    --mLiveBlocks;
     return true;
 }
 
@@ -109,9 +132,13 @@ void Arena::Spoil(const Block& block) {
 }
 
 size_t Arena::LiveBlocksOfSize(size_t size) const {
-    return static_cast<size_t>(
-        std::count_if(mBlocks, mBlocks + mBlockCount,
-                      [=](const Block& block) { return block.isLive && block.size == size; }));
+    ptrdiff_t count = 0;
+    for (const Region& region : mRegions) {
+        count +=
+            std::count_if(region.blocks, region.blocks + region.blockCount,
+                          [=](const Block& block) { return block.isLive && block.size == size; });
+    }
+    return static_cast<size_t>(count);
 }
 
 size_t Arena::SizeOf(const void* memory) const {
@@ -120,13 +147,19 @@ size_t Arena::SizeOf(const void* memory) const {
 }
 
 void Arena::Reset() {
-    for (size_t block = 0; block < mBlockCount; ++block) {
-        Spoil(mBlocks[block]);
+    for (size_t number = 0; number < kRegions; ++number) {
+        Region& region = mRegions[number];
+        for (size_t block = 0; block < region.blockCount; ++block) {
+            Spoil(region.blocks[block]);
+        }
+        std::memset(mMarks + number * kRegionSize / kGranule, kNobodys,
+                    RoundUp(region.used, kGranule) / kGranule);
+        std::memset(static_cast<void*>(mLooks + number * kMostBlocks), 0,
+                    region.blockCount * sizeof(VectorClock));
+        region.blockCount = 0;
+        region.used = 0;
     }
-    std::memset(mMarks, kNobodys, RoundUp(mUsed, kGranule) / kGranule);
-    mBlockCount = 0;
-    mUsed = 0;
-    mLiveBlocks = 0;
+    mLastLooked = 0;
 }
 
 }  // namespace kvx_schedules

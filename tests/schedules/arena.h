@@ -4,11 +4,15 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "schedules/clock.h"
+
 namespace kvx_schedules {
 
 // Hands out memory from one block of addresses, never the same twice in one run, so that a look at
 // freed memory is known as such, and the bytes between two blocks as nobody's. A run begins with an
-// empty arena, and addresses are the same in every run that makes the same calls.
+// empty arena. Each thread has a region of its own: what it gets depends on its own calls alone, so
+// that an object has the same address in all runs that differ only in what other threads did
+// meanwhile.
 class Arena {
   public:
     // What is at an address.
@@ -20,8 +24,10 @@ class Arena {
     Arena(const Arena&) = delete;
     Arena& operator=(const Arena&) = delete;
 
-    // Null when the arena is full. `alignment` is a power of two.
-    void* Allocate(size_t size, size_t alignment = 16);
+    static constexpr int kRegions = 64;
+
+    // From the region of the thread; null when it is full. `alignment` is a power of two.
+    void* Allocate(int thread, size_t size, size_t alignment = 16);
     // False for an address that is not the start of a live block.
     bool Free(void* memory);
 
@@ -32,7 +38,9 @@ class Arena {
     // The worst of the places that the range lies in.
     Place Find(const void* address, size_t size) const;
 
-    size_t LiveBlocks() const { return mLiveBlocks; }
+    // When each thread last looked at the live block that the address is in.
+    VectorClock& LooksAt(const void* address);
+
     size_t LiveBlocksOfSize(size_t size) const;
     size_t SizeOf(const void* memory) const;
 
@@ -40,7 +48,9 @@ class Arena {
     void Reset();
 
   private:
-    static constexpr size_t kSize = size_t{64} << 20;
+    static constexpr size_t kRegionSize = size_t{32} << 20;
+    static constexpr size_t kSize = kRegions * kRegionSize;
+    static constexpr size_t kMostBlocks = 1 << 16;  // of a region
     static constexpr size_t kGranule = 16;
     static constexpr size_t kGap = 32;  // nobody's bytes behind each block
 
@@ -56,15 +66,23 @@ class Arena {
         return static_cast<size_t>(static_cast<const char*>(address) - mBase) / kGranule;
     }
     const Block* FindBlock(const void* memory) const;
+    // The last block that does not begin after the address.
+    size_t BlockBefore(const void* address) const;
     // What one run wrote must not look right to the next: not where it begins, nor where it ends.
     void Spoil(const Block& block);
 
+    struct Region {
+        Block* blocks;  // by address
+        size_t blockCount = 0;
+        size_t used = 0;  // bytes
+    };
+
     char* mBase;
-    uint8_t* mMarks;  // one for each granule
-    Block* mBlocks;   // by address
-    size_t mBlockCount = 0;
-    size_t mUsed = 0;  // bytes
-    size_t mLiveBlocks = 0;
+    uint8_t* mMarks;      // one for each granule
+    Block* mBlocks;       // of all regions
+    VectorClock* mLooks;  // one for each block
+    size_t mLastLooked = 0;
+    Region mRegions[kRegions];
 };
 
 }  // namespace kvx_schedules

@@ -18,12 +18,11 @@ void Look(const void* address, size_t size, const char* how) {
     }
 }
 
-void AtomicPoint(const volatile void* address, size_t size) {
+void AtomicPoint(const volatile void* address, size_t size, bool changes = true) {
     if (IsUnderSchedule()) {
         const void* object = const_cast<const void*>(address);
-        gScheduler->Point(object, "atomic");
-        // Only now: others may have gone on in between.
-        gScheduler->Access(object, size, "atomic operation on");
+        gScheduler->Point(object, changes ? "atomic operation on" : "atomic look at", changes,
+                          size);
     }
 }
 
@@ -76,7 +75,7 @@ void __tsan_vptr_read(void** address) {
 
 #define KVX_ATOMICS(bits, type)                                                               \
     type __tsan_atomic##bits##_load(const volatile type* address, int) {                      \
-        AtomicPoint(address, sizeof(type));                                                   \
+        AtomicPoint(address, sizeof(type), false);                                            \
         return *address;                                                                      \
     }                                                                                         \
     void __tsan_atomic##bits##_store(volatile type* address, type value, int) {               \

@@ -13,10 +13,11 @@ constexpr PrPixelFormat kConverted = PrPixelFormat_BGRA_4444_8u;
 void ClosedWithFramesInFlight(const Movies& movies) {
     Stage stage;
     Stage::Show& show = stage.Open(movies.copied);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
-    Stage::Require(Stage::Ask(show, 0, kConverted) == aiNoError, "a request is refused");
+    Stage::Require(Stage::Ask(show, 1, kConverted) == aiNoError, "a request is refused");
     Stage::Require(show.source.Close() == aiNoError, "a close is refused");
-    stage.RequireFrame(show, 0);
+    stage.RequireFrame(show, 1);
     stage.Leave();
 }
 
@@ -25,15 +26,16 @@ void ClosedBesideACall(const Movies& movies) {
     Stage stage;
     stage.SignalCalls();
     Stage::Show& show = stage.Open(movies.copied);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
     {
         HostThread thread([&] {
-            Stage::Require(Stage::Ask(show, 0, kSameLayout) == aiNoError, "a request is refused");
+            Stage::Require(Stage::Ask(show, 1, kSameLayout) == aiNoError, "a request is refused");
         });
         stage.WaitForCall();
         show.source.Close();
     }
-    stage.RequireFrame(show, 0);
+    stage.RequireFrame(show, 1);
     stage.Leave();
 }
 
@@ -41,11 +43,12 @@ void ClosedBesideACall(const Movies& movies) {
 void ClosedAltogether(const Movies& movies) {
     Stage stage;
     Stage::Show& show = stage.Open(movies.copied);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
-    Stage::Require(Stage::Ask(show, 0, kConverted) == aiNoError, "a request is refused");
+    Stage::Require(Stage::Ask(show, 1, kConverted) == aiNoError, "a request is refused");
     show.source.Close();
     show.clip.Close();
-    stage.RequireFrame(show, 0, 1, false);
+    stage.RequireFrame(show, 1, 1, false);
     stage.Leave();
 }
 
@@ -55,13 +58,14 @@ void TwoImportersOneShelf(const Movies& movies) {
     Stage stage;
     Stage::Show& one = stage.Open(movies.kept);
     Stage::Show& other = stage.Open(movies.kept);
+    stage.StartPools(one);
     gScheduler->BeginExploring();
-    Stage::Require(Stage::Ask(one, 0, kSameLayout) == aiNoError, "a request is refused");
+    Stage::Require(Stage::Ask(one, 1, kSameLayout) == aiNoError, "a request is refused");
     one.source.Close();
-    Stage::Require(Stage::Ask(other, 1, kSameLayout) == aiNoError, "a request is refused");
+    Stage::Require(Stage::Ask(other, 2, kSameLayout) == aiNoError, "a request is refused");
     other.source.Close();
-    stage.RequireFrame(one, 0);
-    stage.RequireFrame(other, 1);
+    stage.RequireFrame(one, 1);
+    stage.RequireFrame(other, 2);
     stage.Leave();
     const size_t buffer = 1024 * 144 * 2;
     for (size_t pages = 0; pages < 4; ++pages) {
@@ -75,8 +79,19 @@ void TwoImportersOneShelf(const Movies& movies) {
 void Exit(const Movies& movies) {
     auto* const stage = new Stage;  // the process leaves it as it is
     Stage::Show& show = stage->Open(movies.copied);
+    stage->StartPools(show);
     gScheduler->BeginExploring();
-    Stage::Require(Stage::Ask(show, 0, kConverted) == aiNoError, "a request is refused");
+    Stage::Require(Stage::Ask(show, 1, kConverted) == aiNoError, "a request is refused");
+    RunExitHandlers();
+    gScheduler->WaitUntilQuiet();
+}
+
+// The same with the first frame of the process: its threads are being started.
+void ExitAtTheFirstFrame(const Movies& movies) {
+    auto* const stage = new Stage;
+    Stage::Show& show = stage->Open(movies.copied);
+    gScheduler->BeginExploring();
+    Stage::Require(Stage::Ask(show, 1, kSameLayout) == aiNoError, "a request is refused");
     RunExitHandlers();
     gScheduler->WaitUntilQuiet();
 }
@@ -85,8 +100,9 @@ void Exit(const Movies& movies) {
 void ExitBeforeTheLastClose(const Movies& movies) {
     Stage stage;
     Stage::Show& show = stage.Open(movies.copied);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
-    Stage::Require(Stage::Ask(show, 0, kSameLayout) == aiNoError, "a request is refused");
+    Stage::Require(Stage::Ask(show, 1, kSameLayout) == aiNoError, "a request is refused");
     RunExitHandlers();
     show.source.Close();
     show.clip.Close();
@@ -98,9 +114,11 @@ void ExitBeforeTheLastClose(const Movies& movies) {
 void TheHostGoes(const Movies& movies) {
     auto* const stage = new Stage;
     Stage::Show& show = stage->Open(movies.copied);
+    stage->StartPools(show);
+    gScheduler->OverlookNothing();
     gScheduler->BeginExploring();
-    Stage::Require(Stage::Ask(show, 0, kSameLayout) == aiNoError, "a request is refused");
-    Stage::Require(stage->cache.WaitForFrame(show.clip.ImporterID(), 0, std::chrono::hours(1)),
+    Stage::Require(Stage::Ask(show, 1, kSameLayout) == aiNoError, "a request is refused");
+    Stage::Require(stage->cache.WaitForFrame(show.clip.ImporterID(), 1, std::chrono::hours(1)),
                    "a frame never arrives");
     show.source.Close();
     show.clip.Close();
@@ -117,6 +135,7 @@ std::vector<Scenario> EndScenarios() {
         {"close_all", "importer and file close with a frame under way", &ClosedAltogether},
         {"shelf", "two importers and one shelf of read buffers", &TwoImportersOneShelf},
         {"exit", "the process exits with a frame under way", &Exit},
+        {"first_exit", "the process exits with its first frame under way", &ExitAtTheFirstFrame},
         {"late_close", "a file closes after the process's end has begun", &ExitBeforeTheLastClose},
         {"host_goes", "the host's cache and buffers go after the last frame", &TheHostGoes},
     };

@@ -31,18 +31,19 @@ int __wrap_open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
+    if (IsUnderSchedule()) {
+        gScheduler->OpenPoint();
+    }
     const int descriptor = __real_open(path, flags, mode);
     if (descriptor >= 0 && IsUnderSchedule()) {
         gScheduler->Opened(descriptor);
-        gScheduler->FilePoint(descriptor);
     }
     return descriptor;
 }
 
 int __wrap_close(int descriptor) {
     if (IsUnderSchedule()) {
-        gScheduler->FilePoint(descriptor);
-        gScheduler->Closed(descriptor);
+        gScheduler->ClosePoint(descriptor);
     }
     return __real_close(descriptor);
 }
@@ -51,7 +52,7 @@ ssize_t __wrap_pread(int descriptor, void* buffer, size_t size, off_t offset) {
     if (!IsUnderSchedule()) {
         return __real_pread(descriptor, buffer, size, offset);
     }
-    gScheduler->FilePoint(descriptor);
+    gScheduler->ReadPoint(descriptor);
     if (gScheduler->Fails()) {
         errno = EIO;
         return -1;

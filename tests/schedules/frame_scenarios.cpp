@@ -12,8 +12,19 @@ constexpr PrPixelFormat kConverted = PrPixelFormat_BGRA_4444_8u;
 void OneFrame(const std::string& movie, PrPixelFormat format) {
     Stage stage;
     Stage::Show& show = stage.Open(movie);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
     Stage::Require(Stage::Ask(show, 1, format) == aiNoError, "a request is refused");
+    stage.RequireFrame(show, 1);
+    stage.Leave();
+}
+
+// From the first thread's start on.
+void FirstFrame(const Movies& movies) {
+    Stage stage;
+    Stage::Show& show = stage.Open(movies.copied);
+    gScheduler->BeginExploring();
+    Stage::Require(Stage::Ask(show, 1, kConverted) == aiNoError, "a request is refused");
     stage.RequireFrame(show, 1);
     stage.Leave();
 }
@@ -41,11 +52,12 @@ void OfSeveralTickets(const Movies& movies) {
 void TwoFrames(const Movies& movies) {
     Stage stage;
     Stage::Show& show = stage.Open(movies.copied);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
-    Stage::Require(Stage::Ask(show, 0, kSameLayout) == aiNoError, "a request is refused");
     Stage::Require(Stage::Ask(show, 1, kSameLayout) == aiNoError, "a request is refused");
-    stage.RequireFrame(show, 0);
+    Stage::Require(Stage::Ask(show, 2, kSameLayout) == aiNoError, "a request is refused");
     stage.RequireFrame(show, 1);
+    stage.RequireFrame(show, 2);
     stage.Leave();
 }
 
@@ -53,13 +65,14 @@ void TwoFrames(const Movies& movies) {
 void AskedTwice(const Movies& movies) {
     Stage stage;
     Stage::Show& show = stage.Open(movies.inPlace);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
     Stage::Require(Stage::Ask(show, 2, kSameLayout) == aiNoError, "a request is refused");
     Stage::Require(Stage::Ask(show, 2, kSameLayout) == aiNoError, "a request is refused");
     gScheduler->WaitUntilQuiet();
     const int additions = stage.cache.AdditionsOf(show.clip.ImporterID(), 2);
     Stage::Require(additions == 1 || additions == 2, "a frame arrives not once and not twice");
-    Stage::Require(additions == stage.buffers.CreatedCount(), "a frame that is not delivered");
+    Stage::Require(additions + 1 == stage.buffers.CreatedCount(), "a frame that is not delivered");
     stage.Leave();
 }
 
@@ -67,6 +80,7 @@ void AskedTwice(const Movies& movies) {
 void LookedFor(const Movies& movies) {
     Stage stage;
     Stage::Show& show = stage.Open(movies.copied);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
     Stage::Require(Stage::Ask(show, 3, kSameLayout) == aiNoError, "a request is refused");
     PPixHand ppix = nullptr;
@@ -118,12 +132,13 @@ std::vector<Scenario> FrameScenarios() {
         {"converted", "a frame is converted", &Converted},
         {"custom", "a frame in the importer's own format", &OfTheImportersOwn},
         {"tickets", "a frame of several reads", &OfSeveralTickets},
+        {"first_frame", "the first frame of the process", &FirstFrame},
         {"two_frames", "two frames of one importer", &TwoFrames},
         {"asked_twice", "a frame that is asked for twice", &AskedTwice},
         {"woken", "threads of the pools wake for no reason", &Copied, 0, 1},
         {"looked_for", "a frame is looked for on its way", &LookedFor},
         {"first_frames", "two threads ask for the first frames of the process",
-         &FirstFramesOfTwoThreads},
+         &FirstFramesOfTwoThreads, 0, 0, 1},
         {"no_start", "a thread of a pool does not start", &APoolThatCannotStart, 1},
     };
 }

@@ -5,7 +5,7 @@
 //       --list              names and stories
 //       --self-test         the scheduler's own test, in place of scenarios
 //       --preemptions N     threads interrupted in one run, 2 if not said; 0, 1 ... N in turn
-//       --seconds S         for each scenario; without a limit if not said
+//       --seconds S         of the processor for each scenario; no limit if not said
 //       --random RUNS       random priorities in place of every order
 //       --seed N            for these
 //       --replay PATH       one run of one scenario, with its points and the importer's log
@@ -16,6 +16,8 @@
 #include <fcntl.h>
 #include <getopt.h>
 #include <signal.h>
+#include <sys/single_threaded.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -35,7 +37,21 @@ namespace kvx_schedules {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+// Of the processor: what a scenario takes does not depend on what else the machine is doing.
+struct Clock {
+    using duration = std::chrono::nanoseconds;
+    using rep = duration::rep;
+    using period = duration::period;
+    using time_point = std::chrono::time_point<Clock>;
+    static constexpr bool is_steady = true;
+
+    static time_point now() {
+        timespec time{};
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+        return time_point(std::chrono::seconds(time.tv_sec) +
+                          std::chrono::nanoseconds(time.tv_nsec));
+    }
+};
 
 struct Options {
     unsigned preemptions = 2;
@@ -85,9 +101,8 @@ void FailOnCrashes() {
     sigaction(SIGABRT, &action, nullptr);
 }
 
-Result RunAll(const Scenario& scenario, const Movies& movies, Strategy& strategy,
-              const Bounds& bounds, Clock::time_point end) {
-    Result result;
+void RunAll(const Scenario& scenario, const Movies& movies, Strategy& strategy,
+            const Bounds& bounds, Clock::time_point end, Result& result) {
     const std::function<void()> body = [&] { scenario.body(movies); };
     do {
         result.finding = gScheduler->Run(strategy, bounds, body);
@@ -95,11 +110,26 @@ Result RunAll(const Scenario& scenario, const Movies& movies, Strategy& strategy
         result.givenUp += gScheduler->WasGivenUp() ? 1 : 0;
         result.longest = std::max(result.longest, gScheduler->Choices());
         if (result.finding || (result.runs % 64 == 0 && Clock::now() > end)) {
-            return result;
+            return;
         }
     } while (strategy.NextRun());
     result.isExhausted = true;
-    return result;
+}
+
+// Which objects the threads have in common turns out on the way: the runs are made until they have
+// shown no further one.
+Result RunEvery(const Scenario& scenario, const Movies& movies, const Bounds& bounds,
+                Clock::time_point end) {
+    Result result;
+    for (;;) {
+        gScheduler->TheirCauses().AcceptCommon();
+        result.isExhausted = false;
+        EveryRun strategy;
+        RunAll(scenario, movies, strategy, bounds, end, result);
+        if (!result.isExhausted || !gScheduler->TheirCauses().HasFoundCommon()) {
+            return result;
+        }
+    }
 }
 
 bool Report(const Scenario& scenario, const std::string& how, const Result& result,
@@ -120,6 +150,7 @@ bool Play(const Scenario& scenario, const Movies& movies, const Options& options
     Bounds bounds;
     bounds.failures = scenario.failures;
     bounds.wakeUps = scenario.wakeUps;
+    bounds.threadsAlike = scenario.threadsAlike;
     const auto start = Clock::now();
     const auto seconds = [&] {
         return std::chrono::duration<double>(Clock::now() - start).count();
@@ -132,20 +163,23 @@ bool Play(const Scenario& scenario, const Movies& movies, const Options& options
         bounds.preemptions = static_cast<unsigned>(-1);
         Replay strategy(options.replay);
         gScheduler->Trace();
-        return Report(scenario, "replay", RunAll(scenario, movies, strategy, bounds, end),
-                      seconds());
+        Result result;
+        RunAll(scenario, movies, strategy, bounds, end, result);
+        return Report(scenario, "replay", result, seconds());
     }
     const Silence silence;
     if (options.random > 0) {
         bounds.preemptions = static_cast<unsigned>(-1);
         RandomPriorities strategy(options.seed, options.random, 3, 200);
-        return Report(scenario, "random", RunAll(scenario, movies, strategy, bounds, end),
-                      seconds());
+        Result result;
+        RunAll(scenario, movies, strategy, bounds, end, result);
+        return Report(scenario, "random", result, seconds());
     }
+    bounds.onlyWhereThreadsMeet = true;
+    gScheduler->TheirCauses().ForgetCommon();
     for (unsigned preemptions = 0; preemptions <= options.preemptions; ++preemptions) {
         bounds.preemptions = preemptions;
-        EveryRun strategy;
-        const Result result = RunAll(scenario, movies, strategy, bounds, end);
+        const Result result = RunEvery(scenario, movies, bounds, end);
         if (!Report(scenario, std::to_string(preemptions) + " preemptions", result, seconds())) {
             return false;
         }
@@ -233,5 +267,7 @@ const std::vector<Scenario>& Scenarios() {
 }  // namespace kvx_schedules
 
 int main(int argc, char** argv) {
+    // There is one thread of the system, and yet counts must be such as several can share.
+    __libc_single_threaded = 0;
     return kvx_schedules::Main(argc, argv);
 }

@@ -13,17 +13,11 @@ namespace {
 constexpr PrPixelFormat kSameLayout = PrPixelFormat_UYVY_422_8u_601;
 constexpr PrPixelFormat kConverted = PrPixelFormat_BGRA_4444_8u;
 
-// Where it is a read that fails, not a thread that does not start.
-void StartPools(Stage& stage, Stage::Show& show) {
-    Stage::Require(Stage::Ask(show, 0, kSameLayout) == aiNoError, "a request is refused");
-    stage.RequireFrame(show, 0, 1, false);
-}
-
 // Delivered, read or unread; a buffer of the host must not be written once it is given back.
 void SeveralTicketsFail(const Movies& movies) {
     Stage stage(0);  // which lets go of a frame at once
     Stage::Show& show = stage.Open(movies.large);
-    StartPools(stage, show);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
     Stage::Require(Stage::Ask(show, 1, kSameLayout) == aiNoError, "a request is refused");
     stage.RequireFrame(show, 1, 1, false);
@@ -33,7 +27,7 @@ void SeveralTicketsFail(const Movies& movies) {
 void AReadFails(const Movies& movies) {
     Stage stage;
     Stage::Show& show = stage.Open(movies.copied);
-    StartPools(stage, show);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
     Stage::Require(Stage::Ask(show, 1, kConverted) == aiNoError, "a request is refused");
     stage.RequireFrame(show, 1, 1, false);
@@ -80,6 +74,7 @@ void Cancelled(const Movies& movies) {
 void QuietAndReopened(const Movies& movies) {
     Stage stage;
     Stage::Show& show = stage.Open(movies.large);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
     Stage::Require(Stage::Ask(show, 1, kSameLayout) == aiNoError, "a request is refused");
     show.clip.Quiet();
@@ -91,12 +86,28 @@ void QuietAndReopened(const Movies& movies) {
 void QuietBesideARequest(const Movies& movies) {
     Stage stage;
     Stage::Show& show = stage.Open(movies.copied);
+    stage.StartPools(show);
     gScheduler->BeginExploring();
-    Stage::Require(Stage::Ask(show, 0, kSameLayout) == aiNoError, "a request is refused");
+    Stage::Require(Stage::Ask(show, 1, kSameLayout) == aiNoError, "a request is refused");
     show.clip.Quiet();
-    const long second = Stage::Ask(show, 1, kSameLayout);
+    const long second = Stage::Ask(show, 2, kSameLayout);
     Stage::Require(second != aiNoError, "a file that sleeps takes a request");
-    stage.RequireFrame(show, 0, 1, false);
+    stage.RequireFrame(show, 1, 1, false);
+    stage.Leave();
+}
+
+// One thread of the host lets the file sleep while another one closes the importer.
+void QuietBesideAClose(const Movies& movies) {
+    Stage stage;
+    Stage::Show& show = stage.Open(movies.copied);
+    stage.StartPools(show);
+    gScheduler->BeginExploring();
+    Stage::Require(Stage::Ask(show, 1, kConverted) == aiNoError, "a request is refused");
+    {
+        HostThread thread([&] { show.source.Close(); });
+        show.clip.Quiet();
+    }
+    stage.RequireFrame(show, 1, 1, false);
     stage.Leave();
 }
 
@@ -109,6 +120,7 @@ std::vector<Scenario> RequestScenarios() {
         {"cancelled", "a request of several reads is cancelled", &Cancelled},
         {"quiet_reopen", "a file sleeps and wakes between two reads of a frame", &QuietAndReopened},
         {"quiet", "a file goes to sleep beside a read", &QuietBesideARequest},
+        {"quiet_close", "a file goes to sleep beside the importer's close", &QuietBesideAClose},
     };
 }
 

@@ -15,6 +15,7 @@ struct Scenario {
     void (*body)(const Movies& movies);
     unsigned failures = 0;
     unsigned wakeUps = 0;
+    int threadsAlike = 2;
 };
 
 const std::vector<Scenario>& Scenarios();

@@ -14,17 +14,16 @@ Scheduler* gScheduler = nullptr;
 
 namespace {
 
-uint64_t Scramble(uint64_t value) {
-    value ^= value >> 33;
-    value *= 0xff51afd7ed558ccdULL;
-    value ^= value >> 33;
-    value *= 0xc4ceb9fe1a85ec53ULL;
-    return value ^ (value >> 33);
+// What stands for something in a history.
+uint64_t Number(const void* address) {
+    return reinterpret_cast<uintptr_t>(address);
 }
 
-uint64_t Combine(uint64_t history, uint64_t value) {
-    return Scramble(history * 0x9e3779b97f4a7c15ULL + value + 1);
+// No object lives at such an address.
+const void* DescriptorObject(int descriptor) {
+    return reinterpret_cast<const void*>(static_cast<uintptr_t>(descriptor) + 2);
 }
+const void* const kDescriptorTable = reinterpret_cast<const void*>(uintptr_t{1});
 
 // Threads have numbers from 1 on the outside: no thread's handle is 0.
 pthread_t HandleOf(int thread) {
@@ -66,14 +65,15 @@ void Scheduler::Forget() {
     mWasGivenUp = false;
     mFinding.reset();
     mPath.Clear();
-    for (auto& thread : mThreads) {
-        mSpareThreads.push_back(std::move(thread));
+    // Each goes on having the same stack: what lies there has the same address in every run.
+    for (; !mThreads.empty(); mThreads.pop_back()) {
+        mSpareThreads.push_back(std::move(mThreads.back()));
     }
-    mThreads.clear();
     mMutexes.clear();
     mConditions.clear();
     mOnces.clear();
-    mHistories.clear();
+    mCauses.BeginRun();
+    mOverlooked.clear();
     mKeys.clear();
     mArena.Reset();
 }
@@ -102,36 +102,55 @@ void Scheduler::BeginBody(void* argument) {
 
 // --- Choices
 
-uint64_t Scheduler::State() const {
-    uint64_t state =
-        Combine(Combine(static_cast<uint64_t>(mCurrent), mLeft.failures), mLeft.wakeUps);
-    for (const auto& thread : mThreads) {
-        state = Combine(state, thread->history);
+void Scheduler::BeginExploring() {
+    const Inside inside(this);
+    mExploring = true;
+    mCauses.BeginExploring();
+    for (size_t number = 0; number < mThreads.size(); ++number) {
+        Thread& thread = *mThreads[number];
+        if (thread.condition != nullptr || thread.isLate) {
+            thread.history = Combine(Combine(Number(reinterpret_cast<const void*>(thread.function)),
+                                             Number(thread.argument)),
+                                     Number(thread.condition));
+        } else {
+            thread.history = Combine(number, 0);
+        }
     }
-    return state;
+}
+
+uint64_t Scheduler::State() const {
+    uint64_t threads = 0;  // in no order: those alike are one as good as the other
+    for (const auto& thread : mThreads) {
+        threads += Combine(thread->history, 2);
+    }
+    const uint64_t current = mThreads[static_cast<size_t>(mCurrent)]->history;
+    return Combine(Combine(Combine(current, mLeft.failures), mLeft.wakeUps), threads);
 }
 
 size_t Scheduler::Choose(Choice& choice) {
-    if (choice.count < 2 || !mExploring) {
+    if (choice.possible < 2 || !mExploring) {
         return 0;
     }
-    choice.state = Combine(State(), choice.threads.empty() ? choice.count : 0);
-    choice.budget = mLeft.preemptions;
     if (mPath.Length() >= mBounds.mostChoices) {
         Fail("does not end");
     }
-    const size_t way = mStrategy->Choose(choice);
-    if (way >= choice.count) {
-        GiveUp();
+    size_t way = 0;
+    if (choice.ways.size() > 1) {
+        choice.state = Combine(State(), choice.threads.empty() ? choice.possible : 0);
+        choice.budget = mLeft.preemptions;
+        way = mStrategy->Choose(choice);
+        if (way >= choice.ways.size()) {
+            GiveUp();
+        }
     }
-    mPath.Add(way);
-    return way;
+    mPath.Add(choice.ways[way]);
+    return choice.ways[way];
 }
 
 bool Scheduler::Fails() {
     const Inside inside(this);
     Choice choice;
-    choice.count = mLeft.failures == 0 ? 1 : 2;
+    choice.SetWays(mLeft.failures == 0 ? 1 : 2);
     const size_t way = Choose(choice);
     mLeft.failures -= static_cast<unsigned>(way);
     Mix(way);
@@ -171,12 +190,43 @@ void Scheduler::CollectEnabled() {
     }
 }
 
+void Scheduler::CollectWays(bool currentGoesOn, bool mayInterrupt, size_t ready) {
+    mChoice.possible = mEnabled.size();
+    mChoice.ways.clear();
+    mChoice.threads.clear();
+    const auto isLikeAnother = [&](size_t way) {
+        const bool isReady = way < ready;
+        for (const size_t other : mChoice.ways) {
+            if ((other < ready) == isReady && mEnabled[other] != mCurrent &&
+                mThreads[static_cast<size_t>(mEnabled[other])]->history ==
+                    mThreads[static_cast<size_t>(mEnabled[way])]->history) {
+                return true;
+            }
+        }
+        return false;
+    };
+    for (size_t way = 0; way < mEnabled.size(); ++way) {
+        const bool interrupts = currentGoesOn && way > 0;
+        if (interrupts && (!mayInterrupt || (way < ready && mLeft.preemptions == 0))) {
+            continue;
+        }
+        if (mBounds.onlyWhereThreadsMeet && mEnabled[way] != mCurrent && isLikeAnother(way)) {
+            continue;
+        }
+        mChoice.ways.push_back(way);
+        mChoice.threads.push_back(mEnabled[way]);
+    }
+}
+
 void Scheduler::Reschedule(const char* what, const void* object) {
     if (mTraces) {
         std::printf("%5zu  thread %d  %s %p\n", mPath.Length(), mCurrent, what, object);
         std::fflush(stdout);
     }
     CollectEnabled();
+    if (IsOverlooked(object) && !mEnabled.empty() && mEnabled.front() == mCurrent) {
+        return;
+    }
     // Waits that end for no reason, or since their time is up.
     const size_t ready = mEnabled.size();
     if (mLeft.wakeUps > 0 && mExploring) {
@@ -190,16 +240,10 @@ void Scheduler::Reschedule(const char* what, const void* object) {
         Fail("no thread can go on");
     }
     const bool currentGoesOn = ready > 0 && mEnabled.front() == mCurrent;
-    mChoice.threads = mEnabled;
-    mChoice.count = mEnabled.size();
-    if (currentGoesOn && mLeft.preemptions == 0) {
-        mChoice.threads.resize(1);
-        mChoice.threads.insert(mChoice.threads.end(), mEnabled.begin() + static_cast<long>(ready),
-                               mEnabled.end());
-        mChoice.count = mChoice.threads.size();
-    }
-    const size_t way = Choose(mChoice);
-    const int next = mChoice.threads[way];
+    const bool mayInterrupt =
+        !mBounds.onlyWhereThreadsMeet || object == nullptr || mCauses.IsCommon(object);
+    CollectWays(currentGoesOn, mayInterrupt, ready);
+    const int next = mEnabled[Choose(mChoice)];
     Thread& thread = *mThreads[static_cast<size_t>(next)];
     if (thread.condition != nullptr) {
         --mLeft.wakeUps;
@@ -208,10 +252,8 @@ void Scheduler::Reschedule(const char* what, const void* object) {
         thread.condition = nullptr;
         thread.result = thread.isTimed ? this : nullptr;  // read by Wait
         thread.history = Combine(thread.history, 1);
-        if (!IsEnabled(thread)) {  // its mutex is taken
-            Reschedule("woken", thread.mutex);
-            return;
-        }
+        Reschedule("woken", object);  // it is one more that could go on
+        return;
     }
     if (currentGoesOn && next != mCurrent) {
         --mLeft.preemptions;
@@ -232,31 +274,51 @@ void Scheduler::Mix(uint64_t value) {
     Current().history = Combine(Current().history, value);
 }
 
-void Scheduler::Touch(const void* object) {
-    uint64_t& history = mHistories[object];
-    history = Current().history = Combine(Current().history, history);
+void Scheduler::Overlook(const void* object) {
+    const Inside inside(this);
+    mOverlooked.push_back(object);
 }
 
-void Scheduler::Point(const void* object, const char* what) {
+bool Scheduler::IsOverlooked(const void* object) const {
+    return std::find(mOverlooked.begin(), mOverlooked.end(), object) != mOverlooked.end();
+}
+
+void Scheduler::Touch(const void* object, bool changes) {
+    const uint64_t history = mCauses.Touch(object, mCurrent, Current().history, changes);
+    if (!IsOverlooked(object)) {
+        Current().history = history;
+    }
+}
+
+void Scheduler::Point(const void* object, const char* what, bool changes, size_t size) {
     const Inside inside(this);
     Reschedule(what, object);
-    Touch(object);
+    if (size > 0) {
+        Access(object, size, what);  // only now: others may have gone on in between
+    }
+    Touch(object, changes);
 }
 
-void Scheduler::FilePoint(int descriptor) {
-    // No object lives at such an address.
-    Point(reinterpret_cast<const void*>(static_cast<uintptr_t>(descriptor) + 1), "file");
+void Scheduler::OpenPoint() {
+    Point(kDescriptorTable, "open");
+}
+
+void Scheduler::ClosePoint(int descriptor) {
+    Point(kDescriptorTable, "close");
+    Point(DescriptorObject(descriptor), "close");
+    const Inside inside(this);
+    mDescriptors.erase(std::remove(mDescriptors.begin(), mDescriptors.end(), descriptor),
+                       mDescriptors.end());
+}
+
+void Scheduler::ReadPoint(int descriptor) {
+    Point(DescriptorObject(descriptor), "read", false);
 }
 
 void Scheduler::Opened(int descriptor) {
     const Inside inside(this);
     mDescriptors.push_back(descriptor);
-}
-
-void Scheduler::Closed(int descriptor) {
-    const Inside inside(this);
-    mDescriptors.erase(std::remove(mDescriptors.begin(), mDescriptors.end(), descriptor),
-                       mDescriptors.end());
+    Touch(DescriptorObject(descriptor));
 }
 
 void Scheduler::WaitUntilQuiet() {
@@ -267,6 +329,7 @@ void Scheduler::WaitUntilQuiet() {
     for (const auto& thread : mThreads) {
         Mix(thread->history);
     }
+    mCauses.JoinedAll(mCurrent);
 }
 
 // --- Threads
@@ -289,7 +352,7 @@ Scheduler::Thread& Scheduler::AddThread() {
         thread.waitsForQuiet = false;
         thread.values.clear();
     }
-    mThreads.back()->history = Scramble(mThreads.size());
+    mThreads.back()->history = Combine(mThreads.size(), 0);
     return *mThreads.back();
 }
 
@@ -316,7 +379,9 @@ int Scheduler::CreateThread(pthread_t* handle, void* (*function)(void*), void* a
     thread.isLate = alike >= mBounds.threadsAlike;
     thread.history = Combine(thread.history, Current().history);
     thread.fiber.Prepare(&BeginThread, this);
-    *handle = HandleOf(static_cast<int>(mThreads.size()) - 1);
+    const int number = static_cast<int>(mThreads.size()) - 1;
+    mCauses.Started(mCurrent, number);
+    *handle = HandleOf(number);
     Mix(1);
     return 0;
 }
@@ -359,6 +424,7 @@ int Scheduler::JoinThread(pthread_t handle, void** result) {
     Reschedule("join", nullptr);
     Current().joins = -1;
     Mix(thread.history);
+    mCauses.Joined(mCurrent, number);
     if (result != nullptr) {
         *result = thread.result;
     }
@@ -451,6 +517,8 @@ int Scheduler::Wait(const pthread_cond_t* condition, const pthread_mutex_t* mute
     if (mConditions[condition].isDestroyed) {
         Fail("waits for a destroyed condition");
     }
+    // Its mutex does not keep out who wakes without it.
+    Reschedule("about to wait", condition);
     Touch(condition);
     Touch(mutex);
     mMutexes[mutex].owner = -1;
@@ -484,11 +552,11 @@ int Scheduler::Wake(const pthread_cond_t* condition, bool all) {
         state.waiters.clear();
     } else if (!state.waiters.empty()) {
         Choice choice;
-        choice.count = state.waiters.size();
+        choice.SetWays(state.waiters.size());
         const size_t way = Choose(choice);
         mThreads[static_cast<size_t>(state.waiters[way])]->condition = nullptr;
         state.waiters.erase(state.waiters.begin() + static_cast<long>(way));
-        mHistories[condition] = Combine(mHistories[condition], way);
+        Mix(way);
     }
     return 0;
 }
@@ -502,8 +570,9 @@ int Scheduler::CallOnce(const void* control, void (*function)()) {
         Current().once = control;
         Reschedule("once", control);
         Current().once = nullptr;
-        Touch(control);
-        if (mOnces[control] == OnceState::kDone) {
+        const bool isDone = mOnces[control] == OnceState::kDone;
+        Touch(control, !isDone);
+        if (isDone) {
             return 0;
         }
         mOnces[control] = OnceState::kRunning;
@@ -546,16 +615,22 @@ void Scheduler::Access(const void* address, size_t size, const char* how) {
         Fail(std::string(how) + (place == Arena::Place::kFreed ? " memory that is freed"
                                                                : " memory that is nobody's"));
     }
+    mArena.LooksAt(address)[mCurrent] = mCauses.ClockOf(mCurrent)[mCurrent];
 }
 
 void* Scheduler::Allocate(size_t size, size_t alignment) {
-    return mArena.Allocate(size, alignment);
+    return mArena.Allocate(mCurrent, size, alignment);
 }
 
 void Scheduler::Free(void* memory) {
+    const Inside inside(this);
+    mCauses.Freed(memory, mArena.SizeOf(memory), mCurrent);
     if (!mArena.Free(memory)) {
-        const Inside inside(this);
         Fail("frees memory twice, or what was not allocated");
+    }
+    // It may be that the others have looked for the last time, but nothing makes them have.
+    if (mExploring && !mCauses.ClockOf(mCurrent).Covers(mArena.LooksAt(memory))) {
+        Fail("frees memory that another thread may still look at");
     }
 }
 

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "schedules/arena.h"
+#include "schedules/causes.h"
 #include "schedules/fiber.h"
 #include "schedules/program_image.h"
 #include "schedules/strategy.h"
@@ -30,6 +31,9 @@ struct Bounds {
     // Of the threads that are started alike (the same function with the same argument) so many take
     // part. The others sleep until somebody joins them: threads that the system is slow to start.
     int threadsAlike = 2;
+    // Interrupts threads only before they touch what several have in common (see Causes), and takes
+    // one way of those that differ in nothing but which of two threads alike goes on.
+    bool onlyWhereThreadsMeet = false;
     size_t mostChoices = 20000;  // a run of more is one that does not end
 };
 
@@ -62,8 +66,17 @@ class Scheduler {
     // --- For the bodies of runs.
 
     // From here on runs differ. What comes before happens in one order, and what it needs of the
-    // budget is none.
-    void BeginExploring() { mExploring = true; }
+    // budget is none. Threads alike that wait for one condition are the same from here on.
+    void BeginExploring();
+
+    // What threads were found to have in common; see Bounds.
+    Causes& TheirCauses() { return mCauses; }
+
+    // Operations on the object are no points and no causes until the run ends: for what threads
+    // only count under, while nobody waits for the count.
+    void Overlook(const void* object);
+    // From here on nothing is overlooked.
+    void OverlookNothing() { mOverlooked.clear(); }
 
     // Waits until no other thread can go on.
     void WaitUntilQuiet();
@@ -103,11 +116,13 @@ class Scheduler {
     int SetSpecific(pthread_key_t key, const void* value);
 
     // Before an operation on `object`, of which nothing is known but that it does not wait.
-    void Point(const void* object, const char* what);
-    // On a file's descriptor.
-    void FilePoint(int descriptor);
+    // Of `size` bytes, if it is in memory.
+    void Point(const void* object, const char* what, bool changes = true, size_t size = 0);
+    // Before a descriptor is given out or back, which may be any, and before it is read from.
+    void OpenPoint();
     void Opened(int descriptor);
-    void Closed(int descriptor);
+    void ClosePoint(int descriptor);
+    void ReadPoint(int descriptor);
 
     // Memory is looked at or written to.
     void Access(const void* address, size_t size, const char* how);
@@ -169,14 +184,18 @@ class Scheduler {
     bool IsEnabled(const Thread& thread) const;
     // What could go on now: the current thread first, if it can.
     void CollectEnabled();
+    // The ways that are left to go on in, of mEnabled, of which the first `ready` can go on by
+    // themselves and the others are woken for no reason.
+    void CollectWays(bool currentGoesOn, bool mayInterrupt, size_t ready);
     // Goes on with whatever thread the strategy chooses. `what` and `object` are what the current
     // one is about to do.
     void Reschedule(const char* what, const void* object);
     void SwitchTo(int thread);
     size_t Choose(Choice& choice);
     uint64_t State() const;
-    // The current thread does something to `object`.
-    void Touch(const void* object);
+    bool IsOverlooked(const void* object) const;
+    // The current thread does something to `object`, or looks at it.
+    void Touch(const void* object, bool changes = true);
     void Mix(uint64_t value);
     [[noreturn]] void GiveUp();
     [[noreturn]] void LeaveRun();
@@ -205,8 +224,9 @@ class Scheduler {
     std::unordered_map<const void*, Mutex> mMutexes;
     std::unordered_map<const void*, Condition> mConditions;
     std::unordered_map<const void*, OnceState> mOnces;
-    std::unordered_map<const void*, uint64_t> mHistories;  // of objects
-    std::vector<void (*)(void*)> mKeys;                    // destructors
+    std::vector<void (*)(void*)> mKeys;  // destructors
+    Causes mCauses;
+    std::vector<const void*> mOverlooked;
     std::vector<int> mDescriptors;
 
     Arena mArena;

@@ -166,6 +166,23 @@ void UseAfterFree() {
     delete object;
 }
 
+// The look is over in every order of the points, and yet nothing keeps it from coming later.
+void LooksAfterGivingUp() {
+    int users = 2;
+    auto* const value = static_cast<int*>(std::malloc(sizeof(int)));
+    const auto giveUp = [&] {
+        gScheduler->Point(&users, "step");
+        const bool isLast = --users == 0;
+        gScheduler->Access(value, sizeof(int), "reads");
+        if (isLast) {
+            std::free(value);
+        }
+    };
+    gScheduler->BeginExploring();
+    HostThread thread(giveUp);
+    giveUp();
+}
+
 void DoubleFree() {
     void* const memory = std::malloc(8);
     gScheduler->BeginExploring();
@@ -216,6 +233,8 @@ const Known kKnown[] = {
     {"a wake-up for no reason", &SpuriousWakeUp, 0, 1, true, 0, "woken for nothing"},
     {"a lost update", &LostUpdate, 1, 0, true, 0, "an addition is lost"},
     {"a use after free", &UseAfterFree, 1, 0, true, 0, "lock of a mutex in memory that is freed"},
+    {"a look that nothing keeps from a free", &LooksAfterGivingUp, 0, 0, true, 0,
+     "frees memory that another thread may still look at"},
     {"a double free", &DoubleFree, 0, 0, true, 0, "frees memory twice"},
     {"a mutex destroyed while it is locked", &DestroysALockedMutex, 1, 0, true, 0,
      "destroys a locked mutex"},

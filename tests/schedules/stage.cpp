@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/entry.h"
+#include "hostkit/published.h"
 #include "pipeline/import_frame.h"
 #include "pipeline/read_request.h"
 #include "schedules/scheduler.h"
@@ -93,9 +94,20 @@ Stage::Stage(size_t cached)
     buffers.settings.slackBytes = 16;
     buffers.settings.guardBytes = 16;
     buffers.settings.fills = false;  // the arena spoils what it hands out
+    HostStays();
 }
 
 Stage::~Stage() = default;
+
+void Stage::HostStays() {
+    const auto overlook = [](const auto& counting) {
+        gScheduler->Overlook(counting.first);
+        gScheduler->Overlook(counting.second);
+    };
+    overlook(kvx_hostkit::Published<kvx_hostkit::Host>::Counting());
+    overlook(kvx_hostkit::Published<kvx_hostkit::PixelBuffers>::Counting());
+    overlook(kvx_hostkit::Published<kvx_hostkit::FrameCache>::Counting());
+}
 
 void Stage::Require(bool holds, const std::string& what) {
     if (!holds) {
@@ -111,6 +123,12 @@ Stage::Show& Stage::Open(const std::string& movie) {
     show.ticks = FrameSource::TicksPerFrame(show.clip);
     Require(show.ticks > 0, "no ticks per frame");
     return show;
+}
+
+void Stage::StartPools(Show& show) {
+    Require(Ask(show, 0, PrPixelFormat_UYVY_422_8u_601) == aiNoError, "a request is refused");
+    RequireFrame(show, 0, 1, false);
+    mIsCalled = false;
 }
 
 long Stage::Ask(Show& show, int frame, PrPixelFormat format) {

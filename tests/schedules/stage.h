@@ -82,6 +82,10 @@ class Stage {
     };
     Show& Open(const std::string& movie);
 
+    // Brings frame 0, so that the threads of the pools wait for work: where it is not their start
+    // that differs from run to run.
+    void StartPools(Show& show);
+
     // Ends the run unless `holds`.
     static void Require(bool holds, const std::string& what);
 
@@ -113,6 +117,10 @@ class Stage {
     static int32_t SignalAndGetFrame(uint32_t importerID, int32_t stream, int32_t frameIndex,
                                      int32_t formatCount, imFrameFormat* formats, PPixHand* ppix,
                                      void* preferences, int32_t preferencesSize);
+
+    // How the host counts the calls of its suites makes no difference as long as it stays: a
+    // scenario in which it goes says so to the scheduler.
+    static void HostStays();
 
     // The suites' functions have no argument that would tell whose they are.
     static Stage* sStage;

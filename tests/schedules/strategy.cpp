@@ -40,7 +40,7 @@ bool EveryRun::Visited::Covers(uint64_t state, unsigned budget) {
 
 size_t EveryRun::Choose(const Choice& choice) {
     if (mDepth < mPath.size()) {
-        if (mPath[mDepth].count != choice.count) {
+        if (mPath[mDepth].count != choice.ways.size()) {
             std::abort();  // the same ways led elsewhere: something is left of an earlier run
         }
         return mPath[mDepth++].taken;
@@ -48,7 +48,7 @@ size_t EveryRun::Choose(const Choice& choice) {
     if (mPrunes && mVisited.Covers(choice.state, choice.budget)) {
         return kGiveUp;
     }
-    mPath.push_back({0, choice.count});
+    mPath.push_back({0, choice.ways.size()});
     ++mDepth;
     return 0;
 }
@@ -92,7 +92,7 @@ size_t RandomPriorities::Choose(const Choice& choice) {
     const bool changes =
         std::find(mChangePoints.begin(), mChangePoints.end(), at) != mChangePoints.end();
     if (choice.threads.empty()) {
-        return changes ? static_cast<size_t>(Draw() % choice.count) : 0;
+        return changes ? static_cast<size_t>(Draw() % choice.ways.size()) : 0;
     }
     const auto priority = [this](int thread) -> uint64_t& {
         const auto index = static_cast<size_t>(thread);
@@ -130,10 +130,12 @@ Replay::Replay(const std::string& path) {
     }
 }
 
+// Asked at each moment at which there is more than one way, since nothing bounds a run that is
+// repeated.
 size_t Replay::Choose(const Choice& choice) {
     const size_t at = mAt++;
     const size_t way = at < mWays.size() ? mWays[at] : 0;
-    return way < choice.count ? way : 0;
+    return way < choice.ways.size() ? way : 0;
 }
 
 std::string Path::Text() const {

@@ -8,17 +8,28 @@
 
 namespace kvx_schedules {
 
-// A moment of a run at which it can go on in `count` ways, at least two. Way 0 is the one that a
-// system in no hurry would take: the thread that runs goes on, calls succeed.
+// A moment of a run at which it can go on in several ways. The first is the one that a system in no
+// hurry would take: the thread that runs goes on, calls succeed.
 struct Choice {
-    size_t count = 0;
+    // All ways that there are, whatever the bounds leave of them. Paths number these.
+    size_t possible = 0;
+    // Those to choose among, at least two, by their numbers among all.
+    std::vector<size_t> ways;
+    // The threads that these stand for, by their numbers; empty where the choice is another one.
+    std::vector<int> threads;
     // The same for two moments from which exactly the same can follow, whatever happened before in
     // which order.
     uint64_t state = 0;
-    // How many threads may still be interrupted, calls fail and sleepers wake for no reason.
+    // How many threads may still be interrupted.
     unsigned budget = 0;
-    // The threads that ways stand for, by their numbers; empty where the choice is another one.
-    std::vector<int> threads;
+
+    // All of so many.
+    void SetWays(size_t count) {
+        possible = count;
+        for (size_t way = 0; way < count; ++way) {
+            ways.push_back(way);
+        }
+    }
 };
 
 class Strategy {
@@ -28,6 +39,7 @@ class Strategy {
 
     virtual ~Strategy() = default;
 
+    // An index into the ways to choose among.
     virtual size_t Choose(const Choice& choice) = 0;
 
     // Called at the end of each run. False when there is no further run to make.
