@@ -22,11 +22,13 @@ clang-format --dry-run -Werror "${code[@]}" || failed+=(clang-format)
 setup_say "shellcheck over ${#shell[@]} files"
 shellcheck --external-sources "${shell[@]}" || failed+=(shellcheck)
 
-# How each file is compiled by itself.
+# As it is compiled: tests several at a time, in sources that are written for it.
 setup_configure lint
 mapfile -t sources < <(sed -n 's/^  "file": "\(.*\)",\{0,1\}$/\1/p' build/lint/compile_commands.json |
-    grep -vF "$PWD/build/" | sort -u)
-setup_say "clang-tidy over ${#sources[@]} files"
+    grep -e _unity/ -e '^'"$PWD"'/[^b]' -e '^'"$PWD"'/bench/' | sort -u)
+mapfile -t united < <(printf '%s\n' "${sources[@]}" | grep '_unity/' | sed "s#^$PWD/build/lint/##")
+setup_quietly build/log/lint.txt cmake --build build/lint --target "${united[@]}"
+setup_say "clang-tidy over ${#sources[@]} sources"
 printf '%s\0' "${sources[@]}" | xargs -0 -P "$(getconf _NPROCESSORS_ONLN)" -n 1 \
     clang-tidy --quiet -p build/lint 2>build/log/clang-tidy.txt || failed+=(clang-tidy)
 

@@ -202,7 +202,7 @@ std::string Arguments::Problem() const {
             }
             continue;
         }
-        const std::string problem = ValueProblem(option, mValues.at(option.id));
+        std::string problem = ValueProblem(option, mValues.at(option.id));
         if (!problem.empty()) {
             return problem;
         }

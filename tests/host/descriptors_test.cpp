@@ -15,6 +15,7 @@
 #include "hostkit/pixel_buffers.h"
 #include "quicktime/movie.h"
 #include "support/open_descriptors.h"
+#include "support/sanitizers.h"
 
 namespace {
 
@@ -74,9 +75,9 @@ class Descriptors : public kvx_test::HostTest, public testing::WithParamInterfac
 };
 
 TEST_P(Descriptors, FewerThanTheMovieNeeds) {
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "the checks of casts that come with this sanitizer take descriptors too";
-#endif
+    if (kvx_test::IsUnderAddressSanitizer()) {
+        GTEST_SKIP() << "the checks of casts that come with this sanitizer take descriptors too";
+    }
     const std::string path = WriteTracks();
     // Each track's own, and the movie's while the tracks are made.
     const int needed = Tracks() + 1;

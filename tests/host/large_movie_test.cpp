@@ -18,6 +18,7 @@
 #include "quicktime/audio_track.h"
 #include "quicktime/movie.h"
 #include "quicktime/video_track.h"
+#include "support/sanitizers.h"
 
 namespace {
 
@@ -206,9 +207,9 @@ TEST_F(LargeMovie, EightHoursOfSound) {
 
 // A request that the track would fill, and no memory could hold.
 TEST_F(LargeMovie, AsMuchSoundAsANumberHolds) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "sanitizers take more of the address space than is left here";
-#endif
+    if (kvx_test::IsUnderSanitizer()) {
+        GTEST_SKIP() << "sanitizers take more of the address space than is left here";
+    }
     // The counts are signed numbers of 32 bits, but there can be several. The rest of the track
     // tells of a thousand frames.
     TrackRecipe recipe = kvx_test::Sound({}, 1000);

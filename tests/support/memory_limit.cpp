@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "support/leak_scope.h"
+#include "support/sanitizers.h"
 
 namespace kvx_test {
 
@@ -49,8 +49,8 @@ MemoryLimit::~MemoryLimit() {
 }
 
 bool MemoryLimit::Prepare() {
-#if defined(__linux__) && !defined(KVX_TEST_WATCHES_LEAKS)
-    return mallopt(M_MMAP_THRESHOLD, 1 << 20) == 1;
+#if defined(__linux__)
+    return !IsUnderAddressSanitizer() && mallopt(M_MMAP_THRESHOLD, 1 << 20) == 1;
 #else
     return false;
 #endif

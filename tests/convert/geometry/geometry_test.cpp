@@ -18,6 +18,7 @@
 #include "convert/oracle/noise.h"
 #include "support/fnv1a.h"
 #include "support/random.h"
+#include "support/sanitizers.h"
 
 namespace {
 
@@ -29,11 +30,10 @@ constexpr std::size_t kRoom = 1u << 20;
 constexpr std::size_t kMargin = 64;  // watched beyond either end of what is written
 constexpr char kUntouched = '\xA5';
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int kFramesEach = 400;
-#else
-constexpr int kFramesEach = 3400;  // above 200,000 for all sixty routines
-#endif
+// Without a sanitizer above 200,000 for all sixty routines.
+int FramesEach() {
+    return kvx_test::IsUnderSanitizer() ? 400 : 3400;
+}
 
 const std::vector<int>& Widths() {
     static const std::vector<int> widths = [] {
@@ -210,7 +210,7 @@ TEST_P(Geometry, FramesDrawnAtRandom) {
     const auto offset = [&random](int alignment) {
         return alignment == 16 ? 0 : static_cast<int>(random.Pick(0, kOffsets - 1));
     };
-    for (int i = 0; i < kFramesEach; ++i) {
+    for (int i = 0; i < FramesEach(); ++i) {
         const Frame frame{random.AnyOf(Widths()), static_cast<int>(random.Pick(1, kHeights)),
                           static_cast<Rows>(random.Pick(0, kRowKinds - 1)),
                           static_cast<Rows>(random.Pick(0, kRowKinds - 1)),
