@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "core/four_char_code.h"
+#include "pipeline/custom_frame.h"
 
 namespace kvx_cli {
 
@@ -23,17 +24,8 @@ constexpr RawFormat kRawFormats[] = {
     {FourCharCode("2Vuy"), PrPixelFormat_UYVY_422_8u_601},
 };
 
-// At the start of the pixels, in this order and in the machine's byte order.
-struct CustomHeader {
-    uint32_t sourceFormat;
-    uint32_t sourceRowBytes;
-    uint32_t dataOffset;  // from the start of the pixels
-    uint32_t dataLength;
-    uint32_t skew;  // the frame begins this far into the data
-};
-
 std::vector<ByteSpan> CustomBytes(const kvx_hostkit::PixelBufferView& view) {
-    CustomHeader header;
+    KVX::CustomFrameHeader header;
     if (view.dataSize < sizeof(header)) {
         return {};
     }

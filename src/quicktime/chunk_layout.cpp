@@ -28,7 +28,8 @@ class EqualSizes {
     // 0, or 22 after a log line.
     long Pass(long long count, Place& place) {
         // The format's sizes are 32 bits wide, and so is a chunk's.
-        place.position = WrappingSum(place.position, static_cast<unsigned int>(count) * mSize);
+        const unsigned int size = static_cast<unsigned int>(count) * mSize;
+        place.position = WrappingSum(place.position, size);
         place.sample += count;
         return 0;
     }

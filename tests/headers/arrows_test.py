@@ -33,7 +33,8 @@ ARROWS = {
 OUTSIDE = {
     "hostkit": {"premiere"},
     "inspect": BASE | {"quicktime/atom.h", "quicktime/video_formats.h", "quicktime/wrapping.h"},
-    "cli": {"premiere", "hostkit", "inspect", "core/four_char_code.h", "quicktime/video_formats.h",
+    "cli": {"premiere", "hostkit", "inspect", "core/four_char_code.h", "pipeline/custom_frame.h",
+            "quicktime/video_formats.h",
             "timecode/ctimecode.h", "timecode/timecode_format.h", "util/text.h"},
 }
 
