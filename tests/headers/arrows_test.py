@@ -28,13 +28,13 @@ ARROWS = {
 }
 # The inspector looks at movies by itself: of the reader it takes the bounded views of atoms, and
 # what is known of formats. The stand-in host and the command know the importer by its interface.
-# The command borrows codes, texts and the counting of timecodes, which have nothing to do with a
-# movie.
+# The command borrows codes, texts, layouts and the counting of timecodes, which have nothing to do
+# with a movie.
 OUTSIDE = {
     "hostkit": {"premiere"},
     "inspect": BASE | {"quicktime/atom.h", "quicktime/video_formats.h", "quicktime/wrapping.h"},
-    "cli": {"premiere", "hostkit", "inspect", "core/four_char_code.h", "pipeline/custom_frame.h",
-            "quicktime/video_formats.h",
+    "cli": {"premiere", "hostkit", "inspect", "core/big_endian.h", "core/four_char_code.h",
+            "pipeline/custom_frame.h", "platform/core_audio_types.h", "quicktime/video_formats.h",
             "timecode/ctimecode.h", "timecode/timecode_format.h", "util/text.h"},
 }
 
