@@ -17,8 +17,17 @@ set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 add_library(kvx_build_options INTERFACE)
 target_compile_options(kvx_build_options INTERFACE
   -Wall -Wextra -Wpedantic -Werror
-  # The frame converters are exact to the bit: one instruction set, no contraction of a*b+c.
-  -mssse3 -ffp-contract=off)
+  # The frame converters are exact to the bit, on every processor: no contraction of a*b+c.
+  -ffp-contract=off)
+# One instruction set for each processor: SSSE3, and the base set of arm64. A build for macOS may be for
+# both at once.
+if(APPLE AND CMAKE_OSX_ARCHITECTURES)
+  if("x86_64" IN_LIST CMAKE_OSX_ARCHITECTURES)
+    target_compile_options(kvx_build_options INTERFACE "SHELL:-Xarch_x86_64 -mssse3")
+  endif()
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+  target_compile_options(kvx_build_options INTERFACE -mssse3)
+endif()
 
 # The code's promises to itself are looked at where people look for faults.
 if((CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT KVX_COVERAGE) OR KVX_SANITIZE)

@@ -9,6 +9,7 @@ setup_debian_build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng
 setup_debian_sample=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good)
 setup_debian_quick=(libgtest-dev libgmock-dev libbenchmark-dev python3)
 setup_debian_tests=(ffmpeg jq quicktime-utils qemu-user python3-jsonschema libsimde-dev)
+setup_debian_arm64=(g++-aarch64-linux-gnu qemu-user googletest libgtest-dev)
 setup_debian_clang=(clang)
 setup_debian_lint=(clang clang-format clang-tidy shellcheck git)
 setup_debian_macos=(lld-16 llvm zip ca-certificates python3)
@@ -84,7 +85,7 @@ setup_brew() {
 }
 
 # setup_packages GROUP...: installs what is missing of the groups: build is what kvx needs, sample
-# makes a movie, quick, tests, clang and lint are what the sizes of ./test need besides.
+# makes a movie, quick, tests, arm64, clang and lint are what the sizes of ./test need besides.
 setup_packages() {
     local group list system installer
     if [ "$(uname -s)" = Darwin ]; then
@@ -102,6 +103,26 @@ setup_packages() {
         packages+=("${!list}")
     done
     "$installer" "${packages[@]}"
+}
+
+# setup_arm64: installs what builds for arm64 and runs it on another processor. Answers other than 0,
+# and says why, where there is no need or no way.
+setup_arm64() {
+    case $(uname -s)-$(uname -m) in
+        Linux-aarch64 | Linux-arm64)
+            setup_say "arm64 is not emulated: it is this machine's own"
+            return 1
+            ;;
+        Linux-*) ;;
+        *)
+            setup_say "SKIPPED arm64: its emulation runs on Linux"
+            return 1
+            ;;
+    esac
+    if ! command -v apt-get >/dev/null || ! setup_packages arm64; then
+        setup_say "SKIPPED arm64: the packages ${setup_debian_arm64[*]} cannot be had"
+        return 1
+    fi
 }
 
 # setup_configure PRESET [OPTION...]: makes build/PRESET ready for setup_build.

@@ -31,7 +31,9 @@ TEST_P(EndToEndTimecode, IsTheOneAskedFor) {
     kvx_hostkit::RecordBlock<imTimeInfoRec8> info;
     ASSERT_EQ(clip.GetTimeInfo(info.Get()), imNoErr);
     EXPECT_STREQ(info->originalTime, GetParam().text);
+}
 
+TEST_P(EndToEndTimecode, IsToldByTheCommand) {
     const kvx_test::CommandRun run =
         kvx_test::RunCommand(std::string("timecode timecodes/") + GetParam().movie + ".mov");
     EXPECT_EQ(run.exitCode, 0);
