@@ -9,7 +9,8 @@ set(CMAKE_CXX_OSX_DEPLOYMENT_TARGET_FLAG "")
 # taken: the system's own are made for the processor that they run on. No debug map: it would name
 # files of the machine that built. The signature is one without an identity, as the system asks for.
 string(JOIN " " CMAKE_CXX_CREATE_SHARED_MODULE
-  "\"${KVX_LD64}\" -arch x86_64 -platform_version macos 10.13 10.13 -bundle -dead_strip -S"
+  "\"${KVX_LD64}\" -arch ${KVX_MACOS_PROCESSOR}"
+  "-platform_version macos ${KVX_MACOS_OLDEST} ${KVX_MACOS_OLDEST} -bundle -dead_strip -S"
   "-adhoc_codesign -data_const"
   "-F\"${CMAKE_CURRENT_LIST_DIR}/stubs\" <LINK_FLAGS> -o <TARGET> <OBJECTS> <LINK_LIBRARIES>"
   "\"${kvx_zig_folder}/lib/libc/darwin/libSystem.tbd\""

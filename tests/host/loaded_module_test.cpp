@@ -37,7 +37,8 @@ class ElfFile {
     std::set<std::string> DefinedDynamicSymbols() const {
         std::set<std::string> names;
         for (const Elf64_Sym& symbol : Table<Elf64_Sym>(SHT_DYNSYM)) {
-            if (symbol.st_shndx != SHN_UNDEF) {
+            // On arm64 a section is there, too, without a name.
+            if (symbol.st_shndx != SHN_UNDEF && ELF64_ST_TYPE(symbol.st_info) != STT_SECTION) {
                 names.insert(mBytes.data() + mSections[Section(SHT_DYNSYM).sh_link].sh_offset +
                              symbol.st_name);
             }

@@ -2,7 +2,7 @@
 """Looks at what the runs of the module for macOS have called.
 
 Every import of the bundle must have a shim, and every shim must have been called, but for those on a
-list, each with its reason. Usage: ledger_test.py BUNDLE LEDGER UNCALLED
+list, each with its reason. Usage: ledger_test.py BUNDLE PROCESSOR LEDGER UNCALLED
 """
 
 import pathlib
@@ -12,13 +12,15 @@ import sys
 import unittest
 
 SKIPPED = 75
+PROCESSOR = sys.argv.pop(2)
 BUNDLE, LEDGER, UNCALLED = map(pathlib.Path, sys.argv[1:])
 
 
 def imports():
     for tool in ("llvm-nm", "llvm-nm-16", "llvm-nm-14"):
         if shutil.which(tool):
-            told = subprocess.run([tool, "-u", "-j", BUNDLE / "Contents" / "MacOS" / "KVXImporter"],
+            executable = BUNDLE / "Contents" / "MacOS" / "KVXImporter"
+            told = subprocess.run([tool, f"--arch={PROCESSOR}", "-u", "-j", executable],
                                   check=True, text=True, stdout=subprocess.PIPE).stdout
             return set(told.split())
     raise FileNotFoundError("llvm-nm")

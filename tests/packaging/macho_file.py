@@ -6,6 +6,20 @@ import struct
 SYMBOL_TABLE, SEGMENT, CODE_SIGNATURE, FUNCTION_STARTS = 0x2, 0x19, 0x1D, 0x26
 
 
+PROCESSORS = {0x01000007: "x86_64", 0x0100000C: "arm64"}
+
+
+def slices_of(data):
+    """The files that a universal file holds, by their processors."""
+    magic, count = struct.unpack_from(">2I", data)
+    assert magic == 0xCAFEBABE
+    slices = {}
+    for number in range(count):
+        processor, _, offset, size, _ = struct.unpack_from(">5I", data, 8 + 20 * number)
+        slices[PROCESSORS[processor]] = data[offset:offset + size]
+    return slices
+
+
 class MachOFile:
     def __init__(self, data):
         self.data = data
@@ -51,8 +65,8 @@ class MachOFile:
         return [self.data[offset + 16 * number + 4] for number in range(count)]
 
     def frame_entries(self):
-        """The first address of the function of each entry in __eh_frame."""
-        address, data = self.sections["__TEXT", "__eh_frame"]
+        """The first address of the function of each entry in __eh_frame, if there is one."""
+        address, data = self.sections.get(("__TEXT", "__eh_frame"), (0, b""))
         encodings, entries, place = {}, [], 0
         while place + 4 <= len(data):
             length, = struct.unpack_from("<I", data, place)

@@ -11,18 +11,25 @@ namespace macho {
 
 #if defined(__x86_64__)
 constexpr uint32_t kCpuType = kCpuX86_64;
+constexpr size_t kImportStubSize = 40;
+
+// The number in DWARF of the register that stands for the return address.
+constexpr unsigned kReturnAddressColumn = 16;
+#elif defined(__aarch64__)
+constexpr uint32_t kCpuType = kCpuArm64;
+constexpr size_t kImportStubSize = 56;
+constexpr unsigned kReturnAddressColumn = 30;
 #else
 #error "the loader knows no images for this processor"
 #endif
 
 // ---- Imports ------------------------------------------------------------------------------------
 
-constexpr size_t kImportStubSize = 40;
-
 // Writes code that stores '+' at `mark` and goes on at `target`. It leaves every register alone
 // that can carry an argument: a caller with a variable number of them says in one how many are
-// where.
-void WriteImportStub(unsigned char* place, char* mark, const void* target);
+// where. Of a function with more arguments than `named`, if that is not 0, MoreArguments become the
+// next argument.
+void WriteImportStub(unsigned char* place, char* mark, const void* target, unsigned named);
 
 // ---- Thread-local variables ---------------------------------------------------------------------
 
@@ -32,8 +39,7 @@ extern "C" void* macho_thread_local_thunk(ThreadLocalDescriptor* variable);
 
 // ---- Unwinding ----------------------------------------------------------------------------------
 
-// A register's number in DWARF, and where a call leaves it: the base of all frame descriptions.
-constexpr unsigned kReturnAddressColumn = 16;
+// The unit in which all frame descriptions count the places of registers.
 constexpr int kDataAlignment = -8;
 
 // The state at a function's first instruction, as DWARF call frame instructions.

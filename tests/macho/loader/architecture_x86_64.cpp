@@ -168,7 +168,7 @@ void WithoutFramePointer(uint32_t encoding, const unsigned char* code, DwarfWrit
 
 }  // namespace
 
-void WriteImportStub(unsigned char* place, char* mark, const void* target) {
+void WriteImportStub(unsigned char* place, char* mark, const void* target, unsigned) {
     const auto append = [&place](std::initializer_list<unsigned char> bytes) {
         place = std::copy(bytes.begin(), bytes.end(), place);
     };

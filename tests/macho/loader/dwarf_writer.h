@@ -10,6 +10,7 @@ namespace macho {
 // Call frame instructions (DWARF 4, section 6.4.2). The low bits of kOffset hold the register.
 enum CallFrameInstruction : uint8_t {
     kNop = 0x00,
+    kOffsetExtended = 0x05,
     kDefineFrameAddress = 0x0C,
     kOffset = 0x80,
 };
@@ -41,7 +42,12 @@ class DwarfWriter {
 
     // The place of a register, `slots` words below the frame address.
     void RegisterSaved(unsigned number, uint64_t slots) {
-        Byte(static_cast<uint8_t>(kOffset | number));
+        if (number < 0x40) {
+            Byte(static_cast<uint8_t>(kOffset | number));
+        } else {
+            Byte(kOffsetExtended);
+            Uleb(number);
+        }
         Uleb(slots);
     }
 

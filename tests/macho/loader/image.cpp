@@ -45,7 +45,7 @@ void Image::BindImports(ShimSource& shims) {
             *shims.Mark(*shim) = '+';
             address = shim->address;
         } else {
-            address = mStubs.Add(shims.Mark(*shim), shim->address);
+            address = mStubs.Add(shims.Mark(*shim), shim->address, shim->named);
         }
         return bound[name] = address;
     };

@@ -19,6 +19,7 @@ struct Shim {
     const char* name;
     const void* address;
     bool isData = false;
+    unsigned named = 0;  // of a function with a variable number of arguments: how many have names
 };
 
 // Knows the shims and has a place for each where it is marked that it was called.

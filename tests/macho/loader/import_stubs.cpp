@@ -19,12 +19,12 @@ ImportStubs::ImportStubs(size_t count) {
     mMemory = static_cast<unsigned char*>(memory);
 }
 
-const void* ImportStubs::Add(char* mark, const void* target) {
+const void* ImportStubs::Add(char* mark, const void* target, unsigned named) {
     if (mSize - mUsed < kImportStubSize) {
         throw LoadError("imports more than there are shims");
     }
     unsigned char* const place = mMemory + mUsed;
-    WriteImportStub(place, mark, target);
+    WriteImportStub(place, mark, target, named);
     mUsed += kImportStubSize;
     return place;
 }

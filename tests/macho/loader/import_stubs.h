@@ -15,8 +15,8 @@ class ImportStubs {
     ImportStubs(const ImportStubs&) = delete;
     ImportStubs& operator=(const ImportStubs&) = delete;
 
-    // Code that marks that it has been called and goes on at `target`.
-    const void* Add(char* mark, const void* target);
+    // Code that marks that it has been called and goes on at `target`; see WriteImportStub.
+    const void* Add(char* mark, const void* target, unsigned named);
 
     // Call when all have been added.
     void Protect() const;

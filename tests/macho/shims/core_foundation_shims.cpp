@@ -10,11 +10,11 @@ std::vector<Shim> CoreFoundationShims() {
         Function("_CFStringCreateWithBytes", &CFStringCreateWithBytes),
         Function("_CFStringCreateWithCharacters", &CFStringCreateWithCharacters),
         Function("_CFStringFind", &CFStringFind),
-        Function("_CFStringGetCString", &CFStringGetCString),
+        Widening<&CFStringGetCString>("_CFStringGetCString"),
         Function("_CFStringGetLength", &CFStringGetLength),
         Function("_CFStringGetMaximumSizeForEncoding", &CFStringGetMaximumSizeForEncoding),
         Function("_CFURLCreateWithFileSystemPath", &CFURLCreateWithFileSystemPath),
-        Function("_CFURLGetFSRef", &CFURLGetFSRef),
+        Widening<&CFURLGetFSRef>("_CFURLGetFSRef"),
         Data("_kCFAllocatorDefault", &kCFAllocatorDefault),
     };
 }

@@ -8,7 +8,7 @@ std::vector<Shim> FileManagerShims() {
     return {
         Function("_DisposeHandle", &DisposeHandle),
         Function("_FSCopyAliasInfo", &FSCopyAliasInfo),
-        Function("_FSDeleteObject", &FSDeleteObject),
+        Widening<&FSDeleteObject>("_FSDeleteObject"),
         Function("_FSMoveObjectSync", &FSMoveObjectSync),
         Function("_NewHandle", &NewHandle),
     };

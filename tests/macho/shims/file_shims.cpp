@@ -5,6 +5,7 @@
 
 #include "macho/shims/error_numbers.h"
 #include "macho/shims/file_records.h"
+#include "macho/shims/more_arguments.h"
 #include "macho/shims/shims.h"
 #include "platform/system.h"
 
@@ -12,13 +13,14 @@ namespace macho {
 
 namespace {
 
-int Open(const char* path, int flags, unsigned mode) {
+int Open(const char* path, int flags, MoreArguments mode) {
     int here = 0;
     if (!OpenFlagsFromMacos(flags, here)) {
         errno = EINVAL;
         return -1;
     }
-    return open(path, here, mode);
+    return (here & O_CREAT) != 0 ? open(path, here, static_cast<mode_t>(OneOf(mode)))
+                                 : open(path, here);
 }
 
 int FStat(int descriptor, MacosStat* record) {
@@ -35,10 +37,10 @@ enum MacosControl : int {
     kNoCache = 48,
 };
 
-int FControl(int descriptor, int command, long argument) {
+int FControl(int descriptor, int command, MoreArguments argument) {
     switch (command) {
         case kSetDescriptorFlags:  // FD_CLOEXEC is 1 on both
-            return fcntl(descriptor, F_SETFD, argument);
+            return fcntl(descriptor, F_SETFD, OneOf(argument));
         case kNoCache: {
             // The call here answers a number in place of setting errno.
             const int error = KVX::Platform::RequestUncachedReads(descriptor);
@@ -51,13 +53,23 @@ int FControl(int descriptor, int command, long argument) {
     }
 }
 
+// The record was smaller in the days of the first Intel Macs.
+#if defined(__x86_64__)
+constexpr const char* kFStat = "_fstat$INODE64";
+#else
+constexpr const char* kFStat = "_fstat";
+#endif
+
 }  // namespace
 
 std::vector<Shim> FileShims() {
     return {
-        TellingErrors<&close>("_close"),         TellingErrors<&FControl>("_fcntl"),
-        TellingErrors<&FStat>("_fstat$INODE64"), TellingErrors<&lseek>("_lseek"),
-        TellingErrors<&Open>("_open"),           TellingErrors<&pread>("_pread"),
+        TellingErrors<&close>("_close"),
+        WithMoreArguments(2, TellingErrors<&FControl>("_fcntl")),
+        TellingErrors<&FStat>(kFStat),
+        TellingErrors<&lseek>("_lseek"),
+        WithMoreArguments(2, TellingErrors<&Open>("_open")),
+        TellingErrors<&pread>("_pread"),
     };
 }
 

@@ -41,9 +41,28 @@ void* Valloc(size_t size) {
     return Fails() ? nullptr : valloc(size);
 }
 
+// Which of the two the C++ library calls goes by the oldest macOS that it is made for.
+#if defined(__x86_64__)
+
 int PosixMemalign(void** memory, size_t alignment, size_t size) {
     return ErrorForMacos(Fails() ? ENOMEM : posix_memalign(memory, alignment, size));
 }
+
+Shim Aligned() {
+    return Function("_posix_memalign", &PosixMemalign);
+}
+
+#else
+
+void* AlignedAlloc(size_t alignment, size_t size) {
+    return Fails() ? nullptr : aligned_alloc(alignment, size);
+}
+
+Shim Aligned() {
+    return TellingErrors<&AlignedAlloc>("_aligned_alloc");
+}
+
+#endif
 
 enum MacosMapFlags : int {
     kShared = 0x0001,
@@ -83,7 +102,7 @@ std::vector<Shim> MemoryShims() {
         TellingErrors<&Calloc>("_calloc"),      Function("_free", &free),
         Function("_getpagesize", &getpagesize), TellingErrors<&Advise>("_madvise"),
         TellingErrors<&Malloc>("_malloc"),      TellingErrors<&Map>("_mmap"),
-        TellingErrors<&munmap>("_munmap"),      Function("_posix_memalign", &PosixMemalign),
+        TellingErrors<&munmap>("_munmap"),      Aligned(),
         TellingErrors<&Realloc>("_realloc"),    TellingErrors<&Valloc>("_valloc"),
     };
 }

@@ -39,6 +39,20 @@ Shim TellingErrors(const char* name) {
     return TellingErrors<function>(name, function);
 }
 
+// A function with a result of less than 32 bits. On macOS the called function widens it; on Linux
+// the rest of the register holds anything.
+template <auto function, typename Result, typename... Arguments>
+Shim Widening(const char* name, Result (*)(Arguments...)) {
+    static_assert(sizeof(Result) < sizeof(int));
+    return Function(
+        name, +[](Arguments... arguments) -> int { return function(arguments...); });
+}
+
+template <auto function>
+Shim Widening(const char* name) {
+    return Widening<function>(name, function);
+}
+
 inline Shim Data(const char* name, const void* address) {
     return {name, address, true};
 }
