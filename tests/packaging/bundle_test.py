@@ -163,7 +163,7 @@ class Module:
         entries = module.frame_entries()
         self.assertGreater(len(starts), 500)
         self.assertIn(text, starts)
-        self.assertGreaterEqual(len(entries), self.fewest_frame_entries)
+        self.assertGreater(len(entries), 0)
         self.assertEqual([hex(entry) for entry in entries if entry not in starts], [])
 
     def test_names_no_file_of_the_machine_that_built(self):
@@ -230,7 +230,6 @@ class Module:
 
 class ModuleForX86(Module, unittest.TestCase):
     processor, processor_type = "x86_64", 0x01000007
-    fewest_frame_entries = 1
 
     def test_pattern_knows_what_is_above(self):
         for line in ("vpaddd", "pmulld", "blendvps", "roundss", "popcntl", "pinsrd", "mulxq",
@@ -251,7 +250,6 @@ class ModuleForX86(Module, unittest.TestCase):
 
 class ModuleForArm64(Module, unittest.TestCase):
     processor, processor_type = "arm64", 0x0100000C
-    fewest_frame_entries = 0  # the compact table says all
 
     # A disassembler that knows the base set of ARMv8-A alone has no name for what is above.
     BASE = ("--triple=arm64-apple-macos11", "--mcpu=generic")

@@ -65,8 +65,8 @@ class MachOFile:
         return [self.data[offset + 16 * number + 4] for number in range(count)]
 
     def frame_entries(self):
-        """The first address of the function of each entry in __eh_frame, if there is one."""
-        address, data = self.sections.get(("__TEXT", "__eh_frame"), (0, b""))
+        """The first address of the function of each entry in __eh_frame."""
+        address, data = self.sections["__TEXT", "__eh_frame"]
         encodings, entries, place = {}, [], 0
         while place + 4 <= len(data):
             length, = struct.unpack_from("<I", data, place)
