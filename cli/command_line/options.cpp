@@ -47,7 +47,8 @@ constexpr CommandInfo kCommands[] = {
     {CommandId::kHash, "hash",
      "Print the MD5 of each frame's own bytes, in the form of ffmpeg's framemd5", false, RunHash},
     {CommandId::kTimecode, "timecode", "Print a movie's start timecode", false, RunTimecode},
-    {CommandId::kAudio, "audio", "Write the sound of a movie as a WAV file of 32-bit floats", false,
+    {CommandId::kAudio, "audio",
+     "Write the sound of a movie as a WAV file: of 32-bit floats, or as it is in the file", false,
      RunAudio},
     {CommandId::kFrames, "frames", "Write the frames of a movie as PNG pictures, or as their bytes",
      false, RunFrames},
@@ -87,12 +88,20 @@ constexpr OptionInfo kOptions[] = {
          "Print nothing, and compare with a list that this or ffmpeg has written"),
     Number(Id::kThreads, kHash, "--threads", "N", nullptr, 1, 256,
            "How many frames are hashed at once; without it one for each processor"),
-    Text(Id::kOutput, kAudio, "--output", "OUT.wav|-",
-         "The WAV file to write; - is standard output")
+    Text(Id::kOutput, kAudio, "--output", "OUT.wav|DIR|-",
+         "The WAV file to write; - is standard output. With --all, a name that does not end in "
+         ".wav is that of a folder")
         .Letter("-o")
         .Required(),
     Number(Id::kStream, kAudio, "--stream", "N", "0", 0, kUnlimited,
            "The sound stream, as `kvx info` numbers them"),
+    Flag(Id::kAll, kAudio, "--all",
+         "All streams: into one file, their channels beside each other, or into a folder, a file "
+         "for each")
+        .Excludes(Id::kStream),
+    Flag(Id::kNative, kAudio, "--native",
+         "The file's own values, without loss: all samples of the track, edits aside; also of "
+         "movies that are refused"),
     Flag(Id::kPartial, kAudio, "--partial",
          "Write what there is of a sound that is not all in the file"),
     Text(Id::kOutput, kFrames, "--output", "DIR|-",

@@ -55,6 +55,8 @@ enum class OptionId {
     kSound,
     kCompare,
     kThreads,
+    kNative,
+    kAll,
     kNone
 };
 

@@ -1,6 +1,7 @@
 #include "cli/movie/timecode.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "hostkit/record_block.h"
@@ -55,6 +56,18 @@ std::string FrameTimecode(const TimecodeStart& start, int64_t frame, int timeSca
         std::replace(text.begin(), text.end(), ':', kDropFrame);
     }
     return text;
+}
+
+std::optional<uint64_t> SamplesFromMidnight(const TimecodeStart& start, double rate) {
+    const bool drop = start.text.find(kDropFrame) != std::string::npos;
+    const TimeCodeFormat counter = FormatOf(start.timeScale, start.frameDuration, drop);
+    if (start.text.empty() || counter == KVX::Util::tcfNone) {
+        return std::nullopt;
+    }
+    const auto frame =
+        static_cast<double>(CTimeCode::FromStr(counter, start.text).ToFrame(counter, false));
+    return static_cast<uint64_t>(
+        std::llround(frame * start.frameDuration * rate / start.timeScale));
 }
 
 }  // namespace kvx_cli

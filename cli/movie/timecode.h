@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "hostkit/clip.h"
@@ -21,5 +22,9 @@ TimecodeStart ReadTimecodeStart(const kvx_hostkit::Clip& clip);
 // count in.
 std::string FrameTimecode(const TimecodeStart& start, int64_t frame, int timeScale,
                           int frameDuration);
+
+// The samples of a sound of `rate` from midnight to the start. None without a start, or if it
+// counts at no rate that timecodes count in.
+std::optional<uint64_t> SamplesFromMidnight(const TimecodeStart& start, double rate);
 
 }  // namespace kvx_cli

@@ -2,22 +2,33 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 namespace kvx_cli {
 
 namespace {
 
-constexpr int kBytesPerSample = 4;
 constexpr uint32_t kSizeInDs64 = 0xFFFFFFFF;
 constexpr uint32_t kDs64Size = 28;
 
+constexpr uint16_t kFormatPcm = 1;
 constexpr uint16_t kFormatFloat = 3;
 constexpr uint16_t kFormatExtensible = 0xFFFE;
-// The float format as the extensible form's identifier: 00000003-0000-0010-8000-00AA00389B71.
-constexpr uint8_t kFloatIdentifier[16] = {0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x10, 0x00,
-                                          0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
+// A format as the extensible form's identifier, behind its number: the rest of
+// 00000003-0000-0010-8000-00AA00389B71.
+constexpr uint8_t kIdentifierRest[14] = {0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80,
+                                         0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
+constexpr uint32_t kSpeakersMono = 0x4;    // front centre
+constexpr uint32_t kSpeakersStereo = 0x3;  // front left and right
 // Front left, right and centre, LFE, side left and right.
 constexpr uint32_t kSpeakers51 = 0x60F;
+
+// The broadcast extension, version 1 (EBU Tech 3285): the fields before and behind the ones that
+// are told.
+constexpr uint32_t kBextSize = 602;
+constexpr size_t kBextOriginator = 256;
+constexpr size_t kBextTimeReference = 338;
+constexpr size_t kBextVersion = 346;
 
 // For each channel of a six-channel file, the host's plane.
 constexpr int kPlanes51[6] = {0, 1, 4, 5, 2, 3};
@@ -31,6 +42,7 @@ class HeaderBytes {
     void Raw(const uint8_t* bytes, size_t count) {
         mBytes.insert(mBytes.end(), bytes, bytes + count);
     }
+    void Zeros(size_t count) { mBytes.resize(mBytes.size() + count); }
     std::vector<uint8_t> mBytes;
 
   private:
@@ -41,32 +53,83 @@ class HeaderBytes {
     }
 };
 
+bool IsExtensible(const WavFormat& format) {
+    return format.channels > 2 || (format.bits > 16 && !format.isShortAbove16Bits);
+}
+
+uint16_t FormatNumber(const WavFormat& format) {
+    return format.isFloat ? kFormatFloat : kFormatPcm;
+}
+
+uint32_t FormatSize(const WavFormat& format) {
+    return IsExtensible(format) ? 40 : format.isFloat ? 18 : 16;
+}
+
+uint32_t Speakers(const WavFormat& format) {
+    switch (format.namesSpeakers ? format.channels : 0) {
+        case 1:
+            return kSpeakersMono;
+        case 2:
+            return kSpeakersStereo;
+        case 6:
+            return kSpeakers51;
+        default:
+            return 0;
+    }
+}
+
 void AppendFormat(HeaderBytes& header, const WavFormat& format) {
-    const bool extensible = format.channels > 2;
-    const int bytesPerFrame = format.channels * kBytesPerSample;
+    const bool extensible = IsExtensible(format);
+    const uint64_t bytesPerFrame = BytesPerFrame(format);
     header.Text("fmt ");
-    header.U32(extensible ? 40 : 18);
-    header.U16(extensible ? kFormatExtensible : kFormatFloat);
+    header.U32(FormatSize(format));
+    header.U16(extensible ? kFormatExtensible : FormatNumber(format));
     header.U16(static_cast<uint64_t>(format.channels));
     header.U32(static_cast<uint64_t>(format.sampleRate));
-    header.U32(static_cast<uint64_t>(format.sampleRate) * static_cast<uint64_t>(bytesPerFrame));
-    header.U16(static_cast<uint64_t>(bytesPerFrame));
-    header.U16(8 * kBytesPerSample);
-    header.U16(extensible ? 22 : 0);
+    header.U32(static_cast<uint64_t>(format.sampleRate) * bytesPerFrame);
+    header.U16(bytesPerFrame);
+    header.U16(static_cast<uint64_t>(format.bits));
     if (extensible) {
-        header.U16(8 * kBytesPerSample);
-        header.U32(kSpeakers51);
-        header.Raw(kFloatIdentifier, sizeof kFloatIdentifier);
+        header.U16(22);
+        header.U16(static_cast<uint64_t>(format.bits));
+        header.U32(Speakers(format));
+        header.U16(FormatNumber(format));
+        header.Raw(kIdentifierRest, sizeof kIdentifierRest);
+    } else if (format.isFloat) {
+        header.U16(0);
     }
+}
+
+void AppendBroadcastExtension(HeaderBytes& header, uint64_t timeReference) {
+    header.Text("bext");
+    header.U32(kBextSize);
+    const size_t start = header.mBytes.size();
+    header.Zeros(kBextOriginator);
+    header.Text("kvx");  // with the zero that ends it
+    header.Zeros(start + kBextTimeReference - header.mBytes.size());
+    header.U64(timeReference);
+    header.U16(1);
+    static_assert(kBextVersion == kBextTimeReference + 8);
+    header.Zeros(start + kBextSize - header.mBytes.size());
+}
+
+// Chunks begin on even places.
+bool NeedsPadding(const WavFormat& format, uint64_t frames) {
+    return frames * BytesPerFrame(format) % 2 != 0;
 }
 
 }  // namespace
 
+size_t BytesPerFrame(const WavFormat& format) {
+    return static_cast<size_t>(format.channels) * static_cast<size_t>(format.bits / 8);
+}
+
 std::vector<uint8_t> WavHeader(const WavFormat& format, uint64_t frames) {
-    const uint64_t dataSize = frames * static_cast<uint64_t>(format.channels) * kBytesPerSample;
-    const uint32_t formatSize = format.channels > 2 ? 40 : 18;
+    const uint64_t dataSize = frames * BytesPerFrame(format);
+    const uint32_t bextSize = format.timeReference ? 8 + kBextSize : 0;
     // "WAVE" and the chunks in the order below, each with its head of 8 bytes.
-    const uint64_t riffSize = 4 + (8 + kDs64Size) + (8 + formatSize) + (8 + 4) + 8 + dataSize;
+    const uint64_t riffSize = 4 + (8 + kDs64Size) + bextSize + (8 + FormatSize(format)) + (8 + 4) +
+                              8 + dataSize + dataSize % 2;
     const bool large = riffSize >= kSizeInDs64;
 
     HeaderBytes header;
@@ -79,6 +142,9 @@ std::vector<uint8_t> WavHeader(const WavFormat& format, uint64_t frames) {
     header.U64(large ? dataSize : 0);
     header.U64(large ? frames : 0);
     header.U32(0);
+    if (format.timeReference) {
+        AppendBroadcastExtension(header, *format.timeReference);
+    }
     AppendFormat(header, format);
     header.Text("fact");
     header.U32(4);
@@ -101,6 +167,7 @@ Problem WavWriter::Open(const std::string& place, const InputFiles& inputs, cons
                         uint64_t frames) {
     mFormat = format;
     mFramesLeft = frames;
+    mIsPadded = NeedsPadding(format, frames);
     if (Problem problem = mFile.Open(place, inputs)) {
         return problem;
     }
@@ -111,22 +178,26 @@ Problem WavWriter::Open(const std::string& place, const InputFiles& inputs, cons
     return isWritten ? Problem() : mFile.Failure();
 }
 
-Problem WavWriter::Write(const float* interleaved, size_t frames) {
-    // The file is little-endian, as is every processor that this is built for.
-    const size_t samples = frames * static_cast<size_t>(mFormat.channels);
+Problem WavWriter::Write(const void* interleaved, size_t frames) {
     if (frames > mFramesLeft) {
         return {kExitFailed, "it has become longer meanwhile"};
     }
     mFramesLeft -= frames;
     errno = 0;
     const bool isWritten =
-        std::fwrite(interleaved, kBytesPerSample, samples, mFile.Stream()) == samples;
+        std::fwrite(interleaved, BytesPerFrame(mFormat), frames, mFile.Stream()) == frames;
     return isWritten ? Problem() : mFile.Failure();
 }
 
 Problem WavWriter::Finish() {
-    return mFramesLeft == 0 ? mFile.Finish()
-                            : Problem(kExitFailed, "it has become shorter meanwhile");
+    if (mFramesLeft != 0) {
+        return {kExitFailed, "it has become shorter meanwhile"};
+    }
+    errno = 0;
+    if (mIsPadded && std::fputc(0, mFile.Stream()) == EOF) {
+        return mFile.Failure();
+    }
+    return mFile.Finish();
 }
 
 }  // namespace kvx_cli

@@ -1,7 +1,9 @@
-// Sound files of 32-bit float samples.
+// Sound files.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,9 +14,20 @@
 namespace kvx_cli {
 
 struct WavFormat {
-    int channels;  // 1, 2 or 6
+    int channels;
     int sampleRate;
+    int bits = 32;  // 8, 16, 24, 32 or 64
+    bool isFloat = true;
+    // Of up to two channels above 16 bits: described by the short form, which is not meant for it
+    // and understood everywhere, or by the extensible one.
+    bool isShortAbove16Bits = true;
+    // Mono, stereo and 5.1 say in the extensible form which speaker each channel is for.
+    bool namesSpeakers = true;
+    // Samples from midnight to the first, for the broadcast extension; without it there is none.
+    std::optional<uint64_t> timeReference = std::nullopt;
 };
+
+size_t BytesPerFrame(const WavFormat& format);
 
 // What stands before the samples of a file of `frames` frames. The size of the header does not
 // depend on `frames`: up to 4 GiB it is a RIFF file with a JUNK chunk in the place where a larger
@@ -33,7 +46,8 @@ class WavWriter {
     // `inputs`.
     Problem Open(const std::string& place, const InputFiles& inputs, const WavFormat& format,
                  uint64_t frames);
-    Problem Write(const float* interleaved, size_t frames);
+    // `interleaved` as the file has them.
+    Problem Write(const void* interleaved, size_t frames);
 
     // The file gets its name here. All the frames that the header tells of must have been written.
     Problem Finish();
@@ -42,6 +56,7 @@ class WavWriter {
     OutputFile mFile;
     WavFormat mFormat = {};
     uint64_t mFramesLeft = 0;
+    bool mIsPadded = false;
 };
 
 }  // namespace kvx_cli

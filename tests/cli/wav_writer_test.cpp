@@ -93,6 +93,50 @@ TEST(CliWavWriter, SizesBeyond32BitsMakeRf64) {
     EXPECT_EQ(NumberAt(longer, 82, 4), 0xFFFFFFFFu);
 }
 
+TEST(CliWavWriter, IntegersHaveAHeaderOfTheirOwn) {
+    WavFormat format = {2, 48000, 16, false};
+    const Bytes plain = WavHeader(format, 10);
+    ASSERT_EQ(plain.size(), 92u);
+    EXPECT_EQ(NumberAt(plain, 4, 4), 92u - 8 + 40);
+    EXPECT_EQ(NumberAt(plain, 52, 4), 16u);
+    EXPECT_EQ(NumberAt(plain, 56, 2), 1u);  // integers
+    EXPECT_EQ(NumberAt(plain, 64, 4), 48000u * 4u);
+    EXPECT_EQ(NumberAt(plain, 68, 2), 4u);
+    EXPECT_EQ(NumberAt(plain, 70, 2), 16u);
+    format.bits = 24;
+    format.isShortAbove16Bits = false;
+    const Bytes extensible = WavHeader(format, 10);
+    EXPECT_EQ(NumberAt(extensible, 56, 2), 0xFFFEu);
+    EXPECT_EQ(NumberAt(extensible, 70, 2), 24u);
+    EXPECT_EQ(NumberAt(extensible, 74, 2), 24u);
+    EXPECT_EQ(NumberAt(extensible, 76, 4), 3u);  // left and right
+    EXPECT_EQ(NumberAt(extensible, 80, 2), 1u);
+    format.namesSpeakers = false;
+    EXPECT_EQ(NumberAt(WavHeader(format, 10), 76, 4), 0u);
+}
+
+// The sizes that 32 bits tell end at the same place, however the samples are.
+TEST(CliWavWriter, AByteThatFillsUpCounts) {
+    const WavFormat format = {1, 48000, 8, false};
+    EXPECT_EQ(NumberAt(WavHeader(format, 3), 4, 4), 92u - 8 + 4);
+    EXPECT_EQ(NumberAt(WavHeader(format, 3), 88, 4), 3u);
+    const uint64_t mostBytes = 0xFFFFFFFE - (92 - 8);
+    EXPECT_EQ(TagAt(WavHeader(format, mostBytes), 0), "RIFF");
+    EXPECT_EQ(TagAt(WavHeader(format, mostBytes + 1), 0), "RF64");
+}
+
+TEST(CliWavWriter, ABroadcastExtensionStandsBeforeTheFormat) {
+    WavFormat format = {2, 48000};
+    format.timeReference = 0x123456789AB;
+    const Bytes header = WavHeader(format, 10);
+    ASSERT_EQ(header.size(), 94u + 610u);
+    EXPECT_EQ(TagAt(header, 48), "bext");
+    EXPECT_EQ(NumberAt(header, 52, 4), 602u);
+    EXPECT_EQ(NumberAt(header, 56 + 338, 8), 0x123456789ABu);
+    EXPECT_EQ(TagAt(header, 48 + 610), "fmt ");
+    EXPECT_EQ(NumberAt(header, 4, 4), 94u + 610u - 8 + 80);
+}
+
 TEST(CliWavWriter, PlanesOfSixChannelsTakeTheFilesOrder) {
     // The host's planes: left, right, left surround, right surround, centre, LFE.
     const float planes[6][2] = {{10, 11}, {20, 21}, {30, 31}, {40, 41}, {50, 51}, {60, 61}};
