@@ -322,13 +322,14 @@ TEST(LargeAudio, IsAnRf64File) {
     description.bytesPerFrame = 16;
     recipe.tracks = {
         kvx_test::SoundTrackRecipe(kvx_test::Describe(description), 16, kFrames, 48000)};
+    recipe.tracks[0].wideChunkOffsets = true;
     const std::string movie = folder.File("movie.mov");
     kvx_test::WriteMovieFile(
         movie, kvx_test::BuildMoov(recipe),
         {{kvx_test::kMediaOffset, "first"}, {kvx_test::kMediaOffset + kFrames * 16 - 4, "last"}});
-    const CommandRun run = RunCommand(
-        "audio --quiet --native " + movie + " -o - | { head -c 4096 >" + folder.File("head") +
-        "; tail -c 8 | tee " + folder.File("tail") + " >/dev/null; }; stat -c %s " + movie);
+    const CommandRun run =
+        RunCommand("audio --quiet --native " + movie + " -o - | { head -c 4096 >" +
+                   folder.File("head") + "; wc -c; }");
     const std::string head = ReadFile(folder.File("head"));
     constexpr uint64_t kData = uint64_t{kFrames} * 16;
     ASSERT_EQ(head.size(), 4096u);
@@ -339,9 +340,7 @@ TEST(LargeAudio, IsAnRf64File) {
     const size_t data = head.find("data");
     ASSERT_NE(data, std::string::npos);
     EXPECT_EQ(Number(head, 20, 8), kData + data);
-    // "last" is the end of a big-endian sample.
-    EXPECT_EQ(ReadFile(folder.File("tail")).substr(0, 4), "tsal");
-    EXPECT_EQ(run.exitCode, 0) << run.output;
+    EXPECT_EQ(std::stoull(run.output), data + 8 + kData - 4096) << run.output;
 }
 
 }  // namespace
