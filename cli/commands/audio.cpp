@@ -254,7 +254,10 @@ int WriteSounds(Sounds& sounds, const Arguments& arguments, const std::string& m
 }
 
 int WriteNativeSounds(const Arguments& arguments) {
-    const std::string& path = arguments.Movie();
+    if (arguments.Movies().size() != 1) {
+        return Complain(kExitUsage, "--native takes one movie");
+    }
+    const std::string& path = arguments.Movies().front();
     TimeLimit limit(Timeout(arguments));
     Problem problem;
     const auto report = LookAtMovie(limit, path, problem);

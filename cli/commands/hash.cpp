@@ -233,7 +233,7 @@ class Hasher {
 }  // namespace
 
 int RunHash(const Arguments& arguments) {
-    const std::string& path = arguments.Movie();
+    const std::string& path = arguments.Movies().front();
     TimeLimit limit(Timeout(arguments));
     Problem problem;
     const auto report = LookAtMovie(limit, path, problem);
