@@ -67,7 +67,7 @@ char* GetBlock() {
     block = std::malloc(kPerThreadBufferSize);
     if (block == nullptr) {
         LogText("Failed to allocate %lu byte buffer for thread %p\n", kPerThreadBufferSize,
-                reinterpret_cast<void*>(pthread_self()));
+                reinterpret_cast<void*>(pthread_self()));  // NOLINT(performance-no-int-to-ptr)
         return nullptr;
     }
     return SetSpecific(sPerThreadBufferKey, block) ? static_cast<char*>(block) : nullptr;
@@ -82,7 +82,7 @@ Offset* GetOffsetCell() {
     cell = std::calloc(1, size);
     if (cell == nullptr) {
         LogText("Failed to allocate %lu byte offset buffer for thread %p\n", size,
-                reinterpret_cast<void*>(pthread_self()));
+                reinterpret_cast<void*>(pthread_self()));  // NOLINT(performance-no-int-to-ptr)
         return nullptr;
     }
     return SetSpecific(sPerThreadBufferOffsetKey, cell) ? static_cast<Offset*>(cell) : nullptr;
