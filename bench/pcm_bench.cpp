@@ -23,7 +23,7 @@ using Write = void(char* samples, bool swap, float** planes, unsigned channels, 
                    KVX::QT::SampleOrder order);
 
 struct Kind {
-    const char* mName;  // as libavcodec has it, behind "pcm_"
+    const char* mName;  // as libavcodec has it, after "pcm_"
     size_t mBytes;
     bool mSwap;
     Write* mWrite;

@@ -93,7 +93,7 @@ std::vector<MovieRecipe> Movies() {
     return movies;
 }
 
-// A movie whose only track has an extended header, torn off at each byte behind the first eight.
+// A movie whose only track has an extended header, torn off at each byte after the first eight.
 std::vector<Bytes> TornTrackHeaders() {
     constexpr size_t kShortHeader = 8;
     constexpr size_t kExtendedHeader = 16;

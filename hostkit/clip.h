@@ -11,7 +11,7 @@
 namespace kvx_hostkit {
 
 // One file in the host's hands: the streams that it has opened on it and all that it asks about it.
-// The importer is reached through its selectors alone, and every answer is its own, as it stands.
+// The importer is reached through its selectors alone, and every result is its own, unchanged.
 //
 //     Clip clip(importer, path);
 //     if (clip.Open() == imNoErr) {

@@ -21,7 +21,7 @@ class FrameSource {
     FrameSource(const FrameSource&) = delete;
     FrameSource& operator=(const FrameSource&) = delete;
 
-    // What imCreateAsyncImporter answers.
+    // What imCreateAsyncImporter returns.
     long Open();
     long Close();
 

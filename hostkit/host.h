@@ -54,13 +54,13 @@ class Host {
     // Offers `suite`, which must last as long as the process, under a name and version.
     void AddSuite(const std::string& name, int32_t version, const void* suite);
 
-    // Lets every acquisition of a suite answer `status`; 0 ends that.
+    // Lets every acquisition of a suite return `status`; 0 ends that.
     void FailAcquisition(const std::string& name, int32_t status);
 
     int AcquisitionCount(const std::string& name, int32_t version) const;
     int ReleaseCount(const std::string& name, int32_t version) const;
 
-    // The work behind SPBasicSuite. Suites that are not offered answer a failure.
+    // The work behind SPBasicSuite. Suites that are not offered return a failure.
     int32_t AcquireSuite(const char* name, int32_t version, const void** suite);
     int32_t ReleaseSuite(const char* name, int32_t version);
 

@@ -8,7 +8,7 @@
 
 namespace kvx_hostkit {
 
-// The calls that concern no open file. Every answer is the importer's own, as it stands.
+// The calls that concern no open file. Every result is the importer's own, unchanged.
 class Importer {
   public:
     // Both must outlive the importer.

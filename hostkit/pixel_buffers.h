@@ -18,13 +18,13 @@ enum class RowOrder { kRising, kFalling, kOnTopOfEachOther };
 // How the host lays out the pixel buffers that it makes. May be changed between calls.
 struct PixelBufferSettings {
     size_t alignment = 4096;  // of the pixels, a power of two
-    size_t misalignment = 0;  // bytes that the pixels begin behind such an address
+    size_t misalignment = 0;  // bytes that the pixels begin after such an address
     int rowBytesMultiple = 1;
     int extraRowBytes = 0;  // added to each row before the rounding
     RowOrder rows = RowOrder::kRising;
     // Behind the last row, for code that finishes its last vector; then come the guard bytes.
     size_t slackBytes = 512;
-    size_t guardBytes = 64;  // before the pixels and behind the slack
+    size_t guardBytes = 64;  // before the pixels and after the slack
     bool fills = true;       // new pixels hold kFreshPixel
     bool recycles = false;   // memory of disposed buffers serves again, as in a host at work
 };

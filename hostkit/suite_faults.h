@@ -23,7 +23,7 @@ class SuiteFaults {
 
     void Clear();
 
-    // Counts a call of `name` and runs its ordered action. Answers its ordered status, 0 if it is
+    // Counts a call of `name` and runs its ordered action. Returns its ordered status, 0 if it is
     // to succeed.
     int32_t Count(const std::string& name);
 

@@ -40,7 +40,7 @@ class AtomView {
     int32_t Signed32(uint64_t offset) const { return static_cast<int32_t>(Unsigned32(offset)); }
     uint64_t Unsigned64(uint64_t offset) const;
 
-    // The first child of a type behind `after`, from the first child on when that is none.
+    // The first child of a type that follows `after`, from the first child on when that is none.
     AtomView Child(uint32_t type, const AtomView& after) const;
     AtomView Child(uint32_t type) const { return Child(type, AtomView()); }
 

@@ -1,4 +1,4 @@
-// Samples that the tables put behind the end of the file, or nowhere, and when they will be missed.
+// Samples that the tables put after the end of the file, or nowhere, and when they will be missed.
 #include <algorithm>
 #include <vector>
 

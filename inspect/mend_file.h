@@ -13,7 +13,7 @@ enum class Durability {
 
 // Makes the changes in an open file, four bytes at a time and in their order. Each place must still
 // hold what the change expects, or what it leads to, and is written only then: the file never
-// grows. Answers 0, or the errno of what stopped it; ESTALE where the file holds something else.
+// grows. Returns 0, or the errno of what stopped it; ESTALE where the file holds something else.
 // The changes before that one are made then.
 int MakeChanges(int descriptor, const std::vector<Change>& changes, Durability durability);
 

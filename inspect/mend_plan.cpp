@@ -121,7 +121,7 @@ class Planner {
         return isAny && areAll;
     }
 
-    // Until `visit` answers false; that is the answer then.
+    // Until `visit` returns false; that is the answer then.
     template <typename Visit>
     static bool EachEntry(const AtomView& dref, const Visit& visit) {
         const int32_t count = dref.Signed32(kEntryCount);

@@ -22,7 +22,7 @@ using KVX::QT::Atom;
 constexpr uint64_t kShortHeader = 8;
 constexpr uint64_t kMost = 0x800000;       // bytes of a movie atom that the importer takes
 constexpr uint64_t kMostRead = 0x4000000;  // bytes of one that are looked into
-constexpr int kMostAtomsBehind = 64;       // that are looked at behind the movie atom
+constexpr int kMostAtomsBehind = 64;       // that are looked at after the movie atom
 
 constexpr uint32_t kMoov = FourCharCode("moov");
 constexpr uint32_t kMoof = FourCharCode("moof");

@@ -35,7 +35,7 @@ class MovieFile {
     const std::string& Path() const { return mPath; }
     int Descriptor() const { return mDescriptor; }
     uint64_t Size() const { return mSize; }
-    // An atom of a movie in fragments lies behind the movie atom.
+    // An atom of a movie in fragments lies after the movie atom.
     bool HasFragments() const { return mHasFragments; }
 
   private:

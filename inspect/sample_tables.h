@@ -26,7 +26,7 @@ struct SampleTables {
     uint32_t SizeOf(int64_t sample) const;
 };
 
-// A full table of entries of `entrySize` bytes behind a count at offset 12. What the atom does not
+// A full table of entries of `entrySize` bytes after a count at offset 12. What the atom does not
 // hold is not counted.
 struct TableEntries {
     const char* bytes = nullptr;
@@ -54,7 +54,7 @@ class ChunkWalk {
     bool Next(Chunk& chunk);
 
     Problem FoundProblem() const { return mProblem; }
-    // Where it was found, and behind the last chunk.
+    // Where it was found, and after the last chunk.
     int64_t ChunkIndex() const { return mChunk; }
     int64_t SampleCount() const { return mSample; }
 

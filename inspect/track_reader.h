@@ -44,7 +44,7 @@ bool ReadMediaHandler(TrackReader& reader);
 // The first entry of the "stsd", which every kind but timecode needs whole.
 void ReadDescription(TrackReader& reader);
 
-// The description's own part. The sound one answers false for a description behind which the
+// The description's own part. The sound one returns false for a description after which the
 // importer reads no tables, and takes the track as empty.
 void ReadVideo(TrackReader& reader);
 bool ReadSound(TrackReader& reader);

@@ -9,7 +9,7 @@ namespace kvx_fuzz {
 // what random bytes alone would seldom become.
 kvx_test::MovieRecipe FeedMovie(ByteFeed& feed);
 
-// A file of that movie and a little media behind it.
+// A file of that movie and a little media after it.
 std::string FeedMovieFile(ByteFeed& feed);
 
 }  // namespace kvx_fuzz

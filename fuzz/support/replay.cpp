@@ -1,5 +1,5 @@
 // Gives a fuzz target the inputs that it is told, one after the other, with any compiler. Takes
-// files, and folders of files; answers how many there were.
+// files, and folders of files; returns how many there were.
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>

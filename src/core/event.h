@@ -8,7 +8,7 @@
 namespace KVX::Core {
 
 // A one-shot latch: unset at first, set once, and then set for good. One Event serves one occasion.
-// Usable only after Init has answered 0. Statuses are those of the pthread calls.
+// Usable only after Init has returned 0. Statuses are those of the pthread calls.
 class Event : public Lockable {
   public:
     Event() = default;

@@ -25,7 +25,7 @@ class Indexed {
     Indexed& operator=(const Indexed&) = delete;
 
     // Registers the object, to be called when it is fully made. An object that stood under the same
-    // index is replaced. Answers 0, the status of the one-time set-up or of the lock, or 89 when
+    // index is replaced. Returns 0, the status of the one-time set-up or of the lock, or 89 when
     // the table has ended.
     long Init();
 

@@ -4,7 +4,7 @@
 
 namespace KVX::Core {
 
-// A mutex owner, to be inherited by what it guards. Usable only after Init has answered 0.
+// A mutex owner, to be inherited by what it guards. Usable only after Init has returned 0.
 // Statuses are those of the pthread calls; each failure leaves a log line.
 class Lockable {
   public:

@@ -14,7 +14,7 @@ class Once {
     Once(const Once&) = delete;
     Once& operator=(const Once&) = delete;
 
-    // Answers the status of the one-time mechanism alone: what the function itself met with is not
+    // Returns the status of the one-time mechanism alone: what the function itself met with is not
     // known here.
     long Call();
 

@@ -10,7 +10,7 @@ long Refcounted::Retain() {
 }
 
 long Refcounted::Release() {
-    // Only the value that the atomic operation itself answers is looked at: exactly one thread
+    // Only the value that the atomic operation itself returns is looked at: exactly one thread
     // sees the zero.
     const int32_t count = OSAtomicAdd32Barrier(-1, &mRefCount);
     if (count < 0) {

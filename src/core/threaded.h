@@ -44,7 +44,7 @@ class Threaded : public Lockable {
     // subclass within a pass, with the lock held. `woken`, if not null, tells which it was.
     long Sleep(long long micros, bool* woken);
 
-    // Lets each thread finish its pass and joins it. Answers the status of the last join.
+    // Lets each thread finish its pass and joins it. Returns the status of the last join.
     long StopAll();
 
     // Lets go of the threads, which run on unowned.

@@ -8,7 +8,7 @@ namespace KVX::Util::Timing {
 // line and the output untouched.
 
 // The absolute time `micros` microseconds from now, as timed waits want it. `micros` must not be
-// negative. Nanoseconds may stand at exactly 1000000000; a second is carried only above that.
+// negative. Nanoseconds may be exactly 1000000000; a second is carried only above that.
 long TimespecForMicrosIntoFuture(long long micros, timespec* out);
 
 // Microseconds since the epoch.

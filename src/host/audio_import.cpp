@@ -24,7 +24,7 @@ struct FreeDeleter {
 using Buffer = std::unique_ptr<char[], FreeDeleter>;
 
 // A zero-filled buffer for `count` frames, or null. A negative count, as of a request that starts
-// behind the end of the track, and a size beyond the address space get none.
+// after the end of the track, and a size beyond the address space get none.
 Buffer AllocateFrames(long long count, unsigned long long frameSize) {
     ptrdiff_t size = 0;
     if (count < 0 || __builtin_mul_overflow(count, frameSize, &size) ||
@@ -34,7 +34,7 @@ Buffer AllocateFrames(long long count, unsigned long long frameSize) {
     return Buffer(static_cast<char*>(std::calloc(1, static_cast<size_t>(size))));
 }
 
-// Below 0 from a start behind the end; also where a table's negative counts leave 64 bits too few.
+// Below 0 from a start after the end; also where a table's negative counts leave 64 bits too few.
 long long FramesLeft(const QT::Track& track, long long start) {
     long long left = 0;
     return __builtin_sub_overflow(track.mSampleCount, start, &left) ? -1 : left;

@@ -1,4 +1,4 @@
-// Selectors that the host is told no on, each with the answer that makes it go on by itself.
+// Selectors that are declined, each with the result that makes the host go on by itself.
 #include "core/log.h"
 #include "host/file_import_module.h"
 

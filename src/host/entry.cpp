@@ -26,7 +26,7 @@ long xImportEntry(int selector, imStdParms* stdParms, long param1, long param2) 
         KVX_LOG("Invalid selector: %d\n", selector);
         return imUnsupported;
     }
-    // The logic answers with statuses. What can still be thrown is a lack of memory, from the
+    // The logic reports by statuses. What can still be thrown is a lack of memory, from the
     // standard containers.
     try {
         return HostResult(

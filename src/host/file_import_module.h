@@ -49,7 +49,7 @@ class FileImportModule : public Core::Indexed<long>, public Core::Refcounted {
 
     // Makes or finds the module of the record's importer ID and gives it to the host in the record.
     // A known handle is a quiet stream that comes back. A failed open leaves `*fileRef` as it was;
-    // the module is made, registered and given out all the same. Answers 2 for a file that is not
+    // the module is made, registered and given out all the same. Returns 2 for a file that is not
     // imported, and 89 when the process is exiting and the registry has ended: then no module is
     // made.
     static long OpenFile8(imStdParms* stdParms, void** fileRef, imFileOpenRec8* record);
@@ -67,11 +67,11 @@ class FileImportModule : public Core::Indexed<long>, public Core::Refcounted {
     long GetPreferredFrameSize(imPreferredFrameSizeRec* record);
 
     // Reads audio frames of the track that `streamRef`, a stream handle, stands for into the planes
-    // of the record. Answers errno of a failed read, or 22 for audio that is not converted.
+    // of the record. Returns errno of a failed read, or 22 for audio that is not converted.
     long ImportAudio7(void* streamRef, imImportAudioRec7* record);
 
     // Move or delete a file, whether a module is open on it or not. A module that is keeps its open
-    // descriptors and the old path. Answers the results of the platform's File Manager as they are.
+    // descriptors and the old path. Returns the results of the platform's File Manager as they are.
     static long SaveFile8(imSaveFileRec8* record);
     static long DeleteFile8(imDeleteFileRec8* record);
 
@@ -85,7 +85,7 @@ class FileImportModule : public Core::Indexed<long>, public Core::Refcounted {
     // with the function to call it through.
     long CreateAsyncImporter(imAsyncImporterCreationRec* record);
 
-    // Declined. The answers are fixed, whatever the records hold.
+    // Declined. The results are fixed, whatever the records hold.
     static long Analysis(void* streamRef, imAnalysisRec* record);
     static long DataRateAnalysis(void* streamRef, imDataRateAnalysisRec* record);
     static long CalcSize8(imCalcSizeRec* record, imFileAccessRec8* access);

@@ -15,7 +15,7 @@ extern int32_t gAppIsPremiere;
 // The host's version; zero until the host was asked. GetIndPixelFormat goes by the major version.
 extern PrSDKAppInfoSuite::VersionInfo gPremiereVersionInfo;
 
-// Answers whether the host is the expected application, and asks it if that is not known yet. Only
+// Returns whether the host is the expected application, and asks it if that is not known yet. Only
 // then is `stdParms` needed. A host that cannot be asked counts as the expected one, and is asked
 // again by the next call.
 bool AppIsPremiere(imStdParms* stdParms);

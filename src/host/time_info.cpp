@@ -18,7 +18,7 @@ constexpr size_t kTextLength = 11;
 constexpr size_t kSeparators[] = {2, 5, 8};
 constexpr size_t kDropFrameSeparator = 8;
 
-// Bit 0 of a timecode track's flags is drop frame, and ";" comes behind ":" in ASCII.
+// Bit 0 of a timecode track's flags is drop frame, and ";" comes after ":" in ASCII.
 constexpr uint32_t kDropFrameFlag = 1;
 static_assert((':' | kDropFrameFlag) == ';', "drop frame is the separator's low bit");
 

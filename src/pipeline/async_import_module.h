@@ -26,7 +26,7 @@ class AsyncImportModule {
     static AsyncImportModule* Create(long importerID, SPBasicSuite* basicSuite,
                                      QT::VideoTrack* videoTrack);
 
-    // Acquires the host's suites, which are never released. Answers the host's status.
+    // Acquires the host's suites, which are never released. Returns the host's status.
     long Init();
 
     // Starts a frame on its way to the host's cache, unless it is there already, and returns at

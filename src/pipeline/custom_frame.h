@@ -6,7 +6,7 @@ namespace KVX {
 
 #pragma pack(push, 1)
 
-// What stands at the start of the pixel memory of a kKVXCustomPixelFormat frame. The file's bytes
+// What is at the start of the pixel memory of a kKVXCustomPixelFormat frame. The file's bytes
 // follow in a page-aligned data area. Native byte order. The data area begins at the next page
 // whatever the header's length: pixel memory that begins less than that before a page, which no
 // host hands out, would have the end of its header read over.

@@ -13,7 +13,7 @@ namespace QT {
 class VideoTrack;
 }
 
-// Answers the host's status, and 22 for a host that gave no table of suites or hands out nothing.
+// Returns the host's status, and 22 for a host that gave no table of suites or hands out nothing.
 template <typename Suite>
 long AcquireSuite(const SPBasicSuite* basicSuite, const char* name, int32_t version,
                   Suite*& suite) {

@@ -71,7 +71,7 @@ class ImportFrame : public Core::Lockable, public Core::Refcounted {
     static bool IsSupportedVideoFormat(unsigned int format);
 
     // Bytes from one row to the next in the file: "2vuy" has no padding, "v210" has blocks of 48
-    // pixels in 128 bytes, "r210" whole multiples of 256 bytes. Answers 22, with `rowBytes`
+    // pixels in 128 bytes, "r210" whole multiples of 256 bytes. Returns 22, with `rowBytes`
     // untouched, for any but the uncompressed formats.
     static long GetUncompressedRowBytes(QT::VideoTrack* videoTrack, long& rowBytes);
 

@@ -19,7 +19,7 @@ class ImportFrameConverter : public WorkerPool<ImportFrameConverter, ImportFrame
     using Core::Threaded::Init;
     long Init();
 
-    // Queues a frame, on which the queue takes a reference, and wakes one thread. Answers the
+    // Queues a frame, on which the queue takes a reference, and wakes one thread. Returns the
     // status of the lock or of the wake-up; after a failed wake-up the frame stays queued.
     long AddFrame(ImportFrame* frame);
 

@@ -51,7 +51,7 @@ char* AllocateFresh(size_t size) {
 }
 
 // Puts a buffer on the shelf, or to those that leave: the last keeper counts itself out before it
-// takes the lock to clear the shelf. Answers a buffer that the system is to be offered next.
+// takes the lock to clear the shelf. Returns a buffer that the system is to be offered next.
 Buffer Keep(const Buffer& buffer, bool isOffered) {
     LeavingBuffers leaving;
     if (!Lock()) {

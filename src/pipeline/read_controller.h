@@ -18,7 +18,7 @@ class ReadController : public WorkerPool<ReadController, ReadRequest> {
     using Core::Threaded::Init;
     long Init();
 
-    // Queues a request, on which the queue takes a reference, and wakes all threads. Answers the
+    // Queues a request, on which the queue takes a reference, and wakes all threads. Returns the
     // status of the lock or of the wake-up; after a failed wake-up the request stays queued.
     long AddRequest(ReadRequest* request);
 

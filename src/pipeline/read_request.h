@@ -39,7 +39,7 @@ class ReadRequest : public Core::Lockable, public Core::Refcounted {
 
     // Makes a request for `size` bytes at `offset`. `completion` may be null. `buffer`, if not
     // null, is the client's and must hold the widened range and outlive every running ticket;
-    // without one the request owns page-aligned memory with a spare page behind the range. On
+    // without one the request owns page-aligned memory with a spare page after the range. On
     // success the one reference in `out` belongs to the caller; otherwise `out` is null.
     static long Create(int fd, long long fileLength, long long offset, long long size,
                        Completion completion, void* userData, char* buffer, long long bufferSize,
@@ -47,7 +47,7 @@ class ReadRequest : public Core::Lockable, public Core::Refcounted {
 
     long Init();
 
-    // Hands out the next slice, in ascending file order; `last` tells that none is left. Answers 2
+    // Hands out the next slice, in ascending file order; `last` tells that none is left. Returns 2
     // when there was none left, or the status of a request that has failed. The read pool calls it
     // under its lock.
     long GetReadTicket(ReadTicket*& ticket, bool& last);
@@ -56,7 +56,7 @@ class ReadRequest : public Core::Lockable, public Core::Refcounted {
     long ExecuteReadTicket(ReadTicket* ticket);
 
     // Ends the request; of all calls only the first runs the completion function, with the first
-    // failure that is known by then. Answers the status of the latch.
+    // failure that is known by then. Returns the status of the latch.
     long MarkComplete(long status, void* arg);
 
     // Waits for the completion and gives its status. For clients without a completion function.

@@ -22,7 +22,7 @@ namespace KVX {
 template <typename Pool, typename Item>
 class WorkerPool : public Core::Threaded {
   public:
-    // The one pool. A failed start is final: every call answers its status.
+    // The one pool. A failed start is final: every call returns its status.
     static long GetInstance(Pool*& out);
 
     static void Once();
@@ -34,8 +34,8 @@ class WorkerPool : public Core::Threaded {
     std::deque<Item*> mQueue;  // one reference each; guarded by the pool's lock
 
   protected:
-    // Puts an item, with a reference of the queue's own, behind the others. The caller holds the
-    // lock. Answers 12 without memory; then the queue holds nothing of it.
+    // Puts an item, with a reference of the queue's own, after the others. The caller holds the
+    // lock. Returns 12 without memory; then the queue holds nothing of it.
     long Push(Item* item);
 
     // Drops what is queued and ends the threads, which may still be calling the work functions of

@@ -4,7 +4,7 @@
 // letter for letter in their calling convention, so that a macOS build without the SDK links
 // against the real framework. platform/portable/ implements them where there is no framework.
 //
-// Ownership follows CoreFoundation's rule: what a function with "Create" in its name answers is the
+// Ownership follows CoreFoundation's rule: what a function with "Create" in its name returns is the
 // caller's to CFRelease. Objects are immutable and may be used from any thread.
 #pragma once
 
@@ -99,7 +99,7 @@ Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex size,
 
 // Converts units from the start of `range` until the buffer is full, or until one cannot be
 // converted and `lossByte` is 0; otherwise `lossByte` stands for each such unit. A null `buffer`
-// only counts. Answers the units converted, and stores the bytes in `used` unless null.
+// only counts. Returns the units converted, and stores the bytes in `used` unless null.
 CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding encoding,
                          UInt8 lossByte, Boolean isExternalRepresentation, UInt8* buffer,
                          CFIndex maximum, CFIndex* used);

@@ -27,7 +27,7 @@ void* AllocateLarge(size_t size) {
     if (mapped == MAP_FAILED) {
         return nullptr;
     }
-    // Large pages are aligned ones. What stands over on both sides goes back.
+    // Large pages are aligned ones. What is left over on both sides goes back.
     char* const begin = static_cast<char*>(mapped);
     const size_t before = -reinterpret_cast<uintptr_t>(begin) & (kLargePage - 1);
     char* const memory = begin + before;

@@ -21,10 +21,10 @@ namespace KVX::Platform {
 
 // Asks that data of the open file `descriptor` stay out of the system's file cache: F_NOCACHE where
 // it exists, otherwise the nearest request that puts no demands on the alignment of reads. Answers
-// 0, or what the system's call answered.
+// 0, or what the system's call returned.
 int RequestUncachedReads(int descriptor);
 
-// Stores the number of logical processors. Answers 0, or what the system's call answered.
+// Stores the number of logical processors. Returns 0, or what the system's call returned.
 int GetLogicalProcessorCount(int32_t& count);
 
 // Keeps this code in the process from now on, whatever the host does to the module. Where the

@@ -1,6 +1,6 @@
 // The records that the host passes with each importer selector, the selectors and the results. Of
 // each record only the fields that this importer reads or writes are named; what lies between them
-// is the host's, and so is what may follow behind the last. All records are packed, with 64-bit
+// is the host's, and so is what may follow the last. All records are packed, with 64-bit
 // pointers. The place of every field is asserted: with the size of the whole, that pins the widths
 // too.
 #pragma once

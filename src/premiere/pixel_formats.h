@@ -50,7 +50,7 @@ constexpr PrPixelFormat PrPixelFormat_PALDV100_1080i = MakePrPixelFormat("dvp1")
 constexpr PrPixelFormat PrPixelFormat_Raw = MakePrPixelFormat("raww");
 constexpr PrPixelFormat PrPixelFormat_Invalid = MakePrPixelFormat("badf");
 
-// This importer's own: a PPix that holds a frame's bytes as the file has them, behind a header.
+// This importer's own: a PPix that holds a frame's bytes as the file has them, after a header.
 constexpr PrPixelFormat kKVXCustomPixelFormat = MakePrPixelFormat("_KCP");
 
 // The numbers that hosts, and the modules that read the own format, know them by.

@@ -46,7 +46,7 @@ struct PrSDKAppInfoSuite {
         uint32_t patch;
         uint32_t build;
     };
-    // A negative answer is a failure.
+    // A negative result is a failure.
     int32_t (*GetAppInfo)(int32_t selector, void* result);
 };
 static_assert(offsetof(PrSDKAppInfoSuite, GetAppInfo) == 0, "host suite");

@@ -21,7 +21,7 @@ struct Atom {
     // The first atom of `type` in the run of siblings in the `length` bytes at `data`, or null.
     static Atom* FindAtom(unsigned int type, const char* data, unsigned int length);
 
-    // The first child of `type` behind the child `after`, or from the first child on when `after`
+    // The first child of `type` after the child `after`, or from the first child on when `after`
     // is null; null when there is none. Feeding each result back in enumerates all of them.
     Atom* FindNextChildOfType(unsigned int type, Atom* after);
 

@@ -45,7 +45,7 @@ class AtomFields {
         return field == nullptr ? 0 : Core::ReadBig64(field);
     }
 
-    // The `size` bytes at `offset`, as they stand in the file; null on failure.
+    // The `size` bytes at `offset`, as they are in the file; null on failure.
     const char* Bytes(uint64_t offset, uint64_t size) {
         if (offset <= mLength && size <= mLength - offset) {
             return mBytes + offset;
@@ -55,7 +55,7 @@ class AtomFields {
     }
 
     // The atom that begins at `offset` and lies wholly inside this one, such as an entry of a
-    // description table or an extension behind a description's fixed part; null, without a
+    // description table or an extension after a description's fixed part; null, without a
     // failure, where there is none. The next one begins where it ends.
     Atom* AtomAt(uint64_t offset) const;
 

@@ -26,9 +26,9 @@ class AudioTrack : public Track {
     AudioTrack() = default;
     ~AudioTrack() override;
 
-    // Reads the description of the "trak", then Track::Init. Answers 0; 12 without memory; 22 after
+    // Reads the description of the "trak", then Track::Init. Returns 0; 12 without memory; 22 after
     // a log line for a missing table, a version or a 5.1 layout that is not known, or fields
-    // outside their atom; or what Track::Init answers.
+    // outside their atom; or what Track::Init returns.
     //
     // A version 1 description that tells neither frame size nor channels, and an "esds" of 4 GiB or
     // more, leave a log line and a track without tables, and answer 0.

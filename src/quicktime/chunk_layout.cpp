@@ -13,7 +13,7 @@ namespace KVX::QT {
 
 namespace {
 
-// Where a walk stands. One that visits hundreds of thousands of chunks keeps it in registers.
+// Where a walk is. One that visits hundreds of thousands of chunks keeps it in registers.
 struct Place {
     long long sample = 0;     // the next one
     long long position = -1;  // where it begins if it follows on from the last one
@@ -24,7 +24,7 @@ class EqualSizes {
   public:
     explicit EqualSizes(unsigned int size) : mSize(size) {}
 
-    // Passes the samples of a chunk, which stand back to back from the place's position on. Answers
+    // Passes the samples of a chunk, which lie back to back from the place's position on. Answers
     // 0, or 22 after a log line.
     long Pass(long long count, Place& place) {
         // The format's sizes are 32 bits wide, and so is a chunk's.
@@ -38,7 +38,7 @@ class EqualSizes {
     const unsigned int mSize;
 };
 
-// Passes samples whose sizes stand in a table, and keeps where a size differs from the one before.
+// Passes samples whose sizes are in a table, and keeps where a size differs from the one before.
 class TableSizes {
   public:
     TableSizes(RecordMap<SizeOffset>& map, AtomFields table)
@@ -69,7 +69,7 @@ class TableSizes {
         return 0;
     }
 
-    // Passes what the table has beyond the last chunk. Answers 0, or 22 after a log line, also for
+    // Passes what the table has beyond the last chunk. Returns 0, or 22 after a log line, also for
     // a sample without bytes anywhere in it.
     long Finish(Place place, unsigned int& largest) {
         if (mStated > mHeld) {
@@ -88,7 +88,7 @@ class TableSizes {
     }
 
   private:
-    // What comes behind a sample without bytes is not kept.
+    // What comes after a sample without bytes is not kept.
     void BeginRun(unsigned int size, Place place) {
         if (size == 0) {
             mHasEmptySample = true;

@@ -12,7 +12,7 @@ class VideoTrack;
 // What one QuickTime file becomes: its tracks, in file order, and its path. It owns its tracks, and
 // nothing else of the file stays in memory.
 //
-// The lists do not change once Create has answered, so any thread may read them; opening, closing
+// The lists do not change once Create has returned, so any thread may read them; opening, closing
 // and destroying is the caller's to order against reads in flight.
 class Movie {
   public:
@@ -26,16 +26,16 @@ class Movie {
     // may have no tracks at all.
     static Movie* Create(const std::string& path);
 
-    // Answers 0; 1, 2, 12, 22 or a system error from finding the movie atom; or the status of the
+    // Returns 0; 1, 2, 12, 22 or a system error from finding the movie atom; or the status of the
     // first track that failed.
     long Init(const std::string& path);
 
-    // Opens every track's file again after CloseFile. Answers the first failure; the tracks opened
+    // Opens every track's file again after CloseFile. Returns the first failure; the tracks opened
     // until then stay open.
     long OpenFile();
     void CloseFile();
 
-    // Answers 45: files are only read here.
+    // Returns 45: files are only read here.
     long SetTimecode(int hours, int minutes, int seconds, int frames, bool dropFrame,
                      long timeScale, long frameDuration);
 

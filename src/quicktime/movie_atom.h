@@ -20,12 +20,12 @@ class MovieAtom {
 
     // Finds and reads the atom: one probe of at most 512 bytes for each top-level atom before it,
     // and one read. Only a chain of well-formed top-level atoms is followed: media data written
-    // with size 0 in front of the movie atom is refused, not searched. Answers 0, 1 for a bad
+    // with size 0 in front of the movie atom is refused, not searched. Returns 0, 1 for a bad
     // length at the top level, 2 for a file without the atom, 12, 22, also for what is not a
     // regular file, or an error of the system's calls, after one log line.
     long Init(const std::string& path);
 
-    // The atom after Init has answered 0. Its length never passes the bytes that were really read.
+    // The atom after Init has returned 0. Its length never passes the bytes that were really read.
     Atom* Get() const { return reinterpret_cast<Atom*>(mBuffer.get()); }
 
     // True if the last child is a track that passes the end of the atom, because the file was cut
@@ -39,7 +39,7 @@ class MovieAtom {
     std::unique_ptr<char, Free> mBuffer;
     int mDescriptor = -1;
 
-    // Answers an errno value; logs nothing.
+    // Returns an errno value; logs nothing.
     int Open(const std::string& path);
     long Read(const std::string& path);
     void Close();

@@ -229,7 +229,7 @@ class HeldRecord {
     mutable Record mRecord = {};
 };
 
-// A RunMap of records. They stand in the entries: with a pointer for each, the largest table of
+// A RunMap of records. They are in the entries: with a pointer for each, the largest table of
 // sizes that a movie atom holds would take a third more memory. Building moves them.
 template <typename Record>
 class RecordMap : public RunMap<HeldRecord<Record>> {

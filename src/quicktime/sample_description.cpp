@@ -65,7 +65,7 @@ long FindFirstSampleDescription(Atom* trakAtom, Atom*& entryAtom, Core::LogSite 
     if (stsd.Status() != 0) {
         return stsd.Status();
     }
-    // An entry's fields lie at fixed places behind a 32-bit size; there is no extended form.
+    // An entry's fields lie at fixed places after a 32-bit size; there is no extended form.
     Atom* const entry = stsd.AtomAt(kFirstEntry);
     if (entry == nullptr || entry->Length() != size) {
         Core::LogLine(site, "Invalid sample description entry size: %u\n", size);

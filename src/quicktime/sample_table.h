@@ -9,7 +9,7 @@ namespace KVX::QT {
 struct Atom;
 
 // One entry of an edit list: from its key on, a track time maps to mediaTime plus rate times the
-// distance from the key. An empty edit, which has a media time of -1, is stored as it stands.
+// distance from the key. An empty edit, which has a media time of -1, is stored as it is.
 struct MediaTimeRate {
     long long mediaTime;
     double rate;
@@ -42,12 +42,12 @@ class SampleTable {
     SampleTable& operator=(const SampleTable&) = delete;
 
     // Fills all but the edit list from the "stbl" atom of an "mdia". A constant sample size that is
-    // set already, as a description may tell it, wins over the table's. Answers 0, 2 or 22, and
+    // set already, as a description may tell it, wins over the table's. Returns 0, 2 or 22, and
     // leaves what was built until a failure.
     long SetSampleLayout(Atom* mdiaAtom);
 
     // Look-ups, safe on any thread. On a track without tables all offsets, sizes and counts are 0.
-    // Places in front of the first sample are answered with the first entry of the table they are
+    // Places before the first sample get the first entry of the table they are
     // looked up in.
 
     // Bytes of the media sample under a track sample. A track sample beyond the end counts as the
@@ -74,12 +74,12 @@ class SampleTable {
     // it the last run extends without limit, as the exclusive end of a range needs.
     long long MediaTimeToMediaSample(long long mediaTime, bool clamp) const;
 
-    // The first key frame behind a media sample, and the last one not behind it; -1 if there is
+    // The first key frame after a media sample, and the last one not after it; -1 if there is
     // none, and when every sample is a key frame.
     long long GetNextKeyFrame(long long mediaSample) const;
     long long GetPrecedingKeyFrame(long long mediaSample) const;
 
-    // Between decode order and display order. DisplaySampleToDecodeSample answers -1, after a log
+    // Between decode order and display order. DisplaySampleToDecodeSample returns -1, after a log
     // line, if no sample is displayed there.
     long long DecodeSampleToDisplaySample(long long decodeSample) const;
     long long DisplaySampleToDecodeSample(long long displaySample) const;

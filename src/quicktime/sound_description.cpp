@@ -40,7 +40,7 @@ constexpr uint64_t kBitsPerChannelV2 = 56;
 constexpr uint64_t kBytesPerPacketV2 = 64;
 constexpr uint64_t kFramesPerPacketV2 = 68;
 
-// Lengths of the fixed parts. Extension atoms, where a version has them, come behind.
+// Lengths of the fixed parts. Extension atoms, where a version has them, come after.
 constexpr uint64_t kFixedPartV0 = 36;
 constexpr uint64_t kFixedPartV1 = 52;
 constexpr uint64_t kFixedPartV2 = 72;
@@ -138,7 +138,7 @@ uint32_t SampleKindFlags(uint32_t format) {
     return kAudioFormatFlagIsSignedInteger;
 }
 
-// The first extension of a type from `offset` on, or null. Moves `offset` behind it.
+// The first extension of a type from `offset` on, or null. Moves `offset` past it.
 Atom* FindExtension(const AtomFields& entry, uint32_t type, uint64_t& offset) {
     while (Atom* const extension = entry.AtomAt(offset)) {
         offset += extension->Length();

@@ -25,7 +25,7 @@ struct SoundDescription {
     bool isUsable = false;    // false if it tells too little
 };
 
-// Reads the fixed part of a description of any version. Answers 0, also for a description that
+// Reads the fixed part of a description of any version. Returns 0, also for a description that
 // tells too little to use it, which leaves a log line; 22 after a log line for another version,
 // numbers that no stream has, or fields outside the entry.
 long ReadSoundDescription(AtomFields& entry, SoundDescription& sound,
@@ -41,12 +41,12 @@ struct SoundExtensions {
     uint64_t hugeEsdsSize = 0;  // bytes of the payload of an "esds" of 4 GiB or more
 };
 
-// Answers 0, or 22 after a log line.
+// Returns 0, or 22 after a log line.
 long ReadSoundExtensions(const AtomFields& entry, const SoundDescription& sound,
                          SoundExtensions& extensions, Core::LogSite site = Core::LogSite::Here());
 
 // Settles the channel order, for six channels by the last "chan" (CoreAudio, AudioChannelLayout).
-// Answers 0, or 22 after a log line.
+// Returns 0, or 22 after a log line.
 long FindSampleOrder(const AtomFields& entry, const SoundDescription& sound, SampleOrder& order,
                      Core::LogSite site = Core::LogSite::Here());
 

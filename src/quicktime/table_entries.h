@@ -32,7 +32,7 @@ struct TableEntries {
     const char* bytes = nullptr;
     long long count = 0;
 
-    // Answers 0, or 22 after a log line.
+    // Returns 0, or 22 after a log line.
     long Init(AtomFields table, uint64_t entrySize) {
         const int32_t stated = table.Signed32(kTableCountOffset);
         if (stated > 0) {

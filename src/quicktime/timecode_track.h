@@ -17,8 +17,8 @@ class TimeCodeTrack : public Track {
   public:
     TimeCodeTrack() = default;
 
-    // Reads the description of the "trak", then Track::Init. Answers 0; 22 after a log line for a
-    // missing table or fields outside their atom; or what Track::Init answers.
+    // Reads the description of the "trak", then Track::Init. Returns 0; 22 after a log line for a
+    // missing table or fields outside their atom; or what Track::Init returns.
     long Init(const std::string& path, Atom* moovAtom, Atom* trakAtom) override;
 
     // A track for the caller to delete, or null after a log line. `path` is the movie's.

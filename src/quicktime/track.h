@@ -18,26 +18,26 @@ class Track : public SampleTable {
 
     // Reads the headers, the edit list, the data reference and the sample tables, and opens the
     // media's file. `path` is the movie's. Subclasses read their sample description first and end
-    // with this. Answers 0; 2 for a missing header; 22 for a missing or unusable table, a field
+    // with this. Returns 0; 2 for a missing header; 22 for a missing or unusable table, a field
     // outside its atom or a time scale of 0; or the status of a step. Each leaves log lines.
     virtual long Init(const std::string& path, Atom* moovAtom, Atom* trakAtom);
 
     Track(const Track&) = delete;
     Track& operator=(const Track&) = delete;
 
-    // Gives the component subtype of the media handler in native order, as 'vide'. Answers 0, or 22
+    // Gives the component subtype of the media handler in native order, as 'vide'. Returns 0, or 22
     // after a log line.
     static long GetMediaType(Atom* trakAtom, int& mediaType);
 
     // Fills mEditRates and mTrackDuration; both time scales must be set. A track without an edit
-    // list gets one edit that maps time to itself. Answers 0, 2 or 22.
+    // list gets one edit that maps time to itself. Returns 0, 2 or 22.
     long SetEditList(Atom* trakAtom);
 
-    // Settles mFilePath from the data references. Answers 0, 2, 12, 22, or what the platform said
+    // Settles mFilePath from the data references. Returns 0, 2, 12, 22, or what the platform said
     // about an alias.
     long SetFilePath(const std::string& path, Atom* mdiaAtom);
 
-    // Opens mFilePath, unless it is open, with the system's caching off. Answers 0, 22 if it does
+    // Opens mFilePath, unless it is open, with the system's caching off. Returns 0, 22 if it does
     // not open or is not a regular file, or the result of the call that failed.
     long OpenFile();
     void CloseFile();

@@ -32,7 +32,7 @@ struct ImageDescription {
     uint16_t colourTableID;
 
     // Swaps the numbers from file order to native order, in place. The name stays as it is, and so
-    // do extension atoms behind this record.
+    // do extension atoms after this record.
     void MakeNative();
 };
 static_assert(sizeof(ImageDescription) == 86, "extension atoms begin at offset 86");
@@ -46,8 +46,8 @@ class VideoTrack : public Track {
     VideoTrack() = default;
     ~VideoTrack() override;
 
-    // Reads the description of the "trak", then Track::Init. Answers 0; 12 without memory; 22 after
-    // a log line for a missing table or fields outside their atom; or what Track::Init answers.
+    // Reads the description of the "trak", then Track::Init. Returns 0; 12 without memory; 22 after
+    // a log line for a missing table or fields outside their atom; or what Track::Init returns.
     long Init(const std::string& path, Atom* moovAtom, Atom* trakAtom) override;
 
     // A track for the caller to delete, or null after a log line. `path` is the movie's.

@@ -1,6 +1,6 @@
 // Text for log lines.
 //
-// A printer takes a value and answers a text that is to be used at once, in one log line. It is
+// A printer takes a value and returns a text that is to be used at once, in one log line. It is
 // never freed and never kept: names are constants, and all other texts lie in the calling thread's
 // ring (core/per_thread_buffer.h), of which a line of several texts takes several pieces. Printers
 // may be called from any thread and do not fail: without memory they answer kMemoryErrorString, or

@@ -1,6 +1,6 @@
 // Conversions between the text forms that meet here: UTF-8 in narrow strings, which is our own
 // form, UTF-32 in wide strings, and the platform's CFString, in which paths arrive. A conversion
-// that fails answers an empty string: there is no partial result, no log line and no status.
+// that fails returns an empty string: there is no partial result, no log line and no status.
 #pragma once
 
 #include <pthread.h>

@@ -101,7 +101,7 @@ TEST_F(CliFrameReader, TellsWhichFramesAFileThatIsTooShortHasLost) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto tell = [this] {
         // The last whole frame is number 29; of the next there is a half. Frames of more than a
-        // page, so that reads of those behind it find nothing.
+        // page, so that reads of those after it find nothing.
         constexpr uint32_t kLargeSize = 2 * 64 * 64;
         const std::string path = Write(kvx_test::MovieOf({kvx_test::VideoTrackRecipe(
                                            {"2vuy", 64, 64, 24}, kLargeSize, kFrames)}),
@@ -166,7 +166,7 @@ TEST_F(CliFrameReader, TellsThatFramesCouldNotBeRead) {
 
 // A sample that is too small for a frame, between others: it is named, and only it.
 TEST_F(CliFrameReader, NamesTheOneFrameThatFails) {
-    // Of several pages, so that what lies behind the sample on its page is not enough either.
+    // Of several pages, so that what lies after the sample on its page is not enough either.
     constexpr uint32_t kLargeSize = 2 * 64 * 64;
     kvx_test::TrackRecipe track =
         kvx_test::VideoTrackRecipe({"2vuy", 64, 64, 24}, kLargeSize, kFrames);

@@ -167,7 +167,7 @@ TEST(CliRefusal, FormatsFitWholeLines) {
     EXPECT_FALSE(IsPrintedBy("plain", "plainer", values));
 }
 
-// All texts between quotes in the module's code, with those that stand behind each other put
+// All texts between quotes in the module's code, with those that follow each other put
 // together.
 std::vector<std::string> TextsOfTheModule() {
     std::vector<std::string> texts;

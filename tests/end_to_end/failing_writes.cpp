@@ -1,6 +1,6 @@
 // Preloaded into the command, lets one of its pwrite and fsync calls go wrong, as KVX_FAILING_WRITE
 // says: "N HOW", N counting both from 1. HOW is "before" (killed instead of the call), "after"
-// (killed behind it), "error" (EIO, and nothing done) or "short" (a pwrite of one byte).
+// (killed after it), "error" (EIO, and nothing done) or "short" (a pwrite of one byte).
 #include <dlfcn.h>
 #include <sys/types.h>
 #include <unistd.h>

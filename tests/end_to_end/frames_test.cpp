@@ -75,7 +75,7 @@ bool IsFresh(const char* bytes, size_t size) {
     });
 }
 
-// Rows of the file's length, and nothing written between and behind them.
+// Rows of the file's length, and nothing written between and after them.
 void ExpectRows(const PixelBufferView& view, const PixelBufferSettings& settings,
                 const std::string& frame) {
     const size_t tight = frame.size() / static_cast<size_t>(view.height);

@@ -1,5 +1,5 @@
 // Every picture format with every kind of sound, in every layout, with the movie atom before and
-// behind the media: the formats that only ffmpeg writes, under QuickTime's data handler.
+// after the media: the formats that only ffmpeg writes, under QuickTime's data handler.
 
 #include <gtest/gtest.h>
 

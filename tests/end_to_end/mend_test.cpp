@@ -229,7 +229,7 @@ class MendKilled {
         if (how == "error" && !isWhole) {
             EXPECT_THAT(ending.output, EndsWith("Input/output error\n"));
         }
-        // The write of change N is call 2 N - 1, and the sync behind it call 2 N.
+        // The write of change N is call 2 N - 1, and the sync after it call 2 N.
         const bool isWritten = nth % 2 == 0 || how == "after";
         const auto made =
             isWhole ? mChanges.size() : static_cast<size_t>((nth - 1) / 2) + (isWritten ? 1 : 0);

@@ -81,7 +81,7 @@ Picture FirstFrameOfFfmpeg(const std::string& path, int width, int height) {
     return picture;
 }
 
-Picture UpsideDown(const Picture& picture) {
+Picture Flipped(const Picture& picture) {
     Picture turned = picture;
     const auto row = static_cast<ptrdiff_t>(picture.width) * kBytesPerPixel;
     for (int y = 0; y < picture.height; ++y) {
@@ -128,10 +128,10 @@ TEST_P(EndToEndPictures, AreThoseThatFfmpegSees) {
     const Comparison comparison = Compare(ours, theirs);
     EXPECT_EQ(comparison.different, 0) << "pixels, the worst by " << comparison.worst << " levels";
 
-    // The comparison can tell: it would not take a picture that stands on its head, nor one with
+    // The comparison can tell: it would not take a picture that is upside down, nor one with
     // its colours in each other's places.
     const int64_t many = int64_t{ours.width} * ours.height / 20;
-    EXPECT_GT(Compare(UpsideDown(ours), theirs).different, many);
+    EXPECT_GT(Compare(Flipped(ours), theirs).different, many);
     EXPECT_GT(Compare(WithRedAndBlueExchanged(ours), theirs).different, many);
 }
 

@@ -25,7 +25,7 @@ class FramePlayer {
     // Asks for a frame that no test looks at, so that the pools are up and at rest.
     void StartPools();
 
-    // What the importer answers. AwaitRest tells when the frame has come as far as it will.
+    // What the importer returns. AwaitRest tells when the frame has come as far as it will.
     long Request(int frame);
 
     // The same for the look into the cache. A frame that is there is let go of.

@@ -30,7 +30,7 @@ class ModuleStage {
 
     explicit ModuleStage(const StageMovies& movies);
 
-    // What a host does with one file. Each answers whether the importer refused anything, and
+    // What a host does with one file. Each returns whether the importer refused anything, and
     // leaves nothing open.
     bool Open();
     bool Info();
@@ -40,7 +40,7 @@ class ModuleStage {
     bool Save();
     bool Delete();
 
-    // Opens the good movie and reads a frame and a stretch of sound of it; answers what is wrong,
+    // Opens the good movie and reads a frame and a stretch of sound of it; returns what is wrong,
     // nothing if all is well.
     std::string PlayGoodMovie();
 

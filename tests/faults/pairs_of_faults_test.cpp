@@ -82,7 +82,7 @@ void ReadSound(FramePlayer& player, long* status = nullptr) {
     }
 }
 
-// Answers how many frames did not come. A file is not closed with a frame on its way.
+// Returns how many frames did not come. A file is not closed with a frame on its way.
 int Live(FramePlayer& player) {
     if (!player.IsOpen()) {
         return 0;
@@ -143,7 +143,7 @@ std::string PlayGoodMovie(ModuleStage& stage, const std::string& path, const std
     return player.Has(1) || isLost ? "" : "a good frame is not converted";
 }
 
-// Answers in how many calls a fault struck, as text, or what is wrong.
+// Returns in how many calls a fault struck, as text, or what is wrong.
 std::string Play(const StageMovies& movies, const Place& first, const Place& second) {
     const LogCapture log;
     const size_t descriptors = kvx_test::OpenDescriptors().size();

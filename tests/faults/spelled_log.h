@@ -4,7 +4,7 @@
 
 namespace kvx_test {
 
-// `text` with each run of `digits` behind `lead` as "?", where one of `followers` comes next.
+// `text` with each run of `digits` after `lead` as "?", where one of `followers` comes next.
 inline std::string WithoutNumbers(const std::string& text, const std::string& lead,
                                   const char* digits, const char* followers) {
     std::string spelled;

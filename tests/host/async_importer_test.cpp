@@ -135,7 +135,7 @@ TEST_F(AsyncImporter, ModuleWithoutSuites) {
     EXPECT_EQ(clip.CreateAsyncImporter(record.Get()), 5);
 }
 
-// A request has its module at its head and the source record behind; a look-up is the source record
+// A request has its module at its head and the source record after; a look-up is the source record
 // itself, with the module at its head. What the other form would take for the module leads nowhere.
 TEST_F(AsyncImporter, RequestAndLookUpDifferInTheirRecords) {
     Clip clip(importer, Write(MovieOf({Video()})));

@@ -30,7 +30,7 @@ using kvx_test::Video;
 
 constexpr float kHostsOwn = -99.5F;
 
-// The planes that a host gives to a request, with a margin behind the frames asked for.
+// The planes that a host gives to a request, with a margin after the frames asked for.
 class Planes {
   public:
     Planes(size_t channels, size_t frames)

@@ -170,7 +170,7 @@ class ChangedFileTest : public FrameTest {
         }
     }
 
-    // What the sound track answers without its file.
+    // What the sound track returns without its file.
     void ExpectNoSound(long status) {
         std::vector<float> left(kSoundFrames, 9.0F);
         std::vector<float> right(kSoundFrames, 9.0F);

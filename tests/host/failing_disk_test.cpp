@@ -196,7 +196,7 @@ TEST_F(FailingDisk, AShortReadAmongSeveral) {
     }
 }
 
-// A frame that would stay on its way is delivered for the error that comes behind.
+// A frame that would stay on its way is delivered for the error that comes after.
 TEST_F(FailingDisk, AShortReadThenAnError) {
     ASSERT_NO_FATAL_FAILURE(OpenLarge());
     for (const PrPixelFormat road : kRoads) {

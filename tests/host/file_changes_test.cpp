@@ -30,7 +30,7 @@ bool IsIn(const std::vector<int>& numbers, int number) {
 class FileChanges : public kvx_test::ChangedFileTest {
   protected:
     // Asks for all frames on all roads. Those that are listed as unanswered stay on their way; for
-    // those that are listed as behind the end too, a line in the log says so.
+    // those that are listed as after the end too, a line in the log says so.
     void ExpectFrames(const std::vector<int>& unanswered, const std::vector<int>& behindEnd) {
         for (const PrPixelFormat road : kRoads) {
             for (int index = 0; index < kFrames; ++index) {
@@ -183,7 +183,7 @@ TEST_F(FileChanges, CutWithFramesOnPages) {
     }
 }
 
-// Frame n is read as the pages at 0x11000 + n * 0x1000 and behind it, the last as one page and 100
+// Frame n is read as the pages at 0x11000 + n * 0x1000 and after it, the last as one page and 100
 // bytes: a frame is lost with the page that it shares, though its own bytes are all there.
 TEST_F(FileChanges, CutWithFramesBesidePages) {
     for (const Cut& cut : {

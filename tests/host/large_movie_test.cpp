@@ -48,7 +48,7 @@ class LargeMovie : public kvx_test::HostTest {
         return can;
     }
 
-    // The movie's atom stands behind the media, where its own place is a large number too.
+    // The movie's atom stands after the media, where its own place is a large number too.
     std::string WriteLarge(const TrackRecipe& track, const std::vector<FilePiece>& media) {
         const std::string path = directory.File("large.mov");
         std::vector<TrackRecipe> tracks = {track};
@@ -120,7 +120,7 @@ TEST_F(LargeMovie, AMillionFramesInThreeTebibytes) {
     }
 }
 
-// Ten frames to a chunk, each of a size of its own, and a hole behind every thousandth chunk.
+// Ten frames to a chunk, each of a size of its own, and a hole after every thousandth chunk.
 TEST_F(LargeMovie, AMillionFramesOfAllSizesInFiveGibibytes) {
     constexpr int64_t kInChunk = 10;
     constexpr int64_t kChunksToHole = 1000;
@@ -160,7 +160,7 @@ TEST_F(LargeMovie, AMillionFramesOfAllSizesInFiveGibibytes) {
     EXPECT_EQ(FirstBytes(clip, source, last, lastSample.size()), lastSample);
 }
 
-// Half a second to a chunk, and a hole behind every hundredth.
+// Half a second to a chunk, and a hole after every hundredth.
 TEST_F(LargeMovie, EightHoursOfSound) {
     constexpr int64_t kFrames = int64_t{8} * 3600 * 48000;
     constexpr int64_t kFrameSize = 4;

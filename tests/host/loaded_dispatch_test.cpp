@@ -73,7 +73,7 @@ const std::vector<PrPixelFormat> kAllFormats = {
 };
 
 struct Placement {
-    size_t pixels;         // of the host's, behind a page boundary
+    size_t pixels;         // of the host's, after a page boundary
     int rowBytesMultiple;  // of the host's rows
     int extraRowBytes;
     uint64_t media;  // of the media in the file

@@ -146,7 +146,7 @@ TEST_F(Misuse, QuietWithFramesInFlight) {
     }
 }
 
-// The first sample stands for all times before it, the last for all behind it.
+// The first sample stands for all times before it, the last for all after it.
 TEST_F(Misuse, FrameTimesOutsideTheMovie) {
     struct Asked {
         int64_t time;

@@ -13,7 +13,7 @@ namespace kvx_test {
 struct MadeMovie {
     std::string name;
     std::vector<std::string> codes;
-    // Writes it into the folder and answers its path.
+    // Writes it into the folder and returns its path.
     std::function<std::string(const TempDirectory& directory)> write;
 };
 

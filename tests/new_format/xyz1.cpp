@@ -15,7 +15,7 @@ long ConvertXyz1(const char* src, int srcRowBytes, int dstPixelFormat, char* dst
                  int width, int height, KVX::Converter::Video::ColourSpace colourSpace,
                  KVX::Converter::Video::ConversionMode mode) {
     const size_t size = static_cast<size_t>(srcRowBytes) * static_cast<size_t>(height);
-    // Vector code finishes its last step behind the frame.
+    // Vector code finishes its last step after the frame.
     constexpr size_t kSlack = 512;
     std::vector<char> swapped(size + kSlack);
     for (size_t i = 0; i + 1 < size; i += 2) {

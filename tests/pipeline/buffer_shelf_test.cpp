@@ -22,7 +22,7 @@ class Shelf : public testing::Test {
 
     static Buffer New(size_t size) { return {static_cast<char*>(valloc(size)), size}; }
 
-    // Answers what was put.
+    // Returns what was put.
     std::vector<char*> PutNew(size_t count, size_t size) {
         std::vector<char*> memory;
         for (size_t i = 0; i < count; ++i) {

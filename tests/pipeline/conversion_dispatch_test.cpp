@@ -80,7 +80,7 @@ int FileRowBytes(const std::string& format, int width) {
     return format == "v210" ? (width + 47) / 48 * 128 : 2 * width;
 }
 
-// Bytes at a chosen distance behind a page boundary, with room behind them.
+// Bytes at a chosen distance after a page boundary, with room after them.
 class PlacedBytes {
   public:
     PlacedBytes(size_t size, size_t distance, uint8_t fill)
@@ -145,7 +145,7 @@ class ConversionDispatch : public kvx_test::HostTest {
         return cache.Take(mClip->ImporterID(), frame);
     }
 
-    // The sample where the read puts it: as far behind a page boundary as in the file.
+    // The sample where the read puts it: as far after a page boundary as in the file.
     PlacedBytes SampleInMemory(int frame) const {
         const auto offset = mMediaOffset + static_cast<uint64_t>(frame * mSampleSize);
         PlacedBytes bytes(static_cast<size_t>(mSampleSize), offset % kPage, 0);
@@ -253,7 +253,7 @@ TEST_F(ConversionDispatch, EverySourceToEachOfItsDestinations) {
     EXPECT_EQ(buffers.DamagedCount(), 0);
 }
 
-// The bytes of the file behind the header of the importer's own format.
+// The bytes of the file after the header of the importer's own format.
 TEST_F(ConversionDispatch, EverySourceAsItIs) {
     for (const Source& source : kSources) {
         Open(source.format, 50);

@@ -23,7 +23,7 @@ using Frame = Reference<KVX::ImportFrame>;
 class FrameCopy : public kvx_test::FrameTest {
   protected:
     // A frame whose pixels are where the test wants them, with all that was read of `picture`.
-    // Answers what was logged.
+    // Returns what was logged.
     std::string Convert(const Picture& picture, char* pixels, int destRowBytes) {
         OpenMovie(MovieOfPicture(picture, 1, kvx_test::kMediaOffset + 100));
         const Frame frame = RunFrame(PrPixelFormat_UYVY_422_8u_601);

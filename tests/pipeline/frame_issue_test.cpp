@@ -32,7 +32,7 @@ std::string PointerText(const void* pointer) {
 
 class FrameIssue : public kvx_test::FrameTest {
   protected:
-    // Tries one frame, which must leave nothing behind. Answers what was logged.
+    // Tries one frame, which must leave nothing behind. Returns what was logged.
     std::string LogOfRefusal(PrPixelFormat format, long status, long index = 0) {
         const Frame frame(NewFrame(format, index));
         LogCapture log;

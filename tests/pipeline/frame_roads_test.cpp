@@ -25,7 +25,7 @@ using Frame = Reference<KVX::ImportFrame>;
 
 class FrameRoads : public kvx_test::FrameTest {
   protected:
-    // Rows of the file's length, and whatever the host has between and behind them untouched.
+    // Rows of the file's length, and whatever the host has between and after them untouched.
     void ExpectRows(const KVX::ImportFrame& frame, const Bytes& expected) {
         const PixelBufferView view = ViewOf(frame);
         const size_t tight = expected.size() / static_cast<size_t>(view.height);
@@ -266,7 +266,7 @@ TEST_F(FrameRoads, OneCopyIsCutAtTheEndOfTheFrame) {
     ExpectRows(*frame, Media(1, 500).substr(0, 462));
 }
 
-// The last rows lie behind the end of what was read.
+// The last rows lie after the end of what was read.
 TEST_F(FrameRoads, RowsAreCopiedAsFarAsTheReadReaches) {
     buffers.settings.extraRowBytes = 10;
     kvx_test::MovieFileLayout layout;

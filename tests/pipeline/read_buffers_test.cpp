@@ -276,7 +276,7 @@ constexpr size_t kMapped = 40 * kMiB;
     return mincore(memory + kMapped / 2, 1, &resident) == 0 && (resident & 1) != 0;
 }
 
-// Answers what was kept, and has left with its keeper.
+// Returns what was kept, and has left with its keeper.
 std::vector<char*> KeepAndLeave() {
     const ReadBuffers::Keeper keeper;
     std::vector<ReadBuffers::Buffer> buffers;

@@ -318,7 +318,7 @@ TEST(AliasRecord, EveryTruncationIsRefused) {
 }
 
 // With the size in the header made right, a record may end between two items, before the padding
-// of the last, or behind the fixed part.
+// of the last, or after the fixed part.
 void ExpectTruncations(const Bytes& record, const std::map<size_t, std::string>& wellFormed) {
     for (size_t size = 8; size <= record.size(); ++size) {
         const auto known = wellFormed.find(size);

@@ -44,7 +44,7 @@ TEST_P(LargeMemory, IsAlignedZeroedAndWritableToItsEnd) {
     }
 }
 
-// It is mapped with room for its alignment. All that stands over goes back, on both sides, and
+// It is mapped with room for its alignment. All that is left over goes back, on both sides, and
 // nothing of the memory itself does before its end.
 TEST_P(LargeMemory, TheRoomForItsAlignmentGoesBack) {
     const size_t size = GetParam();

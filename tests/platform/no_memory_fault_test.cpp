@@ -1,4 +1,4 @@
-// The platform services without memory: what each answers.
+// The platform services without memory: what each returns.
 #include <gtest/gtest.h>
 
 #include <cerrno>

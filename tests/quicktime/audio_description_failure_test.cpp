@@ -16,7 +16,7 @@ namespace {
 using namespace kvx_test;
 using KVX::QT::AudioTrack;
 
-// Runs Init on a track that is to be of no further use, and answers its status and its log.
+// Runs Init on a track that is to be of no further use, and returns its status and its log.
 struct Outcome {
     long status = -1;
     std::string log;
@@ -187,7 +187,7 @@ TEST(AudioDescriptionFailure, UnknownSurroundLayouts) {
     for (const auto& entry : kCases) {
         const std::string line = std::string("Unrecognised 5.1 channel layout tag ") + entry.text;
         ExpectFailure(Describe(SixChannels({ChannelLayout(entry.tag)})), line);
-        // A good one before or behind it does not help.
+        // A good one before or after it does not help.
         ExpectFailure(Describe(SixChannels({ChannelLayout(entry.tag), ChannelLayout(0x00790006)})),
                       line);
         ExpectFailure(Describe(SixChannels({ChannelLayout(0x00790006), ChannelLayout(entry.tag)})),

@@ -10,7 +10,7 @@ constexpr uint64_t kLargestMovieAtom = 0x800000;
 
 // Fills a table atom of the movie, from offset `firstEntry` on, until the movie atom has its
 // largest length, give or take less than an entry. `entry` makes the bytes of an entry from its
-// index, 0-based. Answers how many there are; the atom's count is left to the caller.
+// index, 0-based. Returns how many there are; the atom's count is left to the caller.
 template <typename Entry>
 int64_t FillTable(const AtomNode& moov, AtomNode& atom, size_t firstEntry, size_t entrySize,
                   Entry entry) {

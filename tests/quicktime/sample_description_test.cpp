@@ -61,7 +61,7 @@ MovieInMemory Movie(const TrackRecipe& track, const std::function<void(AtomNode&
     return MovieInMemory(recipe);
 }
 
-// The log of an Init that must answer 22.
+// The log of an Init that must return 22.
 template <typename Kind>
 std::string LogOfFailingInit(const std::function<void(AtomNode&)>& change) {
     const MovieInMemory movie = Movie(Kind::Recipe(), change);

@@ -209,7 +209,7 @@ TEST(TimeCodeTrack, FirstSampleIsFoundThroughTheEditList) {
     EXPECT_EQ(timeCode.ToString(false), "00:00:03:02");
 }
 
-// Nothing behind the number of frames is read, and neither is the entry's own size.
+// Nothing after the number of frames is read, and neither is the entry's own size.
 TEST(TimeCodeTrack, DescriptionMayEndBehindTheNumberOfFrames) {
     const auto initStatus = [](size_t length) {
         TrackRecipe recipe = TimeCodeTrackRecipe(Counting(0, 25, 1, 25), 10);

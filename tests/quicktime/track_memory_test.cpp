@@ -16,7 +16,7 @@ namespace {
 
 using namespace kvx_test;
 
-// The log of a Create that must answer null while the call fails after `skip` good ones.
+// The log of a Create that must return null while the call fails after `skip` good ones.
 template <typename TrackType>
 std::string LogOfFailingCreate(const TrackRecipe& recipe, SystemCall call, int skip = 0) {
     const MovieInMemory movie = MovieOf(recipe);

@@ -24,7 +24,7 @@ void Overwrite(Bytes& file, size_t place, size_t end, const Bytes& bytes) {
 }
 
 // Tears the file off inside the header of a track that has become an extended one, if there is a
-// track. Answers whether there was.
+// track. Returns whether there was.
 bool TearTrackHeader(Random& random, Bytes& file, size_t begin, size_t& end) {
     constexpr size_t kShortHeader = 8;
     constexpr int64_t kExtendedHeader = 16;

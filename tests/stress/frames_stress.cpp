@@ -118,7 +118,7 @@ std::string WritePicture(const kvx_test::TempDirectory& directory, const Picture
     return kvx_test::WriteMovie(directory, recipe, {}, name);
 }
 
-// The rows of a frame that the host looks at, one behind the other.
+// The rows of a frame that the host looks at, one after the other.
 using Rows = std::vector<char>;
 
 // Frame `frame` of the picture's movies, in the host's format, from the plain models.

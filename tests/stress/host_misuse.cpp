@@ -466,7 +466,7 @@ class Sequence {
         const uint32_t size = record->size;
         Note("imImportAudio7 stream %d, %u from %lld", stream, size,
              static_cast<long long>(position));
-        // 4 for a start behind the end; the errno of a read from a closed file.
+        // 4 for a start after the end; the errno of a read from a closed file.
         Expect(mImporter.Call(imImportAudio7, stream, reinterpret_cast<long>(record.Get())),
                {0, 4, 9, 19, 22});
     }
@@ -570,7 +570,7 @@ class Sequence {
         }
     }
 
-    // Of the suites that a request calls itself, and whose failure it answers.
+    // Of the suites that a request calls itself, and whose failure it returns.
     int FailuresOnTheWayToAFrame() const {
         int failures = 0;
         for (const char* const function : kFrameFunctions) {

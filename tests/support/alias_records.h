@@ -19,7 +19,7 @@ using AliasItem = std::pair<int, Bytes>;
 // Text as tags 14 and 15 hold it, of ASCII.
 Bytes AliasUnicodeName(const std::string& ascii);
 
-// The items behind each other, each padded to an even length, and the end item.
+// The items after each other, each padded to an even length, and the end item.
 Bytes AliasItems(const std::vector<AliasItem>& items);
 
 // Records around `items`, whatever they are, of the size that they have.

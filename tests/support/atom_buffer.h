@@ -10,7 +10,7 @@
 namespace kvx_test {
 
 // An atom tree as bytes in a buffer of exactly its size, so that the address sanitizer sees every
-// read behind its end.
+// read after its end.
 class AtomBuffer {
   public:
     explicit AtomBuffer(const Bytes& bytes) : mBytes(new char[bytes.size()]) {

@@ -21,7 +21,7 @@ struct Step {
 };
 
 Step ParseStep(const std::string& text) {
-    // Types are four characters that may themselves be brackets, so the index is looked for behind.
+    // Types are four characters that may themselves be brackets, so the index is looked for after.
     Step step{text.substr(0, 4)};
     if (text.size() > 4) {
         step.index = std::strtoul(text.c_str() + 5, nullptr, 10);

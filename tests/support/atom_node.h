@@ -23,7 +23,7 @@ struct AtomNode {
     std::vector<AtomNode> children = {};
     SizeForm form = SizeForm::Short;
     // What the size field says in place of the truth. In the short form 0 and 1 are written as any
-    // other number, without an extended size behind.
+    // other number, without an extended size after.
     std::optional<uint64_t> writtenSize = std::nullopt;
 
     // Length in bytes as it will really be, header included.
@@ -31,14 +31,14 @@ struct AtomNode {
     Bytes Serialize() const;
 
     // The descendant at a path of types such as "trak[1]/mdia/minf/stbl/stts"; without an index the
-    // first of that type. `Find` answers null when there is none, `At` aborts the test program.
+    // first of that type. `Find` returns null when there is none, `At` aborts the test program.
     AtomNode* Find(const std::string& path);
     AtomNode& At(const std::string& path);
 
     // Each takes the path of an existing descendant.
     void Remove(const std::string& path);
     void Replace(const std::string& path, AtomNode with);
-    // Puts a copy of the descendant behind itself.
+    // Puts a copy of the descendant after itself.
     void Duplicate(const std::string& path);
 
     // Overwrites field bytes of the payload. Offsets count from the atom's start with an 8-byte

@@ -38,15 +38,15 @@ enum class SystemCall {
     kThreadCreate,
     kThreadJoin,
     kThreadDetach,
-    kProcessorCount,  // sysconf; answers `error`
+    kProcessorCount,  // sysconf; returns `error`
     kCount,
 };
 
 // While it lives, the `nth` call from now on, and the `times` - 1 that follow, do nothing and fail
-// with `error`, on whichever thread they come. A pthread call answers `error`, so that 0 makes it
-// a call that claims success; memory calls answer null (kNew throws instead), and the others answer
+// with `error`, on whichever thread they come. A pthread call returns `error`, so that 0 makes it
+// a call that claims success; memory calls return null (kNew throws instead), and the others return
 // -1 and set errno. Where a failure would keep the system from getting back what it gave (close,
-// join, detach), the work is done and only the answer is a failure. A kReadShort reads `error`
+// join, detach), the work is done and only the result is a failure. A kReadShort reads `error`
 // bytes, or so many less than asked for when it is negative. One Fault for a call at a time.
 class Fault {
   public:
@@ -72,7 +72,7 @@ class Fault {
 // Calls of its kind that the importer's code has made since the start of the process.
 long CallCount(SystemCall call);
 
-// While it lives, gettimeofday answers this moment.
+// While it lives, gettimeofday returns this moment.
 class FixedClock {
   public:
     FixedClock(long seconds, long micros);

@@ -32,7 +32,7 @@ Gate& TheGate() {
     return gate;
 }
 
-// Waits for leave. Answers the status to fail with, or 0.
+// Waits for leave. Returns the status to fail with, or 0.
 int Pass(int64_t offset) {
     Gate& gate = TheGate();
     std::unique_lock<std::mutex> lock(gate.lock);

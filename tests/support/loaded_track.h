@@ -13,7 +13,7 @@ class LoadedTrack {
     // Takes over what a sample description would have settled: the recipe's `frameSize`.
     explicit LoadedTrack(const MovieRecipe& recipe);
 
-    // What Track::Init answered.
+    // What Track::Init returned.
     long Status() const { return mStatus; }
 
     KVX::QT::Track& operator*() { return mTrack; }

@@ -85,7 +85,7 @@ struct TrackRecipe {
     // Bytes of a sample in the file.
     uint64_t SampleSize(int64_t sample) const;
     // Fills `chunkRuns` and `chunkOffsets` so that all samples lie one after the other from
-    // `offset`, with `gap` unused bytes between chunks. Answers the first offset behind them.
+    // `offset`, with `gap` unused bytes between chunks. Returns the first offset after them.
     uint64_t PlaceSamples(uint64_t offset, int64_t samplesPerChunk, uint64_t gap = 0);
 };
 

@@ -35,16 +35,16 @@ struct MovieFileLayout {
     // Offset of the first byte of media, which chunk offsets refer to. Between the file's head and
     // the "mdat" header before it lies a "free" atom.
     uint64_t mediaOffset = kMediaOffset;
-    bool movieFirst = false;  // "moov" before the media, else behind
+    bool movieFirst = false;  // "moov" before the media, else after
 };
 
 // Writes "ftyp", "moov" and an "mdat" that reaches to the end of the last piece, with an extended
-// size when it must. Pieces begin at or behind the layout's media offset. Aborts when a "moov" that
+// size when it must. Pieces begin at or after the layout's media offset. Aborts when a "moov" that
 // comes first does not fit before the media.
 void WriteMovieFile(const std::string& path, const AtomNode& moov,
                     const std::vector<FilePiece>& media, const MovieFileLayout& layout = {});
 
-// The recipe's movie with pattern media, as `name` in the directory. Answers the path.
+// The recipe's movie with pattern media, as `name` in the directory. Returns the path.
 std::string WriteMovie(const TempDirectory& directory, const MovieRecipe& recipe,
                        const MovieFileLayout& layout = {}, const std::string& name = "movie.mov");
 

@@ -66,7 +66,7 @@ class NaiveTrack {
     void ExpandEdits(const TrackRecipe& recipe, int64_t movieTimeScale);
     const Edit& EditAt(int64_t trackTime) const;
 
-    // What holds behind the last sample, where the last run goes on without end.
+    // What holds after the last sample, where the last run goes on without end.
     int64_t mDurationBehindEnd = 0;
     int64_t mDisplayOffsetBehindEnd = 0;
 };

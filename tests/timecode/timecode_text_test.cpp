@@ -92,7 +92,7 @@ constexpr Reading kReadings[] = {
     {"- 20", true, kDay - 10},
     {"+23:59:59:24", true, 9},
     {"+1:x", false, 0},
-    // A sign behind a blank is not the first character; the number takes it.
+    // A sign after a blank is not the first character; the number takes it.
     {" +15", true, 15},
     {" -1", true, kDay - 1},
     {"++15", true, 25},

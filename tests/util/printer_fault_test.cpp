@@ -12,7 +12,7 @@ namespace Printer = KVX::Util::Printer;
 
 namespace {
 
-// What `print` answers on a new thread that gets no ring.
+// What `print` returns on a new thread that gets no ring.
 template <typename Function>
 std::string WithoutMemory(Function print) {
     std::string text;

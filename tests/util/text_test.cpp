@@ -144,7 +144,7 @@ TEST(Text, MalformedUtf8GivesNothingAtAll) {
     }
 }
 
-// All texts of two, and all of three bytes behind an ASCII one: what is refused by one decoder is
+// All texts of two, and all of three bytes after an ASCII one: what is refused by one decoder is
 // refused by the other, which is written from another table.
 TEST(Text, ShortTextsAreJudgedAsByCFString) {
     std::string text(3, '\0');

@@ -242,7 +242,7 @@ OSStatus PathFromPosixPath(const AliasFields& fields, std::string& path) {
 }
 
 OSStatus PathFromColonPath(const AliasFields& fields, std::string& path) {
-    // Some writers put a zero behind each colon, or zeros at the end.
+    // Some writers put a zero after each colon, or zeros at the end.
     std::string colonPath(*fields.colonPath);
     colonPath.erase(std::remove(colonPath.begin(), colonPath.end(), '\0'), colonPath.end());
     const size_t colon = colonPath.find(':');

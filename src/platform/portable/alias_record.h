@@ -12,7 +12,7 @@
 namespace KVX::Platform {
 
 // The absolute path of the target as it was recorded, in UTF-8 without a NUL; no file is looked
-// for. `record` may be followed by other bytes within `size`. Answers paramErr for a record that
+// for. `record` may be followed by other bytes within `size`. Returns paramErr for a record that
 // is not well-formed and fnfErr for one that has no path; `path` is then untouched. Throws
 // std::bad_alloc.
 OSStatus ReadAliasPath(const uint8_t* record, size_t size, std::string& path);

@@ -24,7 +24,7 @@ constexpr uint64_t kMark = 0x4653526566504F53;  // "FSRefPOS"
 
 class PathTable {
   public:
-    // Answers the serial number by which `path` is found for the time being.
+    // Returns the serial number by which `path` is found for the time being.
     uint64_t Add(const std::string& path) {
         const std::lock_guard<std::mutex> lock(mMutex);
         mPaths[mNextSerial % kFSRefsAlive] = path;

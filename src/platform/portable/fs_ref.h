@@ -1,4 +1,4 @@
-// What stands behind an FSRef where the kernel cannot open a file by its number.
+// What an FSRef refers to where the kernel cannot open a file by its number.
 //
 // An FSRef has 80 bytes and is copied and dropped at will, so that it can neither hold a path nor
 // own one. It holds a serial number, and the device and inode of its file; the path stands in a

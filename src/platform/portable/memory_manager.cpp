@@ -5,7 +5,7 @@
 
 namespace {
 
-// A handle is the address of a pointer to its block; the size stands behind that pointer.
+// A handle is the address of a pointer to its block; the size follows that pointer.
 struct MasterPointer {
     Ptr block;
     Size size;

@@ -4,7 +4,7 @@ namespace KVX::Platform {
 
 namespace {
 
-// Well-formed UTF-8 by lead byte: the length, and the range of the second byte. The bytes behind
+// Well-formed UTF-8 by lead byte: the length, and the range of the second byte. The bytes after
 // the second are 0x80 to 0xBF (Unicode Standard, table 3-7).
 struct LeadBytes {
     uint8_t first;

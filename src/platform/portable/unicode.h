@@ -8,13 +8,13 @@ namespace KVX::Platform {
 
 struct DecodedCharacter {
     uint32_t codePoint;
-    size_t bytes;  // 0: nothing well-formed stands here
+    size_t bytes;  // 0: nothing well-formed is here
 };
 
 struct EncodedCharacter {
     uint8_t bytes[4];
     size_t size;
-    size_t units;  // 0: an unpaired surrogate stands here
+    size_t units;  // 0: an unpaired surrogate is here
 };
 
 // The first of the `size` bytes' characters, well-formed by table 3-7 of the Unicode Standard: no

@@ -15,7 +15,7 @@ void ReadAndLeave(const std::string& movie, bool waits);
 // threads of the pools are held up on their way out of it.
 void BriefHost(const std::string& movie);
 
-// Leaves the rest to exit handlers: one from behind the loading of the module, which finds all of
+// Leaves the rest to exit handlers: one from after the loading of the module, which finds all of
 // it, and one from before, which runs when the module's own destructors have. Both close files,
 // pull frames and try to open more. With `pools` they run already, and frames are on their way.
 void LateCalls(const std::string& movie, bool pools);

@@ -11,7 +11,7 @@
 //         own destructors have run, whose threads do, or whose host is gone before its frames'
 //         threads have left it
 //
-// Answers 0 if each of them came to its end and, at the start, made one pool of each kind. The
+// Returns 0 if each of them came to its end and, at the start, made one pool of each kind. The
 // environment variable KVX_TEST_MODULE names another module than the one that was built.
 #include <sys/wait.h>
 #include <unistd.h>
