@@ -1,5 +1,6 @@
 #include "pipeline/host_suites.h"
 
+#include "core/assert.h"
 #include "quicktime/video_track.h"
 
 namespace KVX {
@@ -11,6 +12,7 @@ long GetTicksPerFrame(const SPBasicSuite* basicSuite, const QT::VideoTrack& trac
     if (Core::Failed(status, "AcquireSuite", caller)) {
         return status;
     }
+    KVX_ASSERT(suite != nullptr);
     status = suite->GetTicksPerTimebaseFrame(static_cast<int32_t>(track.mMediaTimeScale),
                                              static_cast<int32_t>(track.mSampleDuration), &ticks);
     Core::Failed(status, "GetTicksPerTimebaseFrame", caller);
