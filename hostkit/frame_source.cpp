@@ -48,6 +48,7 @@ long FrameSource::Get(int64_t frameTime, const std::vector<PrPixelFormat>& forma
 long FrameSource::CallWithFrame(int selector, int64_t frameTime,
                                 const std::vector<PrPixelFormat>& formats, PPixHand* ppix) const {
     std::vector<imFrameFormat> offered;
+    offered.reserve(formats.size());
     for (const PrPixelFormat format : formats) {
         offered.push_back({0, 0, format});
     }

@@ -172,7 +172,7 @@ PPixHand PixelBuffers::Create(PrPixelFormat format, int width, int height) {
         return nullptr;
     }
     const auto rowBytes =
-        static_cast<int>(RoundUp(static_cast<size_t>(tight + settings.extraRowBytes),
+        static_cast<int>(RoundUp(static_cast<size_t>(int64_t{tight} + settings.extraRowBytes),
                                  static_cast<size_t>(settings.rowBytesMultiple)));
     return Make(format, width, height, rowBytes,
                 static_cast<size_t>(rowBytes) * static_cast<size_t>(height));

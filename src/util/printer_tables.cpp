@@ -29,15 +29,17 @@ const char* NamesOfBits(NameTable table, long value) {
         return kMemoryErrorString;
     }
     // The first name's joint lies on the blanks, which the result leaves out.
-    std::strcpy(text, "   0");
+    constexpr char kNone[] = "   0";
+    std::memcpy(text, kNone, sizeof(kNone));
     char* end = text;
     for (const NamedValue& bit : table) {
         if ((value & bit.value) == 0) {
             continue;
         }
-        std::strcpy(end, kJoint);
-        std::strcpy(end + kJointLength, bit.name);
-        end += kJointLength + std::strlen(bit.name);
+        const size_t length = std::strlen(bit.name);
+        std::memcpy(end, kJoint, kJointLength);
+        std::memcpy(end + kJointLength, bit.name, length + 1);
+        end += kJointLength + length;
     }
     return text + kJointLength;
 }
