@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "convert/video/pixel_conversion.h"
 #include "convert/pixel_family/stages_rgb.h"
 #include "convert/pixel_family/stages_yuv.h"
 #include "convert/pixel_family/transform.h"
+#include "convert/video/pixel_conversion.h"
 
 namespace {
 
