@@ -110,6 +110,8 @@ TEST_F(EndToEndOutputs, AreNeverTheMediaOfAReference) {
     const std::string folder = mFolder.Path();
     const std::string links = mFolder.File("links");
     fs::create_symlink(".", links);
+    const kvx_test::TempDirectory elsewhere;
+    const std::string words = elsewhere.File("words.txt");
     for (const std::string& arguments : {
              "audio " + mReference + " -o " + mMedia,
              "audio " + mReference + " -o " + link,
@@ -130,15 +132,13 @@ TEST_F(EndToEndOutputs, AreNeverTheMediaOfAReference) {
              "timecode " + mReference + " >>" + mMedia,
          }) {
         const std::vector<std::string> before = Names();
-        const CommandRun run = RunCommand(arguments + " 2>" + mFolder.File("../words.txt"));
+        const CommandRun run = RunCommand(arguments + " 2>" + words);
         EXPECT_EQ(run.exitCode, 2) << arguments;
-        EXPECT_THAT(ReadFile(mFolder.File("../words.txt")),
-                    EndsWith("this is a file that the movie is read from\n"))
+        EXPECT_THAT(ReadFile(words), EndsWith("this is a file that the movie is read from\n"))
             << arguments;
         EXPECT_TRUE(ReadFile(mMedia) == mBytes) << arguments;
         EXPECT_EQ(Names(), before) << arguments;
     }
-    fs::remove(mFolder.File("../words.txt"));
 }
 
 // All reports and all data, into a device without room.
