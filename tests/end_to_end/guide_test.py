@@ -3,9 +3,10 @@
 
 usage: guide_test.py KVX GUIDE FOLDER
 
-In a line of a shell block MOVIE is a movie, of the format that the comment behind the line names; size
-and rate are put in from `kvx info`, as the guide says. What a line writes, OUT.*, has to have the movie's
-frames or its sound.
+In a line of a shell block MOVIE is a movie, of the format that the comment behind the line names, COPY a
+copy of it, and IN a movie that has to be converted; size and rate are put in from `kvx info`, as the guide
+says. What a line writes, OUT.*, has to have the frames or the sound of the movie that it is from, and what
+`kvx mend` has mended is imported.
 """
 
 import json
@@ -72,6 +73,7 @@ def play(command, comment, kvx, folder, place):
     assert movie["video"][0]["format"] == kind, movie
     # A folder of movies, one of which can't be imported.
     shutil.copy(source, place / "movie.mov")
+    shutil.copy(source, place / "copy.mov")
     shutil.copy(folder / REFUSED, place / "refused.mov")
     tools = place / ".tools"
     tools.mkdir()
@@ -81,6 +83,8 @@ def play(command, comment, kvx, folder, place):
     player.chmod(player.stat().st_mode | stat.S_IXUSR)
     video = movie["video"][0]
     words = re.sub(r"\bMOVIE\b", "movie.mov", command)
+    words = re.sub(r"\bCOPY\b", "copy.mov", words)
+    words = re.sub(r"\bIN\b", "refused.mov", words)
     words = words.replace("1920x1080", f"{video['width']}x{video['height']}")
     words = re.sub(r"(-r|-framerate) 25\b", rf"\1 {video['time_scale']}/{video['frame_duration']}", words)
     result = run(["bash", "-c", 'PATH="$PWD/.tools:$PATH"; ' + words], cwd=place)
@@ -89,8 +93,11 @@ def play(command, comment, kvx, folder, place):
     assert "kvx:" not in said and "rror" not in said, said
     outputs = sorted(place.glob("OUT.*"))
     assert outputs or "OUT." not in command, "nothing was written"
+    origin = folder / REFUSED if "refused.mov" in words else source
     for output in outputs:
-        check_output(output, movie, source)
+        check_output(output, json.loads(run([kvx, "info", "--json", str(origin)]).stdout)[0], origin)
+        if "kvx mend" in command:
+            assert run([kvx, "check", str(output)]).returncode in (0, 4), output
     if '!= "imports"' in command:
         assert result.stdout.decode() == "./refused.mov\n", result.stdout
 
