@@ -2,6 +2,10 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <initializer_list>
+
 #include "pipeline/read_controller.h"
 #include "pipeline/read_request.h"
 #include "schedules/scenarios.h"
@@ -45,27 +49,55 @@ struct Completions {
     }
 };
 
-// The whole of a file of several tickets, cancelled by the thread that asked for it.
+// A request for the whole of a file, which is several tickets, beside the importer.
+class LargeRequest {
+  public:
+    explicit LargeRequest(const Movies& movies) {
+        Stage::Require(KVX::ReadController::GetInstance(controller) == 0, "no read pool");
+        constexpr long long kSize = 3 << 20;
+        Stage::Require(KVX::ReadRequest::Create(open(movies.large.c_str(), O_RDONLY),
+                                                kSize + (1 << 20), 0, kSize, &Completions::Note,
+                                                &mCompletions, nullptr, 0, request) == 0,
+                       "no request");
+    }
+
+    // Ends the run unless the request has completed once, with one of the statuses, and is let go.
+    void RequireCompletion(std::initializer_list<long> statuses) {
+        gScheduler->WaitUntilQuiet();
+        Stage::Require(mCompletions.count == 1, "not one completion");
+        Stage::Require(
+            std::find(statuses.begin(), statuses.end(), mCompletions.status) != statuses.end(),
+            "another status");
+        Stage::Require(request->mRefCount == 1, "references are left");
+        request->Release();
+    }
+
+    KVX::ReadController* controller = nullptr;
+    KVX::ReadRequest* request = nullptr;
+
+  private:
+    Completions mCompletions;
+};
+
+// Cancelled by the thread that asked for it.
 void Cancelled(const Movies& movies) {
     Stage stage;
-    KVX::ReadController* controller = nullptr;
-    Stage::Require(KVX::ReadController::GetInstance(controller) == 0, "no read pool");
-    const int descriptor = open(movies.large.c_str(), O_RDONLY);
-    constexpr long long kSize = 3 << 20;
-    Completions completions;
-    KVX::ReadRequest* request = nullptr;
-    Stage::Require(
-        KVX::ReadRequest::Create(descriptor, kSize + (1 << 20), 0, kSize, &Completions::Note,
-                                 &completions, nullptr, 0, request) == 0,
-        "no request");
+    LargeRequest large(movies);
     gScheduler->BeginExploring();
-    Stage::Require(controller->AddRequest(request) == 0, "a request is refused");
-    Stage::Require(controller->CancelRequest(request, nullptr) == 0, "a cancellation is refused");
-    gScheduler->WaitUntilQuiet();
-    Stage::Require(completions.count == 1, "not one completion");
-    Stage::Require(completions.status == 0 || completions.status == 89, "another status");
-    Stage::Require(request->mRefCount == 1, "references are left");
-    request->Release();
+    Stage::Require(large.controller->AddRequest(large.request) == 0, "a request is refused");
+    Stage::Require(large.controller->CancelRequest(large.request, nullptr) == 0,
+                   "a cancellation is refused");
+    large.RequireCompletion({0, 89});
+    stage.Leave();
+}
+
+// Whoever finds it failed first has told of it.
+void ARequestFails(const Movies& movies) {
+    Stage stage;
+    LargeRequest large(movies);
+    gScheduler->BeginExploring();
+    Stage::Require(large.controller->AddRequest(large.request) == 0, "a request is refused");
+    large.RequireCompletion({0, EIO});
     stage.Leave();
 }
 
@@ -117,6 +149,7 @@ std::vector<Scenario> RequestScenarios() {
     return {
         {"ticket_fails", "several reads of a frame fail", &SeveralTicketsFail, 2},
         {"read_fails", "the read of a converted frame fails", &AReadFails, 1},
+        {"request_fails", "a request of several reads fails in several", &ARequestFails, 2},
         {"cancelled", "a request of several reads is cancelled", &Cancelled},
         {"quiet_reopen", "a file sleeps and wakes between two reads of a frame", &QuietAndReopened},
         {"quiet", "a file goes to sleep beside a read", &QuietBesideARequest},

@@ -383,6 +383,10 @@ int Scheduler::CreateThread(pthread_t* handle, void* (*function)(void*), void* a
     mCauses.Started(mCurrent, number);
     *handle = HandleOf(number);
     Mix(1);
+    if (!thread.isLate) {
+        Reschedule("create", nullptr);  // it may be there at once
+        Mix(1);
+    }
     return 0;
 }
 

@@ -69,6 +69,9 @@ class Scheduler {
     // budget is none. Threads alike that wait for one condition are the same from here on.
     void BeginExploring();
 
+    // From here on there is one order again: for what another scenario shows.
+    void EndExploring() { mExploring = false; }
+
     // What threads were found to have in common; see Bounds.
     Causes& TheirCauses() { return mCauses; }
 
