@@ -46,14 +46,14 @@ constexpr CommandInfo kCommands[] = {
      RunMend},
     {CommandId::kHash, "hash",
      "Print the MD5 of each frame's own bytes, in the form of ffmpeg's framemd5", false, RunHash},
-    {CommandId::kTimecode, "timecode", "Print a movie's start timecode", false, RunTimecode},
+    {CommandId::kTimecode, "timecode", "Print movies' start timecodes", true, RunTimecode},
     {CommandId::kAudio, "audio",
-     "Write the sound of a movie as a WAV file: of 32-bit floats, or as it is in the file", false,
+     "Write the sound of movies as WAV files: of 32-bit floats, or as it is in the file", true,
      RunAudio},
-    {CommandId::kFrames, "frames", "Write the frames of a movie as PNG pictures, or as their bytes",
-     false, RunFrames},
+    {CommandId::kFrames, "frames", "Write the frames of movies as PNG pictures, or as their bytes",
+     true, RunFrames},
     {CommandId::kSheet, "sheet",
-     "Draw a contact sheet: frames of the whole movie with their times, and its sound", false,
+     "Draw contact sheets: frames of the whole movie with their times, and its sound", true,
      RunSheet},
 };
 
@@ -65,7 +65,25 @@ constexpr CommandSet kAudio = In(CommandId::kAudio);
 constexpr CommandSet kFrames = In(CommandId::kFrames);
 constexpr CommandSet kSheet = In(CommandId::kSheet);
 
+constexpr CommandSet OfManyMovies() {
+    CommandSet commands = 0;
+    for (const CommandInfo& command : kCommands) {
+        commands |= command.takesMovies ? In(command.id) : 0;
+    }
+    return commands;
+}
+constexpr CommandSet kOfManyMovies = OfManyMovies();
+
 constexpr OptionInfo kOptions[] = {
+    Flag(Id::kRecursive, kOfManyMovies, "--recursive",
+         "Take the movies in folders and in the folders inside: .mov and .qt, in order of name")
+        .Letter("-r"),
+    Text(Id::kFilesFrom, kOfManyMovies, "--files-from", "FILE|-",
+         "Take the movies that FILE names, one a line; - is standard input"),
+    Flag(Id::kNull, kOfManyMovies, "--null",
+         "A zero byte ends each name of --files-from, not a line")
+        .Letter("-0")
+        .Needs(Id::kFilesFrom),
     Flag(Id::kLog, kInfo, "--log", "Show what the importer logged"),
     Flag(Id::kJson, kInfo, "--json", "Print JSON, an array of one object a movie")
         .Excludes(Id::kLog),
@@ -90,7 +108,7 @@ constexpr OptionInfo kOptions[] = {
            "How many frames are hashed at once; without it one for each processor"),
     Text(Id::kOutput, kAudio, "--output", "OUT.wav|DIR|-",
          "The WAV file to write; - is standard output. With --all, a name that does not end in "
-         ".wav is that of a folder")
+         ".wav is that of a folder. Of several movies, the folder for what comes of each")
         .Letter("-o")
         .Required(),
     Number(Id::kStream, kAudio, "--stream", "N", "0", 0, kUnlimited,
@@ -106,7 +124,9 @@ constexpr OptionInfo kOptions[] = {
          "Write what there is of a sound that is not all in the file"),
     Text(Id::kOutput, kFrames, "--output", "DIR|-",
          "The folder to write into, a file for each frame named by its number; with --raw, - "
-         "writes all frames to standard output, one after the other")
+         "writes all frames to standard output, one after the other. Of several movies, a folder "
+         "for "
+         "the folders of each")
         .Letter("-o")
         .Required(),
     Text(Id::kRange, kFrames, "--range", "A:B",
@@ -124,7 +144,7 @@ constexpr OptionInfo kOptions[] = {
          "On standard output, fill the places of frames that can't be read with zeros")
         .Needs(Id::kRaw),
     Text(Id::kOutput, kSheet, "--output", "SHEET.png|-",
-         "The picture to write; - is standard output")
+         "The picture to write; - is standard output. Of several movies, the folder to write into")
         .Letter("-o")
         .Required(),
     Number(Id::kColumns, kSheet, "--columns", "N", "4", 1, 20, "Frames beside each other"),
@@ -225,7 +245,7 @@ std::string Arguments::Problem() const {
     }
     const auto command = std::find_if(std::begin(kCommands), std::end(kCommands),
                                       [this](const auto& each) { return each.id == mCommand; });
-    if (mMovies.empty()) {
+    if (mMovies.empty() && !Has(OptionId::kFilesFrom)) {
         return "no movie is named";
     }
     if (mMovies.size() > 1 && !command->takesMovies) {

@@ -36,6 +36,9 @@ enum class OptionId {
     kModule,
     kTimeout,
     kQuiet,
+    kRecursive,
+    kFilesFrom,
+    kNull,
     kLog,
     kJson,
     kJsonLines,
@@ -113,7 +116,6 @@ class Arguments {
               std::map<OptionId, std::string> values);
 
     const std::vector<std::string>& Movies() const { return mMovies; }
-    const std::string& Movie() const { return mMovies.front(); }
 
     bool Has(OptionId option) const { return mValues.count(option) != 0; }
 

@@ -55,7 +55,8 @@ CLI::App* AddCommand(CLI::App& app, const CommandInfo& command, Given& given) {
     CLI::App* const added = app.add_subcommand(command.name, command.help);
     added
         ->add_option("movie", given.movies,
-                     command.takesMovies ? "QuickTime movies" : "A QuickTime movie")
+                     command.takesMovies ? "QuickTime movies; with -r, folders of them"
+                                         : "A QuickTime movie")
         ->type_name(command.takesMovies ? "MOVIE..." : "MOVIE");
     AddOptions(*added, In(command.id), given);
     return added;

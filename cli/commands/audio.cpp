@@ -254,7 +254,8 @@ int WriteSounds(Sounds& sounds, const Arguments& arguments, const std::string& m
 }
 
 int WriteNativeSounds(const Arguments& arguments) {
-    if (arguments.Movies().size() != 1) {
+    if (arguments.Movies().size() != 1 || arguments.Has(OptionId::kRecursive) ||
+        arguments.Has(OptionId::kFilesFrom)) {
         return Complain(kExitUsage, "--native takes one movie");
     }
     const std::string& path = arguments.Movies().front();
@@ -275,10 +276,14 @@ int RunAudio(const Arguments& arguments) {
     if (arguments.Has(OptionId::kNative)) {
         return WriteNativeSounds(arguments);
     }
-    return WithMovie(arguments, [&arguments](const MovieAtWork& movie) {
+    return WithMovies(arguments, [&arguments](const MovieAtWork& movie) {
+        std::string place;
+        const char* const extension = arguments.Has(OptionId::kAll) ? "" : ".wav";
+        if (const Problem problem = FindOutput(arguments, movie, extension, place)) {
+            return Complain(movie.path, problem);
+        }
         FloatSounds sounds(movie, arguments);
-        return WriteSounds(sounds, arguments, movie.path, movie.inputs,
-                           arguments.Text(OptionId::kOutput));
+        return WriteSounds(sounds, arguments, movie.path, movie.inputs, place);
     });
 }
 

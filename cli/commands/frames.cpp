@@ -102,9 +102,8 @@ int WriteFrames(const MovieAtWork& movie, FrameRange range, bool fillsPlaces, Fr
     return Graver(problem.code, missing.Code());
 }
 
-std::unique_ptr<FrameOutput> MakeOutput(const Arguments& arguments, const InputFiles& inputs,
-                                        const imFileInfoRec8& video) {
-    const std::string place = arguments.Text(OptionId::kOutput);
+std::unique_ptr<FrameOutput> MakeOutput(const Arguments& arguments, const std::string& place,
+                                        const InputFiles& inputs, const imFileInfoRec8& video) {
     if (arguments.Has(OptionId::kRaw)) {
         const RawLayout layout = {static_cast<uint32_t>(video.subType), video.width, video.height};
         return std::make_unique<RawOutput>(place, inputs, layout, arguments.Has(OptionId::kCustom));
@@ -121,11 +120,19 @@ int WriteVideo(const MovieAtWork& movie, const Arguments& arguments) {
     if (!problem) {
         problem = ReadFrameRange(arguments.Text(OptionId::kRange), FrameCount(*video), range);
     }
+    std::string place;
+    if (!problem) {
+        problem = FindOutput(arguments, movie, "", place);
+    }
     if (problem) {
         return Complain(movie.path, problem);
     }
-    const auto output = MakeOutput(arguments, movie.inputs, *video);
-    return WriteFrames(movie, range, arguments.Has(OptionId::kPartial), *output);
+    const auto output = MakeOutput(arguments, place, movie.inputs, *video);
+    const int exitCode = WriteFrames(movie, range, arguments.Has(OptionId::kPartial), *output);
+    if (exitCode == kExitDone || exitCode == kExitRefused) {
+        TellDone(arguments, movie, place);
+    }
+    return exitCode;
 }
 
 }  // namespace
@@ -134,7 +141,7 @@ int RunFrames(const Arguments& arguments) {
     if (arguments.Text(OptionId::kOutput) == "-" && !arguments.Has(OptionId::kRaw)) {
         return Complain(kExitUsage, "only --raw frames go to standard output");
     }
-    return WithMovie(
+    return WithMovies(
         arguments, [&arguments](const MovieAtWork& movie) { return WriteVideo(movie, arguments); });
 }
 

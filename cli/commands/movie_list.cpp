@@ -6,11 +6,13 @@
 
 #include "cli/commands/commands.h"
 #include "cli/commands/with_movie.h"
+#include "cli/movie/movie_files.h"
 #include "cli/movie/movie_json.h"
 #include "cli/movie/session.h"
 #include "cli/movie/time_limit.h"
 #include "cli/output/complain.h"
 #include "cli/output/output_file.h"
+#include "cli/output/progress_bar.h"
 
 namespace kvx_cli {
 
@@ -43,6 +45,7 @@ struct Format {
     const char* before = "";
     const char* between = "";
     const char* after = "";
+    const char* none = "";  // if there is no movie
     std::function<std::string(const MovieFacts&)> write;
 };
 
@@ -56,18 +59,24 @@ Format ChooseFormat(const Arguments& arguments,
                     const std::function<std::string(const MovieFacts&)>& inWords) {
     if (arguments.Has(OptionId::kJsonLines)) {
         constexpr int kOneLine = -1;
-        return {"", "", "", [](const MovieFacts& facts) { return Dump(facts, kOneLine) + "\n"; }};
+        return {"", "", "", "",
+                [](const MovieFacts& facts) { return Dump(facts, kOneLine) + "\n"; }};
     }
     if (arguments.Has(OptionId::kJson)) {
-        return {"[\n", ",\n", "\n]\n", [](const MovieFacts& facts) { return Dump(facts, 2); }};
+        return {"[\n", ",\n", "\n]\n", "[]\n",
+                [](const MovieFacts& facts) { return Dump(facts, 2); }};
     }
-    return {"", "", "", inWords};
+    return {"", "", "", "", inWords};
 }
 
 }  // namespace
 
 int TellOfMovies(const Arguments& arguments, bool countsWarnings,
                  const std::function<std::string(const MovieFacts&)>& inWords) {
+    const MovieFiles movies = FindMovies(arguments);
+    if (movies.problem) {
+        return Complain(movies.problem.code, movies.problem.words);
+    }
     Problem problem;
     const auto session = Session::Start(arguments.Text(OptionId::kModule), problem);
     if (session == nullptr) {
@@ -77,32 +86,43 @@ int TellOfMovies(const Arguments& arguments, bool countsWarnings,
     const bool mayWriteOverInput = IsStandardOutputFile();
     if (mayWriteOverInput) {
         InputFiles inputs;
-        for (const std::string& path : arguments.Movies()) {
-            inputs.Add(path);
+        for (const MovieFile& movie : movies.files) {
+            inputs.Add(movie.path);
         }
         if (problem = CheckStandardOutput(inputs); problem) {
             return Complain(problem.code, problem.words);
         }
     }
+    const bool leavesOutFine = countsWarnings && arguments.Has(OptionId::kQuiet) &&
+                               !arguments.Has(OptionId::kJson) &&
+                               !arguments.Has(OptionId::kJsonLines);
     const Format format = ChooseFormat(arguments, inWords);
-    ExitCode exitCode = kExitDone;
+    ExitCode exitCode = movies.code;
     const char* before = format.before;
     TimeLimit limit(Timeout(arguments));
-    for (const std::string& path : arguments.Movies()) {
+    ProgressBar progress("movies", static_cast<int64_t>(movies.files.size()));
+    int64_t done = 0;
+    for (const MovieFile& movie : movies.files) {
+        const std::string& path = movie.path;
         auto facts = limit.Ask<MovieFacts>([session, path] { return FindFacts(*session, path); });
         const MovieFacts told = facts ? std::move(*facts) : NoFacts(path, limit.Words());
         if (problem = mayWriteOverInput ? CheckStandardOutput(InputsOf(told)) : problem; problem) {
             return Complain(path, problem);
         }
-        const std::string text = before + format.write(told);
-        std::fwrite(text.data(), 1, text.size(), stdout);
-        if (arguments.Has(OptionId::kJsonLines) && !FlushStandardOutput()) {
-            return kExitFailed;
+        const ExitCode movieCode = ExitCodeOf(told, countsWarnings);
+        if (!leavesOutFine || movieCode != kExitDone) {
+            const std::string text = before + format.write(told);
+            ProgressBar::Wipe();
+            std::fwrite(text.data(), 1, text.size(), stdout);
+            if (!FlushStandardOutput()) {
+                return kExitFailed;
+            }
+            before = format.between;
         }
-        exitCode = Graver(exitCode, ExitCodeOf(told, countsWarnings));
-        before = format.between;
+        exitCode = Graver(exitCode, movieCode);
+        progress.Update(++done);
     }
-    std::fputs(format.after, stdout);
+    std::fputs(movies.files.empty() ? format.none : format.after, stdout);
     return FlushStandardOutput() ? exitCode : kExitFailed;
 }
 

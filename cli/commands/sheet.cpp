@@ -164,9 +164,13 @@ int RunSheet(const Arguments& arguments) {
     if (const Problem problem = CheckLayout(layout)) {
         return Complain(problem.code, problem.words);
     }
-    return WithMovie(arguments, [&](const MovieAtWork& movie) -> int {
+    return WithMovies(arguments, [&](const MovieAtWork& movie) -> int {
+        std::string place;
+        Problem problem = FindOutput(arguments, movie, ".png", place);
         OutputFile file;
-        Problem problem = file.Open(arguments.Text(OptionId::kOutput), movie.inputs);
+        if (!problem) {
+            problem = file.Open(place, movie.inputs);
+        }
         SheetMaker maker(movie, layout);
         Picture sheet;
         if (!problem) {
@@ -175,7 +179,11 @@ int RunSheet(const Arguments& arguments) {
         if (!problem) {
             problem = WritePng(file, sheet, {});
         }
-        return problem ? Complain(movie.path, problem) : maker.Code();
+        if (problem) {
+            return Complain(movie.path, problem);
+        }
+        TellDone(arguments, movie, place);
+        return maker.Code();
     });
 }
 

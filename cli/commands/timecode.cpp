@@ -7,6 +7,8 @@
 #include "cli/commands/with_movie.h"
 #include "cli/movie/track_look.h"
 #include "cli/output/complain.h"
+#include "cli/output/output_file.h"
+#include "cli/output/progress_bar.h"
 
 namespace kvx_cli {
 
@@ -30,13 +32,15 @@ std::string WhyNone(const MovieAtWork& movie) {
 }  // namespace
 
 int RunTimecode(const Arguments& arguments) {
-    return WithMovie(arguments, [](const MovieAtWork& movie) {
+    return WithMovies(arguments, [](const MovieAtWork& movie) -> int {
         const std::string timecode = ReadTimecodeStart(movie.clip).text;
         if (timecode.empty()) {
             return Complain(kExitRefused, movie.path, WhyNone(movie));
         }
-        std::printf("%s\n", timecode.c_str());
-        return static_cast<int>(kExitDone);
+        ProgressBar::Wipe();
+        std::printf("%s%s\n", timecode.c_str(),
+                    movie.isOneOfMany ? ("  " + movie.path).c_str() : "");
+        return FlushStandardOutput() ? kExitDone : kExitFailed;
     });
 }
 

@@ -1,16 +1,72 @@
 #include "cli/commands/with_movie.h"
 
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <utility>
+
+#include "cli/movie/movie_files.h"
 #include "cli/output/complain.h"
 #include "cli/output/output_file.h"
+#include "cli/output/progress_bar.h"
 
 namespace kvx_cli {
+
+namespace {
+
+// Of many movies, what can't go where it is to go.
+Problem CheckOutputs(const Arguments& arguments, const MovieFiles& movies) {
+    if (!arguments.Has(OptionId::kOutput) || !movies.areMany) {
+        return {};
+    }
+    if (arguments.Text(OptionId::kOutput) == "-") {
+        return {kExitUsage, "standard output takes what comes of one movie, not of several"};
+    }
+    std::map<std::string, const MovieFile*> users;
+    for (const MovieFile& movie : movies.files) {
+        const auto [user, isFirst] = users.emplace(movie.name, &movie);
+        if (!isFirst) {
+            return {kExitUsage, "what comes of " + user->second->path + " and of " + movie.path +
+                                    " would have the same name, '" + movie.name + "'"};
+        }
+    }
+    return {};
+}
+
+int WithMovie(const std::shared_ptr<const Session>& session, const MovieFile& file,
+              bool isOneOfMany, InputFiles& inputs, TimeLimit& limit,
+              const std::function<int(const MovieAtWork&)>& work) {
+    const auto movie = std::make_shared<OpenedMovie>();
+    const bool hasAnswered = limit.Run([session, movie, path = file.path] {  //
+        *movie = OpenMovie(*session, path);
+    });
+    if (!hasAnswered) {
+        return Complain(kExitFailed, file.path, limit.Words());
+    }
+    if (movie->clip == nullptr) {
+        const bool isRefusal = movie->problem.code == kExitRefused;
+        return Complain(movie->problem.code, file.path,
+                        (isRefusal ? "not importable: " : "") + movie->problem.words);
+    }
+    inputs.AddOpened();
+    const Problem problem = CheckStandardOutput(inputs);
+    return problem ? Complain(file.path, problem)
+                   : work({file.path, file.name, isOneOfMany, *movie->clip, inputs, limit});
+}
+
+}  // namespace
 
 std::chrono::milliseconds Timeout(const Arguments& arguments) {
     return std::chrono::seconds(arguments.Number(OptionId::kTimeout));
 }
 
-int WithMovie(const Arguments& arguments, const std::function<int(const MovieAtWork&)>& work) {
-    const std::string path = arguments.Movie();
+int WithMovies(const Arguments& arguments, const std::function<int(const MovieAtWork&)>& work) {
+    const MovieFiles movies = FindMovies(arguments);
+    for (const Problem& problem : {movies.problem, CheckOutputs(arguments, movies)}) {
+        if (problem) {
+            return Complain(problem.code, problem.words);
+        }
+    }
     Problem problem;
     const auto session = Session::Start(arguments.Text(OptionId::kModule), problem);
     if (session == nullptr) {
@@ -18,22 +74,39 @@ int WithMovie(const Arguments& arguments, const std::function<int(const MovieAtW
     }
     TimeLimit limit(Timeout(arguments));
     InputFiles inputs;
-    const auto movie = std::make_shared<OpenedMovie>();
-    const bool hasAnswered = limit.Run([session, movie, path] {  //
-        *movie = OpenMovie(*session, path);
-    });
-    if (!hasAnswered) {
-        return Complain(kExitFailed, path, limit.Words());
+    for (const MovieFile& file : movies.files) {
+        inputs.Add(file.path);
     }
-    if (movie->clip == nullptr) {
-        const bool isRefusal = movie->problem.code == kExitRefused;
-        return Complain(movie->problem.code, path,
-                        (isRefusal ? "not importable: " : "") + movie->problem.words);
+    ProgressBar progress("movies", movies.areMany ? static_cast<int64_t>(movies.files.size()) : 0);
+    int64_t done = 0;
+    ExitCode exitCode = movies.code;
+    for (const MovieFile& file : movies.files) {
+        exitCode = Graver(exitCode,
+                          ExitCode(WithMovie(session, file, movies.areMany, inputs, limit, work)));
+        if (movies.areMany) {
+            progress.Update(++done);
+        }
     }
-    inputs.Add(path);
-    inputs.AddOpened();
-    problem = CheckStandardOutput(inputs);
-    return problem ? Complain(path, problem) : work({path, *movie->clip, inputs, limit});
+    return exitCode;
+}
+
+Problem FindOutput(const Arguments& arguments, const MovieAtWork& movie,
+                   const std::string& extension, std::string& place) {
+    place = arguments.Text(OptionId::kOutput);
+    if (!movie.isOneOfMany) {
+        return {};
+    }
+    const std::filesystem::path path = std::filesystem::path(place) / (movie.name + extension);
+    place = path.string();
+    return MakeOutputFolder(path.parent_path().string());
+}
+
+void TellDone(const Arguments& arguments, const MovieAtWork& movie, const std::string& words) {
+    if (movie.isOneOfMany && !arguments.Has(OptionId::kQuiet)) {
+        ProgressBar::Wipe();
+        std::printf("%s: %s\n", movie.path.c_str(), words.c_str());
+        std::fflush(stdout);
+    }
 }
 
 }  // namespace kvx_cli

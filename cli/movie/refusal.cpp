@@ -162,7 +162,7 @@ Problem FileProblem(const std::string& path) {
                                                    std::strerror(errno)};
     }
     if (S_ISDIR(status.st_mode)) {
-        return {kExitFailed, "it is a folder, not a file"};
+        return {kExitFailed, "it is a folder, not a file; -r takes the movies in it"};
     }
     // A pipe would be waited for, with nobody at its other end.
     if (!S_ISREG(status.st_mode)) {

@@ -6,6 +6,8 @@
 #include <array>
 #include <cstdio>
 
+#include "cli/output/progress_bar.h"
+
 namespace kvx_cli {
 
 namespace {
@@ -27,6 +29,7 @@ void KeepStandardError() {
 
 int Complain(int exitCode, const std::string& words) {
     const std::string line = "kvx: " + words + "\n";
+    ProgressBar::Wipe();
     std::fflush(stderr);
     const int descriptor = gStandardError != -1 ? gStandardError : STDERR_FILENO;
     for (size_t written = 0; written < line.size();) {

@@ -15,6 +15,7 @@ constexpr std::chrono::milliseconds kQuietTime{400};
 constexpr std::chrono::milliseconds kBetweenDraws{100};
 
 bool gDrawsNone = false;
+ProgressBar* gDrawn = nullptr;  // what stands on the terminal's line
 
 std::FILE* OpenTerminal() {
     return !gDrawsNone && isatty(STDERR_FILENO) == 1 ? fdopen(dup(STDERR_FILENO), "w") : nullptr;
@@ -44,21 +45,35 @@ ProgressBar::ProgressBar(std::string label, int64_t total)
       mNextDraw(Clock::now() + kQuietTime) {}
 
 ProgressBar::~ProgressBar() {
-    if (mDrawn) {
-        std::fprintf(mTerminal, "\r\033[K");
-    }
+    WipeOwn();
     if (mTerminal != nullptr) {
         std::fclose(mTerminal);
     }
 }
 
+void ProgressBar::Wipe() {
+    if (gDrawn != nullptr) {
+        gDrawn->WipeOwn();
+    }
+}
+
+void ProgressBar::WipeOwn() {
+    if (gDrawn == this) {
+        std::fprintf(mTerminal, "\r\033[K");
+        std::fflush(mTerminal);
+        gDrawn = nullptr;
+    }
+}
+
 void ProgressBar::Update(int64_t done) {
     const Clock::time_point now = Clock::now();
-    if (mTerminal == nullptr || now < mNextDraw) {
+    const bool wasWiped = mDrawn && gDrawn == nullptr;
+    if (mTerminal == nullptr || (now < mNextDraw && !wasWiped)) {
         return;
     }
     mNextDraw = now + kBetweenDraws;
     mDrawn = true;
+    gDrawn = this;
     std::fprintf(mTerminal, "\r\033[K%s", ProgressText(mLabel, done, mTotal).c_str());
     std::fflush(mTerminal);
 }

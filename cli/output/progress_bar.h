@@ -17,6 +17,10 @@ class ProgressBar {
     // No bar of the program is drawn from now on.
     static void DrawNone();
 
+    // Empties the line that a bar of the program stands on, before something else is printed. The
+    // next Update draws it anew. Where bars are used inside each other, the one drawn last stands.
+    static void Wipe();
+
     // Leaves an empty line behind.
     ~ProgressBar();
 
@@ -26,6 +30,8 @@ class ProgressBar {
     void Update(int64_t done);
 
   private:
+    void WipeOwn();
+
     using Clock = std::chrono::steady_clock;
 
     std::string mLabel;

@@ -26,24 +26,54 @@ const char kBehindEnd[] = "the file ends before it does";
 
 }  // namespace
 
+// What frames under way must find at the end of their road.
+struct FrameReader::HostSide {
+    explicit HostSide(kvx_hostkit::Host& host) : buffers(host), cache(host) {}
+
+    // That of an earlier reader whose frames may still come, or never; else a new one. There can
+    // be but one at a time.
+    static std::unique_ptr<HostSide> Take(kvx_hostkit::Host& host) {
+        return LeftBehind() != nullptr ? std::exchange(LeftBehind(), nullptr)
+                                       : std::make_unique<HostSide>(host);
+    }
+
+    static void LeaveBehind(std::unique_ptr<HostSide> hostSide) {
+        hostSide->isLate = true;
+        LeftBehind() = std::move(hostSide);
+    }
+
+    PixelBuffers buffers;
+    FrameCache cache;
+    bool isLate = false;  // frames of an earlier reader may come
+
+  private:
+    // Never destroyed: the frames may come while the process ends.
+    static std::unique_ptr<HostSide>& LeftBehind() {
+        static auto& leftBehind = *new std::unique_ptr<HostSide>;
+        return leftBehind;
+    }
+};
+
 FrameReader::FrameReader(const kvx_hostkit::Clip& clip, std::vector<int64_t> frames,
                          std::vector<PrPixelFormat> formats, milliseconds timeout)
     : mClip(&clip),
       mFrames(std::move(frames)),
       mFormats(std::move(formats)),
       mTimeout(timeout),
-      mBuffers(std::make_unique<PixelBuffers>(clip.GetImporter().GetHost())),
-      mCache(std::make_unique<FrameCache>(clip.GetImporter().GetHost())),
+      mHostSide(HostSide::Take(clip.GetImporter().GetHost())),
+      mCache(&mHostSide->cache),
+      mAdditionsBefore(mCache->Additions()),
       mSource(std::make_unique<FrameSource>(clip)) {}
 
 FrameReader::~FrameReader() {
     LetGo();
     // Frames may still be under way, and must find the host's side of their road when they end.
     const bool mayComeLate = mProblem || mIsShort;
-    if (!mCache->WaitForAdditions(mOutstanding, mayComeLate ? mTimeout / 100 : mTimeout)) {
-        // The rest may come at any time, or never: then the process ends with it.
-        static_cast<void>(mCache.release());
-        static_cast<void>(mBuffers.release());
+    const bool haveCome = mCache->WaitForAdditions(mAdditionsBefore + mOutstanding,
+                                                   mayComeLate ? mTimeout / 100 : mTimeout);
+    if (mHostSide->isLate || !haveCome) {
+        // The rest may come at any time, or never.
+        HostSide::LeaveBehind(std::move(mHostSide));
     }
 }
 

@@ -57,6 +57,8 @@ class FrameReader {
     const Problem& GetProblem() const { return mProblem; }
 
   private:
+    struct HostSide;
+
     using Clock = std::chrono::steady_clock;
     enum class Arrival { kArrived, kMissing, kTooLate };
 
@@ -79,8 +81,9 @@ class FrameReader {
     std::vector<PrPixelFormat> mFormats;
     std::chrono::milliseconds mTimeout;
     ModuleLog mLog;
-    std::unique_ptr<kvx_hostkit::PixelBuffers> mBuffers;
-    std::unique_ptr<kvx_hostkit::FrameCache> mCache;
+    std::unique_ptr<HostSide> mHostSide;
+    kvx_hostkit::FrameCache* mCache;
+    int mAdditionsBefore;  // to the cache, by earlier readers
     std::unique_ptr<kvx_hostkit::FrameSource> mSource;
     int64_t mTicksPerFrame = 0;
     std::vector<Request> mRequests;  // of the first of mFrames, in their order

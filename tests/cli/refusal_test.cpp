@@ -102,7 +102,7 @@ TEST_F(CliFileProblem, NamesWhatIsWrong) {
     const std::string empty = mFolder + "/empty.mov";
     std::ofstream(empty).flush();
     EXPECT_EQ(FileProblem(empty).words, "the file is empty");
-    EXPECT_EQ(FileProblem(mFolder).words, "it is a folder, not a file");
+    EXPECT_EQ(FileProblem(mFolder).words, "it is a folder, not a file; -r takes the movies in it");
     EXPECT_EQ(FileProblem(mFolder + "/missing.mov").words, "there is no such file");
     EXPECT_EQ(FileProblem(empty + "/inside.mov").words,
               "the file cannot be reached: Not a directory");

@@ -167,7 +167,7 @@ TEST(EndToEndCommand, WrongUsageIsToldApart) {
           "frames tracks/no-sound.mov --partial -o never-written",
           "sheet tracks/no-sound.mov --width 400 --columns 20 -o never-written.png",
           "frames tracks/no-sound.mov --range 3:2 -o never-written",
-          "timecode tracks/no-sound.mov tracks/timecode.mov"}) {
+          "sheet tracks/no-sound.mov tracks/timecode.mov -o -"}) {
         const CommandRun run = RunCommand(arguments);
         EXPECT_EQ(run.exitCode, 2) << arguments;
         EXPECT_THAT(run.output, testing::Not(testing::IsEmpty())) << arguments;
@@ -194,7 +194,7 @@ TEST(EndToEndCommand, WrongUsageIsToldInOneLine) {
         {"frames x.mov --depth 12 -o y", "--depth takes 8 or 16, not '12'"},
         {"frames x.mov --custom -o y", "--custom needs --raw"},
         {"info --json --log x.mov", "--json and --log exclude each other"},
-        {"timecode x.mov y.mov", "timecode takes one movie, and 'y.mov' is a second"},
+        {"timecode --null x.mov", "--null needs --files-from"},
     };
     for (const auto& row : rows) {
         const CommandRun run = RunCommand(row.arguments);
