@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "cli/commands/commands.h"
+#include "cli/picture/deflate.h"
 
 namespace kvx_cli {
 
@@ -14,6 +15,7 @@ namespace {
 
 using Id = OptionId;
 
+constexpr int64_t kMostThreads = 1024;
 constexpr int64_t kUnlimited = std::numeric_limits<int32_t>::max();
 
 constexpr OptionInfo Flag(Id id, CommandSet commands, const char* name, const char* help) {
@@ -122,27 +124,39 @@ constexpr OptionInfo kOptions[] = {
          "movies that are refused"),
     Flag(Id::kPartial, kAudio, "--partial",
          "Write what there is of a sound that is not all in the file"),
-    Text(Id::kOutput, kFrames, "--output", "DIR|-",
-         "The folder to write into, a file for each frame named by its number; with --raw, - "
-         "writes all frames to standard output, one after the other. Of several movies, a folder "
-         "for "
-         "the folders of each")
+    Text(Id::kOutput, kFrames, "--output", "DIR|FILE|-",
+         "The folder to write into, a file for each frame named by its number; with --y4m the "
+         "file. - writes to standard output: with --raw or --y4m all frames, one after the other, "
+         "else one picture. Of several movies, the folder for what comes of each")
         .Letter("-o")
         .Required(),
-    Text(Id::kRange, kFrames, "--range", "A:B",
-         "The frames from A up to but without B, counted from 0; either may be left out"),
+    Text(Id::kRange, kFrames, "--range", "A:B|TC..TC",
+         "The frames from A up to but without B, counted from 0, or the same by timecodes; either "
+         "end may be left out. Several with commas between them"),
+    Number(Id::kEvery, kFrames, "--every", "N", "1", 1, kUnlimited,
+           "Of each range the first frame, and every one N further on"),
+    Flag(Id::kTimecodeNames, kFrames, "--timecode-names",
+         "Name files by the frame's timecode: 01-00-00-00.png"),
     Flag(Id::kRaw, kFrames, "--raw",
          "Write each frame as the bytes that it has in the file, not as a picture"),
+    Flag(Id::kY4m, kFrames, "--y4m",
+         "Write the frames of 2vuy and v210 as one YUV4MPEG2 stream, of 8 and of 10 bits")
+        .Excludes(Id::kRaw),
     Choice(Id::kDepth, kFrames, "--depth", "8", 8, 16, "The bits of a component in a picture")
         .Excludes(Id::kRaw),
+    Number(Id::kCompression, kFrames | kSheet, "--compression", "N", "1", kLeastCompression,
+           kMostCompression,
+           "How hard to try for small pictures: 0 not at all, 1 fast, 9 most patient"),
+    Number(Id::kThreads, kFrames | kSheet, "--threads", "N", nullptr, 1, kMostThreads,
+           "How many threads compress pictures; if not said, one for each processor"),
     Flag(Id::kCustom, kFrames, "--custom",
          "Have the host ask for the importer's own pixel format, which carries the file's bytes "
          "behind a header. What is written are again the frame's own bytes, taken from behind the "
          "header")
         .Needs(Id::kRaw),
     Flag(Id::kPartial, kFrames, "--partial",
-         "On standard output, fill the places of frames that can't be read with zeros")
-        .Needs(Id::kRaw),
+         "With --raw on standard output, and with --y4m, fill the places of frames that can't be "
+         "read: with zeros, and with black"),
     Text(Id::kOutput, kSheet, "--output", "SHEET.png|-",
          "The picture to write; - is standard output. Of several movies, the folder to write into")
         .Letter("-o")

@@ -27,4 +27,9 @@ std::string FrameTimecode(const TimecodeStart& start, int64_t frame, int timeSca
 // counts at no rate that timecodes count in.
 std::optional<uint64_t> SamplesFromMidnight(const TimecodeStart& start, double rate);
 
+// The first frame with that timecode, between 0 and `last`; -1 if there is none. The signs between
+// the numbers do not count.
+int64_t FindFrame(const TimecodeStart& start, const std::string& timecode, int64_t last,
+                  int timeScale, int frameDuration);
+
 }  // namespace kvx_cli

@@ -163,10 +163,15 @@ Problem MakeOutputFolder(const std::string& folder) {
     return CannotWrite(folder, error ? error.value() : ENOTDIR);
 }
 
-std::string FramePath(const std::string& folder, int64_t frame, const std::string& extension) {
+std::string PathIn(const std::string& folder, const std::string& name,
+                   const std::string& extension) {
+    return (std::filesystem::path(folder) / (name + "." + extension)).string();
+}
+
+std::string FrameName(int64_t frame) {
     char number[32];
     std::snprintf(number, sizeof number, "%06lld", static_cast<long long>(frame));
-    return (std::filesystem::path(folder) / (number + ("." + extension))).string();
+    return number;
 }
 
 }  // namespace kvx_cli

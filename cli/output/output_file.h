@@ -68,9 +68,12 @@ int CloseStandardOutput(int exitCode);
 // Makes the folder if it is not there.
 Problem MakeOutputFolder(const std::string& folder);
 
-// <folder>/<frame number>.<extension>, with zeros before the number, so that the frames of any
-// usual movie are listed in order.
-std::string FramePath(const std::string& folder, int64_t frame, const std::string& extension);
+// <folder>/<name>.<extension>
+std::string PathIn(const std::string& folder, const std::string& name,
+                   const std::string& extension);
+
+// A frame's number with zeros before it, so that the frames of any usual movie are listed in order.
+std::string FrameName(int64_t frame);
 
 // "cannot write PLACE: REASON", for an errno.
 Problem CannotWrite(const std::string& place, int error);

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
 #include <string>
 
 #include "cli/output/exit_code.h"
@@ -10,6 +13,9 @@
 #include "hostkit/pixel_buffers.h"
 
 namespace kvx_cli {
+
+// What the file of a frame is called, without its extension.
+using FrameNamer = std::function<std::string(int64_t frame)>;
 
 // Where the frames of a movie go, one after the other.
 class FrameOutput {
@@ -25,29 +31,46 @@ class FrameOutput {
 
     // Open comes first, Finish last.
     virtual Problem Open() = 0;
-    virtual Problem Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) = 0;
+    // `hold` keeps the pixels where they are, for work on them that outlasts the call.
+    virtual Problem Write(int64_t frame, const kvx_hostkit::PixelBufferView& view,
+                          std::shared_ptr<const void> hold) = 0;
     virtual Problem WriteZeros(int64_t frame) = 0;
-    virtual Problem Finish() = 0;
+    virtual Problem Finish() = 0;  // also after a problem
 };
 
-// A PNG file for each frame, in a folder that is made if it is not there.
+// A PNG file for each frame, in a folder that is made if it is not there, or one on standard
+// output. While one is compressed, the next may be handed over; they are finished in order.
 class PngOutput : public FrameOutput {
   public:
-    // `depth` is the bits of a component, 8 or 16. No file of `inputs` is written over.
-    PngOutput(std::string folder, const InputFiles& inputs, int depth, PixelAspect aspect);
+    // "-" is standard output. `depth` is the bits of a component, 8 or 16. `pool` compresses. No
+    // file of `inputs` is written over.
+    PngOutput(std::string place, const InputFiles& inputs, int depth, const PngSettings& settings,
+              WorkerPool& pool, FrameNamer name);
 
     PrPixelFormat Format() const override;
     bool NamesFrames() const override { return true; }
     Problem Open() override;
-    Problem Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) override;
+    Problem Write(int64_t frame, const kvx_hostkit::PixelBufferView& view,
+                  std::shared_ptr<const void> hold) override;
     Problem WriteZeros(int64_t frame) override;
-    Problem Finish() override { return {}; }
+    Problem Finish() override;
 
   private:
-    std::string mFolder;
+    struct Picture {
+        std::string place;
+        std::shared_ptr<const void> hold;
+        std::unique_ptr<PngEncoding> encoding;
+    };
+
+    Problem FinishFirst();
+
+    std::string mPlace;
     const InputFiles* mInputs;
     int mDepth;
-    PixelAspect mAspect;
+    PngSettings mSettings;
+    WorkerPool* mPool;
+    FrameNamer mName;
+    std::deque<Picture> mPictures;  // that are being compressed
 };
 
 // What the bytes of a frame in the file are: the layout's code and the size in pixels.
@@ -61,14 +84,16 @@ struct RawLayout {
 // not there, or one after the other on standard output.
 class RawOutput : public FrameOutput {
   public:
-    // "-" is standard output. Files are called <frame number>.<fileFormat>. With `custom` the
+    // "-" is standard output. Files have the format's code as extension. With `custom` the
     // frames come in the importer's own pixel format. No file of `inputs` is written over.
-    RawOutput(std::string place, const InputFiles& inputs, const RawLayout& layout, bool custom);
+    RawOutput(std::string place, const InputFiles& inputs, const RawLayout& layout, bool custom,
+              FrameNamer name);
 
     PrPixelFormat Format() const override;
     bool NamesFrames() const override { return !mIsStream; }
     Problem Open() override;
-    Problem Write(int64_t frame, const kvx_hostkit::PixelBufferView& view) override;
+    Problem Write(int64_t frame, const kvx_hostkit::PixelBufferView& view,
+                  std::shared_ptr<const void> hold) override;
     Problem WriteZeros(int64_t frame) override;
     Problem Finish() override;
 
@@ -78,6 +103,7 @@ class RawOutput : public FrameOutput {
     const InputFiles* mInputs;
     RawLayout mLayout;
     bool mCustom;
+    FrameNamer mName;
     OutputFile mStream;
 };
 

@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "cli/movie/refusal.h"
+#include "cli/movie/streams.h"
 #include "cli/movie/time_limit.h"
+#include "cli/picture/raw_frame.h"
 
 namespace kvx_cli {
 
@@ -22,13 +24,39 @@ constexpr milliseconds kBetweenLooks{20};
 constexpr milliseconds kPastEnd{1000};
 constexpr milliseconds kPastEndAlone{100};
 
+// What frames that were asked for may take, in the host's buffers and in those that are read into.
+constexpr size_t kBytesAhead = size_t{96} << 20;
+
 const char kBehindEnd[] = "the file ends before it does";
+
+// As many as there is memory for, and one in any case.
+size_t FramesAhead(const kvx_hostkit::Clip& clip, PrPixelFormat format) {
+    const std::vector<imFileInfoRec8> streams = clip.Streams();
+    const imFileInfoRec8* const video = FindVideo(streams);
+    if (video == nullptr || video->width < 1 || video->height < 1) {
+        return FrameReader::kFramesAhead;
+    }
+    const size_t fileSize =
+        RawFrameSize(static_cast<uint32_t>(video->subType), video->width, video->height);
+    const auto hostRow =
+        static_cast<size_t>(std::max(kvx_hostkit::TightRowBytes(format, video->width), 0));
+    const size_t size = fileSize + hostRow * static_cast<size_t>(video->height);
+    return std::clamp(kBytesAhead / size, size_t{1}, FrameReader::kFramesAhead);
+}
 
 }  // namespace
 
 // What frames under way must find at the end of their road.
 struct FrameReader::HostSide {
-    explicit HostSide(kvx_hostkit::Host& host) : buffers(host), cache(host) {}
+    explicit HostSide(kvx_hostkit::Host& host) : buffers(host, Settings()), cache(host) {}
+
+    // A frame that could not be read is told by the log, so that none need be filled before.
+    static kvx_hostkit::PixelBufferSettings Settings() {
+        kvx_hostkit::PixelBufferSettings settings;
+        settings.fills = false;
+        settings.recycles = true;
+        return settings;
+    }
 
     // That of an earlier reader whose frames may still come, or never; else a new one. There can
     // be but one at a time.
@@ -78,6 +106,7 @@ FrameReader::~FrameReader() {
 }
 
 Problem FrameReader::Start() {
+    mAhead = FramesAhead(*mClip, mFormats.front());
     mTicksPerFrame = FrameSource::TicksPerFrame(*mClip);
     if (mTicksPerFrame <= 0) {
         mProblem = {kExitRefused, "its frames have no rate"};
@@ -119,7 +148,7 @@ bool FrameReader::Next(Frame& frame) {
 }
 
 void FrameReader::AskAhead() {
-    const size_t ahead = mNext < mCarefulEnd ? 1 : kFramesAhead;
+    const size_t ahead = mNext < mCarefulEnd ? 1 : mAhead;
     const size_t end = std::min(mFrames.size(), mNext + ahead);
     while (mRequests.size() < end) {
         const int64_t number = mFrames[mRequests.size()];

@@ -22,7 +22,8 @@ namespace kvx_cli {
 // without its number. Where the log tells of a failure, frames are asked for again, one at a time.
 class FrameReader {
   public:
-    // More would only take memory: the module reads with eight threads.
+    // At most; fewer where frames are large. More would only take memory: the module reads with
+    // eight threads.
     static constexpr size_t kFramesAhead = 8;
 
     struct Frame {
@@ -87,6 +88,7 @@ class FrameReader {
     std::unique_ptr<kvx_hostkit::FrameSource> mSource;
     int64_t mTicksPerFrame = 0;
     std::vector<Request> mRequests;  // of the first of mFrames, in their order
+    size_t mAhead = 1;               // how many are asked for
     size_t mNext = 0;                // of mFrames, how many were delivered
     size_t mCarefulEnd = 0;          // up to this one of mFrames, one at a time
     int mOutstanding = 0;            // additions to the cache that are still to come

@@ -19,8 +19,11 @@ struct Picture {
 // The host's format to ask for, for pictures of `depth` bits.
 PrPixelFormat PictureFormat(int depth);
 
-// `view` is a frame in one of those formats, whose first row is the lowest. The host's 16-bit white
-// is 32768.
+// Writes a row of a frame in one of those formats, counted from the top, as it is in a picture.
+// `view` has its lowest row first. The host's 16-bit white is 32768.
+void WritePictureRow(const kvx_hostkit::PixelBufferView& view, int row, uint8_t* bytes);
+
+// All of them.
 Picture PictureOf(const kvx_hostkit::PixelBufferView& view);
 
 }  // namespace kvx_cli

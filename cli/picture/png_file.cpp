@@ -1,65 +1,188 @@
 #include "cli/picture/png_file.h"
 
-#include <png.h>
+#include <zlib.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <csetjmp>
-#include <cstddef>
 #include <cstdio>
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include "cli/picture/deflate.h"
+#include "cli/picture/png_filter.h"
 
 namespace kvx_cli {
 
 namespace {
 
-// Frames are many and looked at once: the fastest compression.
-constexpr int kCompression = 1;
+constexpr size_t kSliceBytes = 1 << 18;
+constexpr uint8_t kSignature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+constexpr uint8_t kColourRgb = 2;
+constexpr uint32_t kLargest = 0x7FFFFFFF;  // width and height
 
-// libpng leaves by longjmp() when it fails, past this function's own variables: there are none with
-// a destructor, nor any that change after setjmp().
-bool WriteInto(std::FILE* file, png_structp png, png_infop info, const Picture& picture,
-               PixelAspect aspect) {
-    if (setjmp(png_jmpbuf(png)) != 0) {
-        return false;
+// zlib's head of two bytes: deflate with a window of 32 KiB.
+constexpr uint8_t kStreamHead[] = {0x78, 0x01};
+
+using Bytes = std::vector<uint8_t>;
+
+void AppendU32(Bytes& bytes, uint32_t value) {
+    for (const int shift : {24, 16, 8, 0}) {
+        bytes.push_back(static_cast<uint8_t>(value >> shift));
     }
-    png_init_io(png, file);
-    png_set_compression_level(png, kCompression);
-    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
-    png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width),
-                 static_cast<png_uint_32>(picture.height), picture.depth, PNG_COLOR_TYPE_RGB,
-                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+}
+
+// A chunk is its length, its type, its data and a sum of type and data. Begin, append the data,
+// end.
+size_t BeginChunk(Bytes& bytes, const char* type) {
+    const size_t start = bytes.size();
+    AppendU32(bytes, 0);
+    bytes.insert(bytes.end(), type, type + 4);
+    return start;
+}
+
+void EndChunk(Bytes& bytes, size_t start) {
+    constexpr size_t kHead = 8;
+    Bytes length;
+    AppendU32(length, static_cast<uint32_t>(bytes.size() - start - kHead));
+    std::copy(length.begin(), length.end(), bytes.begin() + static_cast<ptrdiff_t>(start));
+    AppendU32(bytes, static_cast<uint32_t>(crc32_z(crc32_z(0, nullptr, 0), &bytes[start + 4],
+                                                   bytes.size() - start - 4)));
+}
+
+Bytes Head(const PictureRows& rows, PixelAspect aspect) {
+    Bytes head(std::begin(kSignature), std::end(kSignature));
+    const size_t header = BeginChunk(head, "IHDR");
+    AppendU32(head, static_cast<uint32_t>(rows.width));
+    AppendU32(head, static_cast<uint32_t>(rows.height));
+    head.insert(head.end(), {static_cast<uint8_t>(rows.depth), kColourRgb, 0, 0, 0});
+    EndChunk(head, header);
     if (aspect.width != aspect.height) {
-        // Pixels for each unit of length: the wider a pixel, the fewer.
-        png_set_pHYs(png, info, aspect.height, aspect.width, PNG_RESOLUTION_UNKNOWN);
+        // Pixels for each unit of length, which is not said: the wider a pixel, the fewer.
+        const size_t shape = BeginChunk(head, "pHYs");
+        AppendU32(head, aspect.height);
+        AppendU32(head, aspect.width);
+        head.push_back(0);
+        EndChunk(head, shape);
     }
-    png_write_info(png, info);
-    const size_t rowBytes = png_get_rowbytes(png, info);
-    for (size_t row = 0; row < static_cast<size_t>(picture.height); ++row) {
-        png_write_row(png, picture.bytes.data() + row * rowBytes);
-    }
-    png_write_end(png, info);
-    return true;
+    return head;
 }
 
-void IgnoreMessage(png_structp, png_const_charp) {}
-
-void LeaveByError(png_structp png, png_const_charp) {
-    png_longjmp(png, 1);
+Bytes Tail(uint32_t checksum) {
+    Bytes tail;
+    const size_t last = BeginChunk(tail, "IDAT");
+    AppendEndOfDeflated(tail);
+    AppendU32(tail, checksum);
+    EndChunk(tail, last);
+    EndChunk(tail, BeginChunk(tail, "IEND"));
+    return tail;
 }
 
-bool WriteAll(std::FILE* file, const Picture& picture, PixelAspect aspect) {
-    png_structp png =
-        png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, LeaveByError, IgnoreMessage);
-    png_infop info = png != nullptr ? png_create_info_struct(png) : nullptr;
-    const bool written = info != nullptr && WriteInto(file, png, info, picture, aspect);
-    png_destroy_write_struct(&png, &info);
-    return written;
+bool Write(std::FILE* file, const Bytes& bytes) {
+    errno = 0;
+    return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
 }
 
 }  // namespace
 
-Problem WritePng(OutputFile& file, const Picture& picture, PixelAspect aspect) {
-    errno = 0;
-    return WriteAll(file.Stream(), picture, aspect) ? file.Finish() : file.Failure();
+PngEncoding::PngEncoding(WorkerPool& pool, PictureRows rows, const PngSettings& settings)
+    : mRows(std::move(rows)), mSettings(settings) {
+    if (mRows.width < 1 || mRows.height < 1) {
+        return;
+    }
+    const size_t rowsOfSlice = std::max<size_t>(kSliceBytes / (mRows.RowBytes() + 1), 1);
+    const auto step = static_cast<int>(std::min(rowsOfSlice, static_cast<size_t>(mRows.height)));
+    for (int row = 0; row < mRows.height; row += std::min(step, mRows.height - row)) {
+        mSlices.push_back({row, row + std::min(step, mRows.height - row), {}});
+    }
+    mLeft = mSlices.size();
+    for (Slice& slice : mSlices) {
+        pool.Do([this, &slice] {
+            try {
+                Compress(slice);
+            } catch (const std::bad_alloc&) {
+                slice.hasFailed = true;
+            }
+            const std::lock_guard<std::mutex> guard(mLock);
+            slice.isDone = true;
+            --mLeft;
+            mDone.notify_all();
+        });
+    }
+}
+
+PngEncoding::~PngEncoding() {
+    std::unique_lock<std::mutex> guard(mLock);
+    mDone.wait(guard, [this] { return mLeft == 0; });
+}
+
+void PngEncoding::Compress(Slice& slice) const {
+    const size_t rowBytes = mRows.RowBytes();
+    const size_t filteredBytes = rowBytes + 1;
+    Bytes row(rowBytes);
+    Bytes above(rowBytes);
+    Bytes scratch(rowBytes);
+    Bytes filtered(filteredBytes * static_cast<size_t>(slice.endRow - slice.firstRow));
+    if (slice.firstRow > 0) {
+        mRows.write(slice.firstRow - 1, above.data());
+    }
+    uint8_t* place = filtered.data();
+    for (int number = slice.firstRow; number < slice.endRow; ++number, place += filteredBytes) {
+        mRows.write(number, row.data());
+        FilterRow(row.data(), above.data(), rowBytes, static_cast<size_t>(mRows.depth / 8) * 3,
+                  place, scratch.data());
+        std::swap(row, above);
+    }
+    slice.size = filtered.size();
+    slice.checksum =
+        static_cast<uint32_t>(adler32_z(adler32_z(0, nullptr, 0), filtered.data(), slice.size));
+    const size_t chunk = BeginChunk(slice.chunk, "IDAT");
+    if (slice.firstRow == 0) {
+        slice.chunk.insert(slice.chunk.end(), std::begin(kStreamHead), std::end(kStreamHead));
+    }
+    AppendDeflated(filtered.data(), filtered.size(), mSettings.compression, slice.chunk);
+    EndChunk(slice.chunk, chunk);
+}
+
+Problem PngEncoding::WriteInto(OutputFile& file) {
+    if (mSlices.empty() || static_cast<uint32_t>(mRows.width) > kLargest) {
+        return {kExitRefused, "there is no PNG picture of " + std::to_string(mRows.width) + " x " +
+                                  std::to_string(mRows.height) + " pixels"};
+    }
+    if (!Write(file.Stream(), Head(mRows, mSettings.aspect))) {
+        return file.Failure();
+    }
+    auto checksum = static_cast<uLong>(adler32_z(0, nullptr, 0));
+    for (Slice& slice : mSlices) {
+        {
+            std::unique_lock<std::mutex> guard(mLock);
+            mDone.wait(guard, [&slice] { return slice.isDone; });
+        }
+        if (slice.hasFailed) {
+            return {kExitFailed, "there is not enough memory for its pictures"};
+        }
+        if (!Write(file.Stream(), slice.chunk)) {
+            return file.Failure();
+        }
+        checksum = adler32_combine(checksum, slice.checksum, static_cast<z_off_t>(slice.size));
+        slice.chunk = {};
+    }
+    return Write(file.Stream(), Tail(static_cast<uint32_t>(checksum))) ? file.Finish()
+                                                                       : file.Failure();
+}
+
+PictureRows RowsOf(const Picture& picture) {
+    PictureRows rows = {picture.width, picture.height, picture.depth, {}};
+    rows.write = [&picture, size = rows.RowBytes()](int row, uint8_t* bytes) {
+        std::memcpy(bytes, picture.bytes.data() + static_cast<size_t>(row) * size, size);
+    };
+    return rows;
+}
+
+Problem WritePng(OutputFile& file, const Picture& picture, const PngSettings& settings) {
+    WorkerPool pool;
+    PngEncoding encoding(pool, RowsOf(picture), settings);
+    return encoding.WriteInto(file);
 }
 
 }  // namespace kvx_cli

@@ -1,9 +1,15 @@
 #pragma once
 
+#include <condition_variable>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <mutex>
+#include <vector>
 
 #include "cli/output/output_file.h"
 #include "cli/picture/picture.h"
+#include "cli/picture/worker_pool.h"
 
 namespace kvx_cli {
 
@@ -13,8 +19,66 @@ struct PixelAspect {
     uint32_t height = 1;
 };
 
-// Writes the picture as a PNG file, with the pixel aspect in its pHYs chunk unless pixels are
-// square.
-Problem WritePng(OutputFile& file, const Picture& picture, PixelAspect aspect);
+constexpr int kDefaultCompression = 1;
+
+// What a PNG file tells beside its pixels, and how it is made.
+struct PngSettings {
+    PixelAspect aspect;  // in the pHYs chunk unless pixels are square
+    int compression = kDefaultCompression;
+};
+
+// A picture from its top row down, R, G, B of 8 bits or of 16, big-endian.
+struct PictureRows {
+    int width = 0;
+    int height = 0;
+    int depth = 8;
+    // Writes a row, without padding. Called from several threads at a time.
+    std::function<void(int row, uint8_t* bytes)> write;
+
+    size_t RowBytes() const {
+        return static_cast<size_t>(width) * 3 * static_cast<size_t>(depth / 8);
+    }
+};
+
+// One picture on its way into a PNG file. Slices of it are compressed by the threads of a pool.
+class PngEncoding {
+  public:
+    // Begins at once. `pool` must outlive the encoding.
+    PngEncoding(WorkerPool& pool, PictureRows rows, const PngSettings& settings);
+
+    // Waits for threads that are at it.
+    ~PngEncoding();
+
+    PngEncoding(const PngEncoding&) = delete;
+    PngEncoding& operator=(const PngEncoding&) = delete;
+
+    // Writes the file as its slices come, and finishes it. Once.
+    Problem WriteInto(OutputFile& file);
+
+  private:
+    struct Slice {
+        int firstRow;
+        int endRow;
+        std::vector<uint8_t> chunk;  // an IDAT
+        uint32_t checksum = 0;       // of what was compressed
+        size_t size = 0;             // of the same
+        bool isDone = false;
+        bool hasFailed = false;  // for want of memory
+    };
+
+    void Compress(Slice& slice) const;
+
+    PictureRows mRows;
+    PngSettings mSettings;
+    std::vector<Slice> mSlices;
+    std::mutex mLock;
+    std::condition_variable mDone;
+    size_t mLeft = 0;  // slices that are not done
+};
+
+// The rows of a picture that stays where it is.
+PictureRows RowsOf(const Picture& picture);
+
+Problem WritePng(OutputFile& file, const Picture& picture, const PngSettings& settings);
 
 }  // namespace kvx_cli

@@ -43,7 +43,7 @@ class CliFrameReader : public kvx_test::HostTest {
 };
 
 TEST_F(CliFrameReader, DeliversTheRangeInOrder) {
-    FrameReader reader(*mClip, FramesOf({3, kFrames}), {PrPixelFormat_UYVY_422_8u_601},
+    FrameReader reader(*mClip, FramesOf({{3, kFrames}}, 1), {PrPixelFormat_UYVY_422_8u_601},
                        seconds(30));
     ASSERT_FALSE(reader.Start());
     for (int frame = 3; frame < kFrames; ++frame) {
@@ -65,7 +65,7 @@ TEST_F(CliFrameReader, DeliversTheRangeInOrder) {
 
 // In flight, waiting in the cache, and in the caller's hands.
 TEST_F(CliFrameReader, HoldsABoundedNumberOfFrames) {
-    FrameReader reader(*mClip, FramesOf({0, kFrames}), {kKVXCustomPixelFormat}, seconds(30));
+    FrameReader reader(*mClip, FramesOf({{0, kFrames}}, 1), {kKVXCustomPixelFormat}, seconds(30));
     ASSERT_FALSE(reader.Start());
     FrameReader::Frame frame;
     while (reader.Next(frame)) {
@@ -110,7 +110,8 @@ TEST_F(CliFrameReader, TellsWhichFramesAFileThatIsTooShortHasLost) {
         EXPECT_EQ(clip.Open(), 0);
         std::filesystem::resize_file(path, kvx_test::kMediaOffset + 30 * kLargeSize + 100);
         {
-            FrameReader reader(clip, FramesOf({20, kFrames}), {kKVXCustomPixelFormat}, seconds(30));
+            FrameReader reader(clip, FramesOf({{20, kFrames}}, 1), {kKVXCustomPixelFormat},
+                               seconds(30));
             EXPECT_FALSE(reader.Start());
             for (int number = 20; number < kFrames; ++number) {
                 FrameReader::Frame frame;
@@ -149,7 +150,7 @@ TEST_F(CliFrameReader, TellsThatFramesCouldNotBeRead) {
     const int descriptor = track->mFileDescriptor;
     track->mFileDescriptor = 100000;
     {
-        FrameReader reader(*mClip, FramesOf({5, 15}), {kKVXCustomPixelFormat}, seconds(30));
+        FrameReader reader(*mClip, FramesOf({{5, 15}}, 1), {kKVXCustomPixelFormat}, seconds(30));
         ASSERT_FALSE(reader.Start());
         FrameReader::Frame frame;
         for (int number = 5; number < 15; ++number) {
@@ -177,7 +178,8 @@ TEST_F(CliFrameReader, NamesTheOneFrameThatFails) {
     Clip clip(importer, Write(kvx_test::MovieOf({track}), "small.mov"));
     ASSERT_EQ(clip.Open(), 0);
     // A format that is converted.
-    FrameReader reader(clip, FramesOf({0, kFrames}), {PrPixelFormat_BGRA_4444_8u}, seconds(30));
+    FrameReader reader(clip, FramesOf({{0, kFrames}}, 1), {PrPixelFormat_BGRA_4444_8u},
+                       seconds(30));
     ASSERT_FALSE(reader.Start());
     for (int number = 0; number < kFrames; ++number) {
         FrameReader::Frame frame;
@@ -190,7 +192,7 @@ TEST_F(CliFrameReader, NamesTheOneFrameThatFails) {
 }
 
 TEST_F(CliFrameReader, TellsThatAFrameIsRefused) {
-    FrameReader reader(*mClip, FramesOf({5, 6}), {PrPixelFormat_RGB_444_10u}, seconds(30));
+    FrameReader reader(*mClip, FramesOf({{5, 6}}, 1), {PrPixelFormat_RGB_444_10u}, seconds(30));
     ASSERT_FALSE(reader.Start());
     FrameReader::Frame frame;
     ASSERT_TRUE(reader.Next(frame));

@@ -17,7 +17,7 @@ using kvx_test::ReadPng;
 std::string WritePng(const std::string& path, const Picture& picture, kvx_cli::PixelAspect aspect) {
     kvx_cli::OutputFile file;
     const kvx_cli::Problem problem = file.Open(path, {});
-    return problem ? problem.words : kvx_cli::WritePng(file, picture, aspect).words;
+    return problem ? problem.words : kvx_cli::WritePng(file, picture, {aspect}).words;
 }
 
 const Picture kSmall = {2, 2, 8, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "cli/picture/frame_output.h"
+#include "premiere/import_records.h"
+
+namespace kvx_cli {
+
+// What is wrong with a movie's video for a YUV4MPEG2 stream: it is not Y'CbCr. Nothing if it is.
+Problem CheckY4m(const imFileInfoRec8& video);
+
+// Frames one after the other in a YUV4MPEG2 file, or on standard output, as the planes of their own
+// Y'CbCr levels: C422 of 8 bits from 2vuy, C422p10 from v210. Its head tells size, rate, fields,
+// pixel aspect and that the levels are those of studio range. It has no place for the matrix.
+class Y4mOutput : public FrameOutput {
+  public:
+    // `place` is a file, or "-". No file of `inputs` is written over. CheckY4m first.
+    Y4mOutput(std::string place, const InputFiles& inputs, const imFileInfoRec8& video);
+
+    PrPixelFormat Format() const override;
+    bool NamesFrames() const override { return false; }
+    Problem Open() override;
+    Problem Write(int64_t frame, const kvx_hostkit::PixelBufferView& view,
+                  std::shared_ptr<const void> hold) override;
+    // Black, which is not zero here.
+    Problem WriteZeros(int64_t frame) override;
+    Problem Finish() override;
+
+  private:
+    Problem WritePlanes();
+
+    std::string mPlace;
+    const InputFiles* mInputs;
+    std::string mHead;
+    int mWidth;
+    int mHeight;
+    int mDepth;
+    size_t mSampleBytes;
+    std::vector<uint8_t> mPlanes;  // of a frame: Y', Cb, Cr
+    std::vector<uint16_t> mRow;    // samples of a row as they lie in the file: Cb Y' Cr Y'
+    OutputFile mFile;
+    bool mIsOpen = false;
+};
+
+}  // namespace kvx_cli
