@@ -15,6 +15,7 @@ namespace {
 
 using Id = OptionId;
 
+constexpr int64_t kMostFrames = 1000;
 constexpr int64_t kMostThreads = 1024;
 constexpr int64_t kUnlimited = std::numeric_limits<int32_t>::max();
 
@@ -57,6 +58,9 @@ constexpr CommandInfo kCommands[] = {
     {CommandId::kSheet, "sheet",
      "Draw contact sheets: frames of the whole movie with their times, and its sound", true,
      RunSheet},
+    {CommandId::kReport, "report",
+     "Make a page of movies: what they hold, what is wrong with them, frames and sound", true,
+     RunReport},
 };
 
 constexpr CommandSet kInfo = In(CommandId::kInfo);
@@ -66,6 +70,7 @@ constexpr CommandSet kHash = In(CommandId::kHash);
 constexpr CommandSet kAudio = In(CommandId::kAudio);
 constexpr CommandSet kFrames = In(CommandId::kFrames);
 constexpr CommandSet kSheet = In(CommandId::kSheet);
+constexpr CommandSet kReport = In(CommandId::kReport);
 
 constexpr CommandSet OfManyMovies() {
     CommandSet commands = 0;
@@ -164,6 +169,12 @@ constexpr OptionInfo kOptions[] = {
     Number(Id::kColumns, kSheet, "--columns", "N", "4", 1, 20, "Frames beside each other"),
     Number(Id::kRows, kSheet, "--rows", "N", "3", 1, 100, "Frames below each other"),
     Number(Id::kWidth, kSheet, "--width", "N", "1600", 400, 16000, "Of the sheet, in pixels"),
+    Text(Id::kOutput, kReport, "--output", "PAGE.html|-",
+         "The page to write, an HTML file with all that it shows; - is standard output")
+        .Letter("-o")
+        .Required(),
+    Number(Id::kFrames, kReport, "--frames", "N", "6", 0, kMostFrames,
+           "Frames of each movie on the page"),
     Text(Id::kModule, kInAllCommands, "--module", "PATH", "The importer module to load"),
     Number(Id::kTimeout, kInAllCommands, "--timeout", "SECONDS", "10", 1, kUnlimited,
            "How long a file may take to answer"),

@@ -11,7 +11,7 @@ namespace kvx_cli {
 
 class Arguments;
 
-enum class CommandId { kInfo, kCheck, kMend, kHash, kTimecode, kAudio, kFrames, kSheet };
+enum class CommandId { kInfo, kCheck, kMend, kHash, kTimecode, kAudio, kFrames, kSheet, kReport };
 
 // Several commands.
 using CommandSet = uint32_t;
@@ -62,9 +62,9 @@ enum class OptionId {
     kAnyway,
     kSound,
     kCompare,
-    kThreads,
     kNative,
     kAll,
+    kFrames,
     kNone
 };
 

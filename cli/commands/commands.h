@@ -15,5 +15,6 @@ int RunTimecode(const Arguments& arguments);
 int RunAudio(const Arguments& arguments);
 int RunFrames(const Arguments& arguments);
 int RunSheet(const Arguments& arguments);
+int RunReport(const Arguments& arguments);
 
 }  // namespace kvx_cli

@@ -21,6 +21,19 @@ const char kIsInput[] = "this is a file that the movie is read from";
 
 bool gStandardOutputFailed = false;
 
+// A pipe that holds more changes hands less often. It stays as it is where that is not allowed.
+void WidenPipe(std::FILE* stream) {
+#ifdef F_SETPIPE_SZ
+    constexpr int kPipeBytes = 1 << 20;
+    struct stat file = {};
+    if (fstat(fileno(stream), &file) == 0 && S_ISFIFO(file.st_mode)) {
+        fcntl(fileno(stream), F_SETPIPE_SZ, kPipeBytes);
+    }
+#else
+    static_cast<void>(stream);
+#endif
+}
+
 // Where a chain of symbolic links ends, whether there is a file or not.
 std::string Target(const std::string& place) {
     namespace fs = std::filesystem;
@@ -64,6 +77,7 @@ Problem OutputFile::Open(const std::string& place, const InputFiles& inputs, Exi
     if (place == "-") {
         mPlace = "to standard output";
         mStream = stdout;
+        WidenPipe(mStream);
         return CheckStandardOutput(inputs);
     }
     struct stat file = {};

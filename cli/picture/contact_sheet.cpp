@@ -296,6 +296,15 @@ void DrawLane(cairo_t* context, double y, const std::vector<SampleRange>& column
 
 }  // namespace
 
+SheetFrameSize FrameSizeOnSheet(const SheetContents& contents, const SheetLayout& layout) {
+    const Plan plan(contents, layout);
+    const auto atMost = [](double size, int whole) {
+        return std::clamp(static_cast<int>(std::min(std::ceil(size), 1e9)), 1, whole);
+    };
+    return {atMost(plan.CellWidth(), contents.frameWidth),
+            atMost(plan.CellHeight(), contents.frameHeight)};
+}
+
 int SheetSoundColumns(const SheetLayout& layout) {
     return layout.width - static_cast<int>(2 * kMargin);
 }

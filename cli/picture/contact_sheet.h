@@ -37,6 +37,13 @@ struct SheetLayout {
     int columns = 4;   // of frames
 };
 
+// The least size in pixels in which a frame of `contents` loses nothing on such a sheet.
+struct SheetFrameSize {
+    int width;
+    int height;
+};
+SheetFrameSize FrameSizeOnSheet(const SheetContents& contents, const SheetLayout& layout);
+
 // How many stretches a waveform has on such a sheet.
 int SheetSoundColumns(const SheetLayout& layout);
 

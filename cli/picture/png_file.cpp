@@ -78,11 +78,6 @@ Bytes Tail(uint32_t checksum) {
     return tail;
 }
 
-bool Write(std::FILE* file, const Bytes& bytes) {
-    errno = 0;
-    return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-}
-
 }  // namespace
 
 PngEncoding::PngEncoding(WorkerPool& pool, PictureRows rows, const PngSettings& settings)
@@ -144,16 +139,15 @@ void PngEncoding::Compress(Slice& slice) const {
     EndChunk(slice.chunk, chunk);
 }
 
-Problem PngEncoding::WriteInto(OutputFile& file) {
+Problem PngEncoding::HandOn(const Write& write, bool& isWritten) {
     if (mSlices.empty() || static_cast<uint32_t>(mRows.width) > kLargest) {
         return {kExitRefused, "there is no PNG picture of " + std::to_string(mRows.width) + " x " +
                                   std::to_string(mRows.height) + " pixels"};
     }
-    if (!Write(file.Stream(), Head(mRows, mSettings.aspect))) {
-        return file.Failure();
-    }
+    isWritten = write(Head(mRows, mSettings.aspect));
     auto checksum = static_cast<uLong>(adler32_z(0, nullptr, 0));
-    for (Slice& slice : mSlices) {
+    for (size_t index = 0; index < mSlices.size() && isWritten; ++index) {
+        Slice& slice = mSlices[index];
         {
             std::unique_lock<std::mutex> guard(mLock);
             mDone.wait(guard, [&slice] { return slice.isDone; });
@@ -161,14 +155,36 @@ Problem PngEncoding::WriteInto(OutputFile& file) {
         if (slice.hasFailed) {
             return {kExitFailed, "there is not enough memory for its pictures"};
         }
-        if (!Write(file.Stream(), slice.chunk)) {
-            return file.Failure();
-        }
+        isWritten = write(slice.chunk);
         checksum = adler32_combine(checksum, slice.checksum, static_cast<z_off_t>(slice.size));
         slice.chunk = {};
     }
-    return Write(file.Stream(), Tail(static_cast<uint32_t>(checksum))) ? file.Finish()
-                                                                       : file.Failure();
+    isWritten = isWritten && write(Tail(static_cast<uint32_t>(checksum)));
+    return {};
+}
+
+Problem PngEncoding::WriteInto(OutputFile& file) {
+    bool isWritten = true;
+    const Problem problem = HandOn(
+        [&file](const Bytes& bytes) {
+            errno = 0;
+            return std::fwrite(bytes.data(), 1, bytes.size(), file.Stream()) == bytes.size();
+        },
+        isWritten);
+    if (problem) {
+        return problem;
+    }
+    return isWritten ? file.Finish() : file.Failure();
+}
+
+Problem PngEncoding::Append(std::string& bytes) {
+    bool isWritten = true;
+    return HandOn(
+        [&bytes](const Bytes& piece) {
+            bytes.append(piece.begin(), piece.end());
+            return true;
+        },
+        isWritten);
 }
 
 PictureRows RowsOf(const Picture& picture) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "cli/output/output_file.h"
@@ -52,8 +53,11 @@ class PngEncoding {
     PngEncoding(const PngEncoding&) = delete;
     PngEncoding& operator=(const PngEncoding&) = delete;
 
-    // Writes the file as its slices come, and finishes it. Once.
+    // Writes the file as its slices come, and finishes it. This or Append, once.
     Problem WriteInto(OutputFile& file);
+
+    // Appends the bytes of the file.
+    Problem Append(std::string& bytes);
 
   private:
     struct Slice {
@@ -66,7 +70,12 @@ class PngEncoding {
         bool hasFailed = false;  // for want of memory
     };
 
+    using Write = std::function<bool(const std::vector<uint8_t>& bytes)>;
+
     void Compress(Slice& slice) const;
+
+    // Hands the file on in pieces. `isWritten` becomes false where `write` is.
+    Problem HandOn(const Write& write, bool& isWritten);
 
     PictureRows mRows;
     PngSettings mSettings;

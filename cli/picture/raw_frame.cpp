@@ -62,6 +62,9 @@ std::vector<ByteSpan> RawBytes(const kvx_hostkit::PixelBufferView& view) {
         return CustomBytes(view);
     }
     const int tight = kvx_hostkit::TightRowBytes(view.format, view.width);
+    if (view.rowBytes == tight) {
+        return {{view.pixels, static_cast<size_t>(tight) * static_cast<size_t>(view.height)}};
+    }
     std::vector<ByteSpan> rows;
     for (int row = 0; row < view.height; ++row) {
         rows.push_back({view.pixels + static_cast<ptrdiff_t>(row) * view.rowBytes,

@@ -78,6 +78,10 @@ size_t SoundReader::ReadBlock() {
     return delivered;
 }
 
+size_t SoundReader::ReadAt(int64_t position, size_t frames) {
+    return Deliver(position, std::min(frames, kBlockFrames));
+}
+
 // The number of frames that come; 0 at a failure, too.
 size_t SoundReader::Deliver(int64_t position, size_t frames) {
     float untouched;

@@ -32,6 +32,13 @@ class SoundReader {
     // GetProblem() tells apart.
     size_t ReadBlock();
 
+    // Up to `frames` frames, at most kBlockFrames, from any position: the number of those in
+    // Planes(). Moves nothing of what ReadBlock is at.
+    size_t ReadAt(int64_t position, size_t frames);
+
+    // As the stream states it.
+    int64_t StatedLength() const { return mLength; }
+
     const float* const* Planes() const { return mBuffer->planes.data(); }
 
     const Problem& GetProblem() const { return mProblem; }

@@ -10,17 +10,37 @@ Waveform::Waveform(int channels, int64_t frames, int columns)
               std::vector<SampleRange>(static_cast<size_t>(columns))) {}
 
 void Waveform::Add(const float* const* planes, size_t count) {
-    for (size_t frame = 0; frame < count; ++frame, ++mPosition) {
-        const int64_t position = std::min(mPosition, mFrames - 1);
-        for (size_t channel = 0; channel < mRanges.size(); ++channel) {
-            std::vector<SampleRange>& columns = mRanges[channel];
-            const auto wide = static_cast<double>(columns.size());
-            const auto column = static_cast<size_t>(static_cast<double>(position) * wide /
-                                                    static_cast<double>(mFrames));
-            SampleRange& range = columns[std::min(column, columns.size() - 1)];
-            range.low = std::min(range.low, planes[channel][frame]);
-            range.high = std::max(range.high, planes[channel][frame]);
+    const size_t columns = mRanges.empty() ? 1 : mRanges[0].size();
+    const auto wide = static_cast<double>(columns);
+    const auto columnOf = [&](int64_t frame) {
+        const auto position = static_cast<double>(std::min(frame, mFrames - 1));
+        return std::min(static_cast<size_t>(position * wide / static_cast<double>(mFrames)),
+                        columns - 1);
+    };
+    const int64_t first = mPosition;
+    const int64_t behind = first + static_cast<int64_t>(count);
+    while (mPosition < behind) {
+        // As many as lie in one column: about so many, then as rounding has it.
+        const size_t column = columnOf(mPosition);
+        int64_t end = behind;
+        if (column + 1 < columns) {
+            const double next = static_cast<double>(column + 1) / wide;
+            end = static_cast<int64_t>(next * static_cast<double>(mFrames));
+            end = std::clamp(end, mPosition + 1, behind);
+            for (; end < behind && columnOf(end) == column; ++end) {
+            }
+            for (; end > mPosition + 1 && columnOf(end - 1) != column; --end) {
+            }
         }
+        for (size_t channel = 0; channel < mRanges.size(); ++channel) {
+            SampleRange& range = mRanges[channel][column];
+            for (int64_t frame = mPosition; frame < end; ++frame) {
+                const float sample = planes[channel][frame - first];
+                range.low = std::min(range.low, sample);
+                range.high = std::max(range.high, sample);
+            }
+        }
+        mPosition = end;
     }
 }
 

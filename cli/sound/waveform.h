@@ -22,6 +22,9 @@ class Waveform {
     // belongs to the last column.
     void Add(const float* const* planes, size_t count);
 
+    // What is added next begins with this frame.
+    void GoTo(int64_t frame) { mPosition = frame; }
+
     int Channels() const { return static_cast<int>(mRanges.size()); }
     const std::vector<SampleRange>& Columns(int channel) const {
         return mRanges[static_cast<size_t>(channel)];

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 #include <vector>
 
 namespace {
@@ -39,6 +41,41 @@ TEST(CliPicture, StretchesTheHosts16BitScale) {
     EXPECT_EQ(picture.depth, 16);
     EXPECT_EQ(picture.bytes, (std::vector<uint8_t>{0xFF, 0xFF, 0x80, 0x00, 0x00, 0x00,  //
                                                    0xFF, 0xFF, 0x00, 0x06, 0x00, 0x02}));
+}
+
+// Every level, in rows of all widths that a step of several pixels may leave something of.
+TEST(CliPicture, StretchesEveryLevelAtEveryPlaceOfARow) {
+    for (int width = 1; width <= 9; ++width) {
+        for (uint32_t level = 0; level <= 0xFFFF; ++level) {
+            std::vector<uint16_t> levels(static_cast<size_t>(width) * 4);
+            for (size_t place = 0; place < levels.size(); ++place) {
+                levels[place] = static_cast<uint16_t>(level + place * 7919);
+            }
+            const Picture picture =
+                PictureOf({PrPixelFormat_BGRA_4444_16u, width, 1, width * 8, levels.size() * 2,
+                           reinterpret_cast<char*>(levels.data())});
+            ASSERT_EQ(picture.bytes.size(), static_cast<size_t>(width) * 6);
+            for (size_t sample = 0; sample < static_cast<size_t>(width) * 3; ++sample) {
+                const double given = levels[sample / 3 * 4 + 2 - sample % 3];
+                const auto expected =
+                    static_cast<int>(std::min(given, 32768.0) * 65535 / 32768 + 0.5);
+                ASSERT_EQ(picture.bytes[2 * sample] << 8 | picture.bytes[2 * sample + 1], expected)
+                    << "level " << given << ", width " << width;
+            }
+        }
+    }
+}
+
+TEST(CliPicture, KeepsTheOrderOfBytesInRowsOfAllWidths) {
+    for (int width = 1; width <= 20; ++width) {
+        std::vector<char> pixels(static_cast<size_t>(width) * 4);
+        std::iota(pixels.begin(), pixels.end(), '\0');
+        const Picture picture = PictureOf(
+            {PrPixelFormat_BGRA_4444_8u, width, 1, width * 4, pixels.size(), pixels.data()});
+        for (size_t sample = 0; sample < static_cast<size_t>(width) * 3; ++sample) {
+            ASSERT_EQ(picture.bytes[sample], sample / 3 * 4 + 2 - sample % 3) << width;
+        }
+    }
 }
 
 }  // namespace
