@@ -4,20 +4,20 @@
 
 # By what they are for; reached through their names in setup_packages.
 # shellcheck disable=SC2034
-setup_debian_build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libpng-dev libcairo2-dev
+setup_debian_build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev zlib1g-dev libcairo2-dev
     nettle-dev pkg-config fonts-dejavu-core)
 setup_debian_sample=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good)
-setup_debian_quick=(libgtest-dev libgmock-dev libbenchmark-dev python3)
+setup_debian_quick=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev python3)
 setup_debian_tests=(ffmpeg jq quicktime-utils qemu-user python3-jsonschema libsimde-dev)
 setup_debian_arm64=(g++-aarch64-linux-gnu qemu-user googletest libgtest-dev)
 setup_debian_clang=(clang)
 setup_debian_lint=(clang clang-format clang-tidy shellcheck git)
 setup_debian_macos=(lld-16 llvm zip ca-certificates python3)
 
-setup_brew_build=(cmake ninja cli11 nlohmann-json libpng cairo nettle pkg-config
+setup_brew_build=(cmake ninja cli11 nlohmann-json cairo nettle pkg-config
     python3)
 setup_brew_sample=(gstreamer)
-setup_brew_quick=(googletest google-benchmark)
+setup_brew_quick=(googletest google-benchmark libpng)
 setup_brew_tests=(ffmpeg jq) # there is no libquicktime; its movies are left out there
 setup_brew_clang=(llvm)
 setup_brew_lint=(llvm shellcheck)

@@ -121,6 +121,7 @@ class Arguments {
               std::map<OptionId, std::string> values);
 
     const std::vector<std::string>& Movies() const { return mMovies; }
+    const std::string& Movie() const { return mMovies.front(); }  // of a command that takes one
 
     bool Has(OptionId option) const { return mValues.count(option) != 0; }
 

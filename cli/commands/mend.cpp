@@ -13,6 +13,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/with_movie.h"
 #include "cli/movie/check_report.h"
+#include "cli/movie/movie_files.h"
 #include "cli/movie/session.h"
 #include "cli/output/complain.h"
 #include "cli/output/copy_file.h"
@@ -254,13 +255,16 @@ class Mender {
 }  // namespace
 
 int RunMend(const Arguments& arguments) {
-    if (arguments.Has(OptionId::kOutput) && arguments.Movies().size() > 1) {
-        return Complain(kExitUsage, "--output takes one movie, and '" + arguments.Movies()[1] +
-                                        "' is a second");
+    const MovieFiles movies = FindMovies(arguments);
+    if (movies.problem) {
+        return Complain(movies.problem.code, movies.problem.words);
+    }
+    if (arguments.Has(OptionId::kOutput) && movies.areMany) {
+        return Complain(kExitUsage, "--output takes one movie, that is named");
     }
     InputFiles inputs;
-    for (const std::string& path : arguments.Movies()) {
-        inputs.Add(path);
+    for (const MovieFile& movie : movies.files) {
+        inputs.Add(movie.path);
     }
     Problem problem = CheckStandardOutput(inputs);
     if (problem) {
@@ -272,9 +276,9 @@ int RunMend(const Arguments& arguments) {
         return Complain(problem.code, problem.words);
     }
     Mender mender(arguments, session);
-    ExitCode exitCode = kExitDone;
-    for (const std::string& path : arguments.Movies()) {
-        exitCode = Graver(exitCode, mender.Mend(path));
+    ExitCode exitCode = movies.code;
+    for (const MovieFile& movie : movies.files) {
+        exitCode = Graver(exitCode, mender.Mend(movie.path));
     }
     return FlushStandardOutput() ? exitCode : kExitFailed;
 }

@@ -21,6 +21,8 @@
 #include "hostkit/frame_cache.h"
 #include "hostkit/frame_source.h"
 #include "hostkit/pixel_buffers.h"
+#include "support/movie_builder.h"
+#include "support/movie_file.h"
 
 namespace {
 
@@ -251,7 +253,17 @@ TEST_F(EndToEndFramesCommand, WritesAFileForEachFrameOfTheRange) {
 TEST_F(EndToEndFramesCommand, TellsThatAFrameIsNotInTheFile) {
     std::filesystem::create_directories(mFolder);
     const std::string movie = mFolder + "/movie.mov";
-    std::filesystem::copy_file(kvx_test::MediaPath("tracks/long-sound.mov"), movie);
+    // Of far more than any pipe holds; nearly all of it is a hole.
+    constexpr int kFrames = 1000;
+    constexpr int kFrameSize = 96 * 64 * 2;
+    kvx_test::MovieRecipe recipe;
+    recipe.tracks = {kvx_test::VideoTrackRecipe({"2vuy", 96, 64, 24}, kFrameSize, kFrames)};
+    kvx_test::TrackRecipe& video = recipe.tracks[0];
+    video.headerDuration = video.mediaDuration * recipe.timeScale / video.mediaTimeScale;
+    recipe.duration = video.headerDuration;
+    kvx_test::WriteMovieFile(movie, kvx_test::BuildMoov(recipe),
+                             {{kvx_test::kMediaOffset, "first"},
+                              {kvx_test::kMediaOffset + kFrames * kFrameSize - 4, "last"}});
     const CommandRun run =
         RunCommand("frames " + movie + " --raw --timeout 5 -o - | { head -c 1 >" + mFolder +
                    "/first; truncate -s 500000 " + movie + "; cat >" + mFolder + "/rest; }");
