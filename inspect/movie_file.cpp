@@ -111,7 +111,7 @@ bool MovieFile::Open(std::vector<Finding>& findings) {
         return unreadable(std::string("the file cannot be looked at: ") + std::strerror(errno));
     }
     if (S_ISDIR(status.st_mode)) {
-        return unreadable("it is a folder, not a file");
+        return unreadable("it is a folder, not a file; -r takes the movies in it");
     }
     if (!S_ISREG(status.st_mode)) {
         return unreadable("it is a device, a pipe or a socket, not a file");
