@@ -6,6 +6,7 @@
 //       --self-test         the scheduler's own test, in place of scenarios
 //       --preemptions N     threads interrupted in one run, 2 if not said; 0, 1 ... N in turn
 //       --seconds S         of the processor for each scenario; no limit if not said
+//       --all               not to have made all runs in that time is a failure
 //       --random RUNS       random priorities in place of every order
 //       --seed N            for these
 //       --replay PATH       one run of one scenario, with its points and the importer's log
@@ -59,6 +60,7 @@ struct Options {
     long random = 0;
     uint64_t seed = 1;
     const char* replay = nullptr;
+    bool wantsAll = false;
 };
 
 // What the runs of one scenario came to.
@@ -184,7 +186,7 @@ bool Play(const Scenario& scenario, const Movies& movies, const Options& options
             return false;
         }
         if (!result.isExhausted) {
-            break;
+            return !options.wantsAll;
         }
     }
     return true;
@@ -196,6 +198,7 @@ int Main(int argc, char** argv) {
         {"self-test", no_argument, nullptr, 't'},
         {"preemptions", required_argument, nullptr, 'p'},
         {"seconds", required_argument, nullptr, 's'},
+        {"all", no_argument, nullptr, 'a'},
         {"random", required_argument, nullptr, 'r'},
         {"seed", required_argument, nullptr, 'e'},
         {"replay", required_argument, nullptr, 'y'},
@@ -217,6 +220,9 @@ int Main(int argc, char** argv) {
                 break;
             case 's':
                 options.seconds = std::atof(optarg);
+                break;
+            case 'a':
+                options.wantsAll = true;
                 break;
             case 'r':
                 options.random = std::atol(optarg);
