@@ -1,5 +1,6 @@
 #include "cli/output/copy_file.h"
 
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -19,6 +20,11 @@ namespace {
 
 constexpr uint64_t kBlock = 1 << 20;
 constexpr uint64_t kSystemBlock = 64 << 20;  // between two moves of a progress bar
+
+bool IsShorter(int file, uint64_t size) {
+    struct stat status = {};
+    return fstat(file, &status) == 0 && static_cast<uint64_t>(status.st_size) < size;
+}
 
 // Shares all blocks at once. A file that has grown meanwhile is not shared: it would be too long.
 bool Clone(int from, int to, uint64_t size) {
@@ -117,7 +123,8 @@ int CopyBytes(int from, int to, uint64_t size, const std::function<void(uint64_t
             progress(offset);
         }
     }
-    return 0;
+    // What was cut off meanwhile looks like a hole.
+    return IsShorter(from, size) ? ESTALE : 0;
 }
 
 }  // namespace kvx_cli
