@@ -35,6 +35,11 @@ size_t JoinedSound::ReadBlock(std::vector<uint8_t>& block) {
             mHasTimedOut = source->HasTimedOut();
             return 0;
         }
+        const uint64_t left = source->Frames() - std::min(mDone, source->Frames());
+        if (read < std::min<uint64_t>(frames, left)) {
+            mProblem = {kExitFailed, "it has become shorter meanwhile"};
+            return 0;
+        }
         const size_t partSize = BytesPerFrame(source->Format());
         for (size_t frame = 0; frame < std::min(read, frames); ++frame) {
             std::memcpy(&block[frame * frameSize + place], &mPart[frame * partSize], partSize);
