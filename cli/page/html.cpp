@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "cli/output/utf8.h"
+
 namespace kvx_cli {
 
 namespace {
@@ -26,32 +28,9 @@ bool IsShown(uint32_t character) {
 
 // The character that begins at `index`; a single byte where none does.
 Character CharacterAt(const std::string& text, size_t index) {
-    constexpr Character kNone = {1, false};
-    const auto byte = [&](size_t place) {
-        return place < text.size() ? static_cast<uint8_t>(text[place]) : uint8_t{0};
-    };
-    const uint8_t lead = byte(index);
-    const size_t length = lead < 0x80                    ? 1
-                          : lead >= 0xC2 && lead <= 0xDF ? 2
-                          : lead >= 0xE0 && lead <= 0xEF ? 3
-                          : lead >= 0xF0 && lead <= 0xF4 ? 4
-                                                         : 0;
-    if (length == 0) {
-        return kNone;
-    }
-    uint32_t character = length == 1 ? lead : lead & (0x7FU >> length);
-    for (size_t trail = 1; trail < length; ++trail) {
-        if ((byte(index + trail) & 0xC0) != 0x80) {
-            return kNone;
-        }
-        character = character << 6 | (byte(index + trail) & 0x3FU);
-    }
-    constexpr uint32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool isSurrogate = character >= 0xD800 && character <= 0xDFFF;
-    if (isSurrogate || character < kLeast[length] || character > 0x10FFFF) {
-        return kNone;
-    }
-    return {length, IsShown(character)};
+    const Utf8Character character = Utf8CharacterAt(text, index);
+    return character.length == 0 ? Character{1, false}
+                                 : Character{character.length, IsShown(character.number)};
 }
 
 }  // namespace

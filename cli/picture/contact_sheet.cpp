@@ -8,6 +8,8 @@
 #include <cstring>
 #include <memory>
 
+#include "cli/output/utf8.h"
+
 namespace kvx_cli {
 
 namespace {
@@ -82,23 +84,15 @@ std::string Elided(cairo_t* context, double size, const std::string& text, doubl
     return shown;
 }
 
-// cairo draws nothing of a text that is not UTF-8: each byte that belongs to no character is shown
-// as a question mark.
+// cairo draws nothing of a text that is not UTF-8, nor anything after it: each byte that belongs to
+// no character is shown as a question mark.
 std::string Drawable(const std::string& text) {
     std::string drawable;
     for (size_t index = 0; index < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[index]);
-        size_t length = lead < 0x80                    ? 1
-                        : lead >= 0xC2 && lead <= 0xDF ? 2
-                        : lead >= 0xE0 && lead <= 0xEF ? 3
-                        : lead >= 0xF0 && lead <= 0xF4 ? 4
-                                                       : 0;
-        bool isCharacter = length != 0 && index + length <= text.size() && lead >= 0x20;
-        for (size_t trail = 1; isCharacter && trail < length; ++trail) {
-            isCharacter = (static_cast<unsigned char>(text[index + trail]) & 0xC0) == 0x80;
-        }
-        length = isCharacter ? length : 1;
-        drawable += isCharacter ? text.substr(index, length) : "?";
+        const Utf8Character character = Utf8CharacterAt(text, index);
+        const bool isDrawn = character.length != 0 && character.number >= 0x20;
+        const size_t length = isDrawn ? character.length : 1;
+        drawable += isDrawn ? text.substr(index, length) : "?";
         index += length;
     }
     return drawable;

@@ -183,15 +183,19 @@ TEST(CliContactSheet, TextsStayOnTheSheet) {
 
 TEST(CliContactSheet, NamesThatAreNotUtf8AreDrawn) {
     const kvx_test::TempDirectory directory;
-    SheetContents contents;
-    contents.title =
-        "a\xFF"
-        "b";
-    ASSERT_EQ(DrawSheet(directory.File("odd.png"), contents, {496, 2}), "");
-    contents.title = "a?b";
-    ASSERT_EQ(DrawSheet(directory.File("plain.png"), contents, {496, 2}), "");
-    EXPECT_EQ(kvx_test::ReadPng(directory.File("odd.png")).samples,
-              kvx_test::ReadPng(directory.File("plain.png")).samples);
+    // What no character begins with, one that is too long, half of a pair, one beyond the last,
+    // and one that is cut off.
+    for (const std::string odd :
+         {"\xFF", "\xE0\x80\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE2\x82"}) {
+        SheetContents contents;
+        contents.title = "a" + odd + " b";
+        ASSERT_EQ(DrawSheet(directory.File("odd.png"), contents, {496, 2}), "");
+        contents.title = "a" + std::string(odd.size(), '?') + " b";
+        ASSERT_EQ(DrawSheet(directory.File("plain.png"), contents, {496, 2}), "");
+        EXPECT_EQ(kvx_test::ReadPng(directory.File("odd.png")).samples,
+                  kvx_test::ReadPng(directory.File("plain.png")).samples)
+            << contents.title;
+    }
 }
 
 TEST(CliContactSheet, RefusesColumnsWithoutRoom) {
