@@ -13,6 +13,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/with_movie.h"
 #include "cli/movie/check_report.h"
+#include "cli/movie/media_track.h"
 #include "cli/movie/movie_files.h"
 #include "cli/movie/session.h"
 #include "cli/output/complain.h"
@@ -110,6 +111,10 @@ class Mender {
         if (plan->before.GetVerdict() == Verdict::Unreadable) {
             return Fail(path, {kExitFailed, plan->before.findings.front().text});
         }
+        // Where the movie's media is another file, which the list of movies does not have.
+        if (const Problem problem = CheckStandardOutput(InputsOf(plan->before))) {
+            return Fail(path, problem);
+        }
         const std::vector<Finding> obstacles = plan->Obstacles();
         if (plan->changes.empty()) {
             return TellNothingToMend(path, *plan, obstacles);
@@ -126,7 +131,7 @@ class Mender {
             Tell(FindingLines(plan->after, obstacles));
             return obstacles.empty() ? kExitDone : kExitRefused;
         }
-        const Problem problem = mOutput.empty() ? MendInPlace(path, *plan) : MendCopy(path, *plan);
+        const Problem problem = mOutput.empty() ? MendInPlace(path, *plan) : MendCopy(*plan);
         return problem ? Fail(path, problem) : TellResult(path, *plan, obstacles);
     }
 
@@ -190,15 +195,10 @@ class Mender {
                                : Problem();
     }
 
-    Problem MendCopy(const std::string& path, const MendPlan& plan) {
-        InputFiles inputs;
-        inputs.Add(path);
-        for (const kvx_inspect::TrackFacts& track : plan.before.tracks) {
-            inputs.Add(track.media.path);
-        }
+    Problem MendCopy(const MendPlan& plan) {
         OutputFile copy;
         if (Problem problem =
-                copy.Open(mOutput, inputs,
+                copy.Open(mOutput, InputsOf(plan.before),
                           mArguments.Has(OptionId::kForce) ? OutputFile::Existing::kReplace
                                                            : OutputFile::Existing::kRefuse)) {
             return problem;

@@ -61,7 +61,10 @@ class ReportCommand {
         mCode = movies.code;
         const std::vector<MovieFacts> facts = FindAllFacts(movies);
         OutputFile file;
-        problem = file.Open(mArguments.Text(OptionId::kOutput), mInputs);
+        problem = CheckStandardOutput(mInputs);
+        if (!problem) {
+            problem = file.Open(mArguments.Text(OptionId::kOutput), mInputs);
+        }
         if (!problem) {
             problem = WritePage(file, facts);
         }

@@ -130,6 +130,9 @@ TEST_F(EndToEndOutputs, AreNeverTheMediaOfAReference) {
              "check " + mReference + " >>" + mMedia,
              "check " + mMedia + " >>" + mMedia,
              "timecode " + mReference + " >>" + mMedia,
+             "mend " + mReference + " >>" + mMedia,
+             "mend --dry-run " + mReference + " 1<>" + link,
+             "report " + mReference + " -o " + mFolder.File("page.html") + " >>" + mMedia,
          }) {
         const std::vector<std::string> before = Names();
         const CommandRun run = RunCommand(arguments + " 2>" + words);
