@@ -41,6 +41,12 @@ std::string NameOf(const fs::path& path) {
     return (path.parent_path() / path.stem()).string();
 }
 
+// Of one that was named. "...mov" keeps its extension, without which it would be the folder above.
+std::string NameOfNamed(const fs::path& path) {
+    const fs::path stem = path.stem();
+    return (stem == "." || stem == ".." ? path.filename() : stem).string();
+}
+
 // The folders that are still to be read lie on the heap, not on the stack, however deep they are.
 class FolderWalk {
   public:
@@ -140,7 +146,7 @@ MovieFiles FindMovies(const Arguments& arguments) {
         if (isRecursive && fs::is_directory(name, ignored)) {
             FolderWalk(name, found).Run();
         } else {
-            found.files.push_back({name, fs::path(name).stem().string()});
+            found.files.push_back({name, NameOfNamed(name)});
         }
     }
     return found;

@@ -160,6 +160,16 @@ TEST_F(EndToEndBatch, OutputsAreCalledAfterTheirMovies) {
     EXPECT_TRUE(fs::exists(mFolder.File("out/sub/a.wav")));
 }
 
+// Without its extension such a name would be that of the folder, or of the one above it.
+TEST_F(EndToEndBatch, ANameOfDotsLeadsToNoOtherFolder) {
+    const std::string movies = "'" + Put("..mov") + "' '" + Put("...mov") + "'";
+    EXPECT_EQ(RunCommand("frames --range 0:1 " + movies + " -o " + In("out")).exitCode, 0);
+    EXPECT_TRUE(fs::exists(mFolder.File("out/..mov/000000.png")));
+    EXPECT_TRUE(fs::exists(mFolder.File("out/...mov/000000.png")));
+    EXPECT_FALSE(fs::exists(mFolder.File("out/000000.png")));
+    EXPECT_FALSE(fs::exists(mFolder.File("000000.png")));
+}
+
 TEST_F(EndToEndBatch, OutputsThatWouldMeetAreRefusedBeforeAnythingIsDone) {
     const std::string one = Put("one/a.mov");
     const std::string other = Put("other/a.qt");
