@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <new>
 
 #include "cli/command_line/parse.h"
 #include "cli/movie/time_limit.h"
@@ -43,7 +44,12 @@ int main(int argc, char** argv) {
         if (invocation->arguments.Has(OptionId::kQuiet)) {
             ProgressBar::DrawNone();
         }
-        exitCode = invocation->command->run(invocation->arguments);
+        try {
+            exitCode = invocation->command->run(invocation->arguments);
+        } catch (const std::bad_alloc&) {
+            // What was not finished has been removed on the way here.
+            exitCode = Complain(kExitFailed, "there is not enough memory");
+        }
     }
     exitCode = CloseStandardOutput(exitCode);
     if (TimeLimit::HasLeftThreadBehind()) {

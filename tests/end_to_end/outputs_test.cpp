@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,6 +23,7 @@
 #include "support/alias_records.h"
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
+#include "support/sanitizers.h"
 #include "support/temp_directory.h"
 
 namespace {
@@ -142,6 +144,45 @@ TEST_F(EndToEndOutputs, AreNeverTheMediaOfAReference) {
         EXPECT_TRUE(ReadFile(mMedia) == mBytes) << arguments;
         EXPECT_EQ(Names(), before) << arguments;
     }
+}
+
+// Lets this process and those that it starts have so many bytes of addresses.
+class AddressLimit {
+  public:
+    explicit AddressLimit(rlim_t bytes) {
+        EXPECT_EQ(getrlimit(RLIMIT_AS, &mBefore), 0);
+        const rlimit limit = {bytes, mBefore.rlim_max};
+        EXPECT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
+    }
+    ~AddressLimit() { setrlimit(RLIMIT_AS, &mBefore); }
+
+    AddressLimit(const AddressLimit&) = delete;
+    AddressLimit& operator=(const AddressLimit&) = delete;
+
+  private:
+    rlimit mBefore = {};
+};
+
+TEST_F(EndToEndOutputs, TellThatThereIsNotEnoughMemory) {
+#ifndef __linux__
+    GTEST_SKIP() << "only Linux keeps to such a limit";
+#endif
+    if (kvx_test::IsUnderSanitizer()) {
+        GTEST_SKIP() << "sanitizers take more addresses than there is memory";
+    }
+    MovieRecipe recipe = SmallMovie();
+    const auto duration = recipe.tracks[0].headerDuration;
+    // 2 GiB a frame.
+    recipe.tracks[0] = kvx_test::VideoTrackRecipe({"2vuy", 32767, 32767, 24}, kFrameSize, kFrames);
+    recipe.tracks[0].headerDuration = duration;
+    const std::string movie = WriteMovie(mFolder, recipe);
+    const std::vector<std::string> before = Names();
+    const AddressLimit limit(rlim_t{3} << 29);
+    const CommandRun run =
+        RunCommand("frames --y4m --range 0:1 " + movie + " -o " + mFolder.File("out.y4m"));
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_EQ(run.output, "kvx: there is not enough memory\n");
+    EXPECT_EQ(Names(), before);
 }
 
 // All reports and all data, into a device without room.
