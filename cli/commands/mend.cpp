@@ -94,6 +94,16 @@ class WritableMovie {
     uint64_t mNames = 1;
 };
 
+// Nobody may read a copy who may not read the movie. Its owner may write it.
+void HideLike(int movie, int copy) {
+    struct stat ofMovie = {};
+    struct stat ofCopy = {};
+    if (fstat(movie, &ofMovie) == 0 && fstat(copy, &ofCopy) == 0) {
+        fchmod(copy, ofCopy.st_mode & (ofMovie.st_mode | S_IRUSR | S_IWUSR) &
+                         (S_IRWXU | S_IRWXG | S_IRWXO));
+    }
+}
+
 class Mender {
   public:
     Mender(const Arguments& arguments, std::shared_ptr<const Session> session)
@@ -196,6 +206,8 @@ class Mender {
     }
 
     Problem MendCopy(const MendPlan& plan) {
+        struct stat ignored = {};
+        const bool isNew = stat(mOutput.c_str(), &ignored) != 0;
         OutputFile copy;
         if (Problem problem =
                 copy.Open(mOutput, InputsOf(plan.before),
@@ -209,6 +221,9 @@ class Mender {
         const uint64_t size = plan.before.file->Size();
         ProgressBar progress("copy", static_cast<int64_t>(size));
         const int descriptor = fileno(copy.Stream());
+        if (isNew) {
+            HideLike(plan.before.file->Descriptor(), descriptor);
+        }
         int error =
             CopyBytes(plan.before.file->Descriptor(), descriptor, size,
                       [&progress](uint64_t done) { progress.Update(static_cast<int64_t>(done)); });

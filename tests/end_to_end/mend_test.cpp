@@ -298,6 +298,19 @@ TEST_F(EndToEndMendFiles, ACopyLeavesTheMovieAsItIs) {
     EXPECT_EQ(Names(), (std::vector<std::string>{"copy.mov", "movie.mov"}));
 }
 
+// A movie that nobody else may read, and one of a card that nobody may write.
+TEST_F(EndToEndMendFiles, ACopyIsReadByThoseWhoMayReadTheMovie) {
+    const std::pair<int, int> modes[] = {{0600, 0600}, {0640, 0640}, {0444, 0644}, {0666, 0644}};
+    for (const auto& [ofMovie, ofCopy] : modes) {
+        fs::permissions(mMovie, fs::perms(ofMovie));
+        const std::string copy = mFolder.File(std::to_string(ofMovie) + ".mov");
+        const mode_t before = umask(022);
+        EXPECT_EQ(RunCommand("mend " + mMovie + " -o " + copy).exitCode, 0);
+        umask(before);
+        EXPECT_EQ(fs::status(copy).permissions(), fs::perms(ofCopy)) << ofMovie;
+    }
+}
+
 TEST_F(EndToEndMendFiles, ACopyThatIsThereIsReplacedByForceAlone) {
     const std::string copy = mFolder.File("copy.mov");
     WriteFile(copy, "before");
