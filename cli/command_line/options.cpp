@@ -28,6 +28,11 @@ constexpr OptionInfo Text(Id id, CommandSet commands, const char* name, const ch
     return {id, commands, name, argument, help, ValueKind::kText};
 }
 
+constexpr OptionInfo Path(Id id, CommandSet commands, const char* name, const char* argument,
+                          const char* help) {
+    return {id, commands, name, argument, help, ValueKind::kPath};
+}
+
 constexpr OptionInfo Number(Id id, CommandSet commands, const char* name, const char* argument,
                             const char* initial, int64_t least, int64_t most, const char* help) {
     return {id, commands, name, argument, help, ValueKind::kNumber, initial, least, most};
@@ -37,6 +42,18 @@ constexpr OptionInfo Choice(Id id, CommandSet commands, const char* name, const 
                             int64_t one, int64_t other, const char* help) {
     return {id, commands, name, "N", help, ValueKind::kChoice, initial, one, other};
 }
+
+constexpr ProgramInfo kProgram = {
+    "Opens QuickTime movies through the KVX Importer module, as an editing host does.",
+    "Exit status: 0 fine; 1 a movie can't be imported, or not all of what was asked could be had; "
+    "2 wrong usage, such as an output that is an input; 3 a movie can't be read, an output can't "
+    "be written, or the importer can't be loaded; 4 (check alone) imports, with warnings; 130 "
+    "ended by Ctrl-C. `kvx help COMMAND` tells of one command.",
+    "A QuickTime movie",
+    "QuickTime movies; with -r, folders of them",
+    Flag(Id::kNone, kInAllCommands, "--help", "Print this help message and exit").Letter("-h"),
+    Flag(Id::kNone, 0, "--version", "Print the version and exit"),
+};
 
 constexpr CommandInfo kCommands[] = {
     {CommandId::kInfo, "info", "Tell what movies hold, or why they are not importable", true,
@@ -85,7 +102,7 @@ constexpr OptionInfo kOptions[] = {
     Flag(Id::kRecursive, kOfManyMovies, "--recursive",
          "Take the movies in folders and in the folders inside: .mov and .qt, in order of name")
         .Letter("-r"),
-    Text(Id::kFilesFrom, kOfManyMovies, "--files-from", "FILE|-",
+    Path(Id::kFilesFrom, kOfManyMovies, "--files-from", "FILE|-",
          "Take the movies that FILE names, one a line; - is standard input"),
     Flag(Id::kNull, kOfManyMovies, "--null",
          "A zero byte ends each name of --files-from, not a line")
@@ -97,7 +114,7 @@ constexpr OptionInfo kOptions[] = {
     Flag(Id::kJsonLines, kInfo, "--json-lines", "Print JSON, one object a line").Excludes(Id::kLog),
     Flag(Id::kJson, kCheck, "--json", "Print JSON, an array of one object a movie"),
     Flag(Id::kJsonLines, kCheck, "--json-lines", "Print JSON, one object a line"),
-    Text(Id::kOutput, kMend, "--output", "COPY",
+    Path(Id::kOutput, kMend, "--output", "COPY",
          "Mend a copy, and leave the movie as it is; without it the movie itself is mended")
         .Letter("-o"),
     Flag(Id::kDryRun, kMend, "--dry-run",
@@ -109,11 +126,11 @@ constexpr OptionInfo kOptions[] = {
     Flag(Id::kSound, kHash, "--sound", "Hash the sound instead: its own samples, by seconds"),
     Number(Id::kStream, kHash, "--stream", "N", "0", 0, kUnlimited,
            "The stream of that kind, as `kvx info` numbers them"),
-    Text(Id::kCompare, kHash, "--compare", "FILE|-",
+    Path(Id::kCompare, kHash, "--compare", "FILE|-",
          "Print nothing, and compare with a list that this or ffmpeg has written"),
     Number(Id::kThreads, kHash, "--threads", "N", nullptr, 1, 256,
            "How many frames are hashed at once; without it one for each processor"),
-    Text(Id::kOutput, kAudio, "--output", "OUT.wav|DIR|-",
+    Path(Id::kOutput, kAudio, "--output", "OUT.wav|DIR|-",
          "The WAV file to write; - is standard output. With --all, a name that does not end in "
          ".wav is that of a folder. Of several movies, the folder for what comes of each")
         .Letter("-o")
@@ -129,7 +146,7 @@ constexpr OptionInfo kOptions[] = {
          "movies that are refused"),
     Flag(Id::kPartial, kAudio, "--partial",
          "Write what there is of a sound that is not all in the file"),
-    Text(Id::kOutput, kFrames, "--output", "DIR|FILE|-",
+    Path(Id::kOutput, kFrames, "--output", "DIR|FILE|-",
          "The folder to write into, a file for each frame named by its number; with --y4m the "
          "file. - writes to standard output: with --raw or --y4m all frames, one after the other, "
          "else one picture. Of several movies, the folder for what comes of each")
@@ -162,20 +179,20 @@ constexpr OptionInfo kOptions[] = {
     Flag(Id::kPartial, kFrames, "--partial",
          "With --raw on standard output, and with --y4m, fill the places of frames that can't be "
          "read: with zeros, and with black"),
-    Text(Id::kOutput, kSheet, "--output", "SHEET.png|-",
+    Path(Id::kOutput, kSheet, "--output", "SHEET.png|-",
          "The picture to write; - is standard output. Of several movies, the folder to write into")
         .Letter("-o")
         .Required(),
     Number(Id::kColumns, kSheet, "--columns", "N", "4", 1, 20, "Frames beside each other"),
     Number(Id::kRows, kSheet, "--rows", "N", "3", 1, 100, "Frames below each other"),
     Number(Id::kWidth, kSheet, "--width", "N", "1600", 400, 16000, "Of the sheet, in pixels"),
-    Text(Id::kOutput, kReport, "--output", "PAGE.html|-",
+    Path(Id::kOutput, kReport, "--output", "PAGE.html|-",
          "The page to write, an HTML file with all that it shows; - is standard output")
         .Letter("-o")
         .Required(),
     Number(Id::kFrames, kReport, "--frames", "N", "6", 0, kMostFrames,
            "Frames of each movie on the page"),
-    Text(Id::kModule, kInAllCommands, "--module", "PATH", "The importer module to load"),
+    Path(Id::kModule, kInAllCommands, "--module", "PATH", "The importer module to load"),
     Number(Id::kTimeout, kInAllCommands, "--timeout", "SECONDS", "10", 1, kUnlimited,
            "How long a file may take to answer"),
     Flag(Id::kQuiet, kInAllCommands, "--quiet",
@@ -207,6 +224,10 @@ std::string ValueProblem(const OptionInfo& option, const std::string& value) {
 }
 
 }  // namespace
+
+const ProgramInfo& Program() {
+    return kProgram;
+}
 
 const std::vector<CommandInfo>& CommandTable() {
     static const std::vector<CommandInfo> table(std::begin(kCommands), std::end(kCommands));

@@ -68,7 +68,8 @@ enum class OptionId {
     kNone
 };
 
-enum class ValueKind { kFlag, kText, kNumber, kChoice };
+// The value of kPath is the name of a file or of a folder, which a shell can complete.
+enum class ValueKind { kFlag, kText, kPath, kNumber, kChoice };
 
 // A row of the table of options. One option may have several rows, each for other commands.
 struct OptionInfo {
@@ -108,6 +109,17 @@ struct OptionInfo {
     }
 };
 
+// What the program takes beside the tables.
+struct ProgramInfo {
+    const char* summary;
+    const char* exitStatuses;  // one sentence
+    const char* movie;         // what the words behind a command are, where it takes one movie
+    const char* movies;        // and where it takes several
+    OptionInfo help;           // of the program and of each command
+    OptionInfo version;        // of the program alone
+};
+
+const ProgramInfo& Program();
 const std::vector<CommandInfo>& CommandTable();
 const std::vector<OptionInfo>& OptionTable();
 

@@ -55,18 +55,11 @@ CLI::App* AddCommand(CLI::App& app, const CommandInfo& command, Given& given) {
     CLI::App* const added = app.add_subcommand(command.name, command.help);
     added
         ->add_option("movie", given.movies,
-                     command.takesMovies ? "QuickTime movies; with -r, folders of them"
-                                         : "A QuickTime movie")
+                     command.takesMovies ? Program().movies : Program().movie)
         ->type_name(command.takesMovies ? "MOVIE..." : "MOVIE");
     AddOptions(*added, In(command.id), given);
     return added;
 }
-
-constexpr char kExitStatuses[] =
-    "Exit status: 0 fine; 1 a movie can't be imported, or not all of what was asked could be had; "
-    "2 wrong usage, such as an output that is an input; 3 a movie can't be read, an output can't "
-    "be written, or the importer can't be loaded; 4 (check alone) imports, with warnings; 130 "
-    "ended by Ctrl-C. `kvx help COMMAND` tells of one command.";
 
 bool TakesNextWord(const std::string& word) {
     const std::vector<OptionInfo>& options = OptionTable();
@@ -122,12 +115,14 @@ std::string WordsProblem(const CLI::App& app) {
 
 std::optional<Invocation> ParseCommandLine(int argc, const char* const* argv, int& exitCode) {
     Given given;
-    CLI::App app(
-        "Opens QuickTime movies through the KVX Importer module, as an editing host does.");
+    const ProgramInfo& program = Program();
+    CLI::App app(program.summary);
     app.name("kvx");
-    app.footer(kExitStatuses);
+    app.footer(program.exitStatuses);
+    app.set_help_flag(std::string(program.help.letter) + "," + program.help.name,
+                      program.help.help);
     app.allow_extras();
-    app.add_flag("--version", "Print the version and exit");
+    app.add_flag(program.version.name, program.version.help);
     AddOptions(app, kInAllCommands, given);
     std::vector<CLI::App*> added;
     for (const CommandInfo& command : CommandTable()) {
@@ -156,7 +151,7 @@ std::optional<Invocation> ParseCommandLine(int argc, const char* const* argv, in
         exitCode = ComplainOfUsage(error.what());
         return std::nullopt;
     }
-    if (app.count("--version") != 0) {
+    if (app.count(program.version.name) != 0) {
         std::printf("kvx " KVX_VERSION "\n");
         exitCode = kExitDone;
         return std::nullopt;

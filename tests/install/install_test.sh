@@ -8,6 +8,10 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 "$cmake" --install "$build" --prefix "$work/first" >/dev/null
 mv "$work/first" "$work/second"
+for file in man/man1/kvx.1 man/man1/kvx-info.1 bash-completion/completions/kvx \
+    zsh/site-functions/_kvx fish/vendor_completions.d/kvx.fish; do
+    [ -s "$work/second/share/$file" ] || { echo "share/$file is not installed"; exit 1; }
+done
 
 "$cmake" -S "$consumer" -B "$work/consumer" -DCMAKE_CXX_COMPILER="$compiler" \
     -DCMAKE_PREFIX_PATH="$work/second" >/dev/null
