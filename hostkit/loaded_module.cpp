@@ -2,8 +2,6 @@
 
 #include <dlfcn.h>
 
-#include <cstdlib>
-
 namespace kvx_hostkit {
 
 std::unique_ptr<LoadedModule> LoadedModule::Load(const std::string& path, std::string& error) {
@@ -22,11 +20,6 @@ std::unique_ptr<LoadedModule> LoadedModule::Load(const std::string& path, std::s
         return nullptr;
     }
     return module;
-}
-
-std::string LoadedModule::BuiltPath() {
-    const char* other = std::getenv("KVX_TEST_MODULE");
-    return other != nullptr && *other != '\0' ? other : KVX_BUILT_MODULE;
 }
 
 LoadedModule::~LoadedModule() {

@@ -3,8 +3,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "hostkit/loaded_module.h"
-
 #ifdef __APPLE__
 #include <mach-o/dyld.h>
 
@@ -33,16 +31,11 @@ fs::path ProgramFolder() {
 }  // namespace
 
 std::string FindModule() {
-    const std::string built = kvx_hostkit::LoadedModule::BuiltPath();
-    const fs::path name = fs::path(built).filename();
     const fs::path folder = ProgramFolder();
-    for (const fs::path& candidate : {folder / name, folder / ".." / "lib" / "kvx" / name}) {
-        std::error_code error;
-        if (fs::exists(candidate, error)) {
-            return candidate.string();
-        }
-    }
-    return built;
+    const fs::path beside = folder / KVX_MODULE_BESIDE;
+    std::error_code error;
+    return fs::exists(beside, error) ? beside.string()
+                                     : (folder / ".." / "lib" / "kvx" / KVX_MODULE_BESIDE).string();
 }
 
 }  // namespace kvx_cli
