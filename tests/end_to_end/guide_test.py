@@ -26,7 +26,14 @@ SDL_AUDIODRIVER=dummy exec {player} -nodisp -autoexit -loglevel error "$@"
 """
 
 
+# Run by the tests of installation and of packages, which have a place for it.
+INSTALLATION = re.compile(r"^## Installing it\n.*?(?=^## )", re.MULTILINE | re.DOTALL)
+
+
 def recipes(guide):
+    guide, sections = INSTALLATION.subn("", guide)
+    if sections != 1:
+        sys.exit("the guide has no section of that name")
     for block in re.findall(r"^```sh\n(.*?)^```", guide, re.MULTILINE | re.DOTALL):
         for line in block.splitlines():
             command, _, comment = line.partition("#")
