@@ -15,6 +15,7 @@
 
 #include "end_to_end/real_movie.h"
 #include "end_to_end/run_command.h"
+#include "support/file_tools.h"
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
 #include "support/temp_directory.h"
@@ -25,15 +26,11 @@ namespace fs = std::filesystem;
 using kvx_test::CommandRun;
 using kvx_test::MediaPath;
 using kvx_test::MovieRecipe;
+using kvx_test::ReadFile;
 using kvx_test::RunCommand;
 using kvx_test::TempDirectory;
 using testing::EndsWith;
 using testing::HasSubstr;
-
-std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "<no file>";
-}
 
 uint64_t Number(const std::string& bytes, size_t offset, size_t size) {
     uint64_t value = 0;
