@@ -33,9 +33,12 @@ void Write(Bytes& to, T v) {
 
 template <typename Operate>
 Function ForAll(Operate operate) {
-    return [operate](const Bytes* a, const Bytes* b, Bytes* results, std::size_t count) {
+    // There is one object of each lambda's type, so that a plain function can know it. Hundreds of
+    // std::function would take minutes to compile.
+    static const Operate kOperate = operate;
+    return [](const Bytes* a, const Bytes* b, Bytes* results, std::size_t count) {
         for (std::size_t i = 0; i < count; ++i) {
-            operate(a[i], b[i], results[i]);
+            kOperate(a[i], b[i], results[i]);
         }
     };
 }

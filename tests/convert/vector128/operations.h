@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,8 +15,7 @@ enum class Lanes { kBytes, kWords, kDwords, kFloats };
 using Bytes = std::array<unsigned char, 16>;
 
 // From `count` vectors, or pairs of them, to as many. What takes one operand looks at the first.
-using Function =
-    std::function<void(const Bytes* a, const Bytes* b, Bytes* results, std::size_t count)>;
+using Function = void (*)(const Bytes* a, const Bytes* b, Bytes* results, std::size_t count);
 
 struct Operation {
     std::string mName;
