@@ -22,8 +22,12 @@ target_compile_options(kvx_test_options INTERFACE -O0
   # The compiler would spend an eighth of its time looking for memory to use again.
   $<$<CXX_COMPILER_ID:GNU>:--param=ggc-min-expand=100>
   $<$<CXX_COMPILER_ID:GNU>:--param=ggc-min-heapsize=600000>)
+# That of programs that compute, as under stress, is optimised.
+add_library(kvx_computing_test_options INTERFACE)
 if(KVX_SANITIZE MATCHES undefined)
-  target_compile_options(kvx_test_options INTERFACE -fno-sanitize=undefined)
+  foreach(options kvx_test_options kvx_computing_test_options)
+    target_compile_options(${options} INTERFACE -fno-sanitize=undefined)
+  endforeach()
 endif()
 
 # kvx_add_computing_tests(PROGRAM FILE...): files that compute more than they compile.

@@ -17,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include "end_to_end/built_paths.h"
 #include "end_to_end/real_movie.h"
 #include "end_to_end/run_command.h"
 #include "support/png_reader.h"
@@ -248,7 +249,7 @@ TEST_F(EndToEndBatch, CtrlCLeavesEveryFinishedFileWhole) {
     fs::create_directory(output);
     const pid_t process = fork();
     if (process == 0) {
-        execl(KVX_COMMAND, "kvx", "frames", "-r", folder.c_str(), "-o", output.c_str(), "--quiet",
+        execl(kBuiltCommand, "kvx", "frames", "-r", folder.c_str(), "-o", output.c_str(), "--quiet",
               nullptr);
         _exit(127);
     }

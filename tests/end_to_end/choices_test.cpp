@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "end_to_end/built_paths.h"
 #include "end_to_end/real_movie.h"
 #include "end_to_end/run_command.h"
 #include "support/png_reader.h"
@@ -129,7 +130,8 @@ TEST_F(EndToEndChoices, Y4mIsReadAsTheMoviesOwnLevels) {
         EXPECT_EQ(RunCommand(std::string("frames ") + movie + " --y4m -o -").output,
                   ReadFile(stream));
         const auto decoded = [](const std::string& path) {
-            const std::string line = "cd '" KVX_MEDIA_DIR "' && ffmpeg -v error -i '" + path +
+            const std::string line = std::string("cd '") + kMediaFolder +
+                                     "' && ffmpeg -v error -i '" + path +
                                      "' -map 0:v -f rawvideo -pix_fmt yuv422p10le - | md5sum";
             std::FILE* const pipe = popen(line.c_str(), "r");
             char text[33] = {};

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "end_to_end/built_paths.h"
 #include "end_to_end/movie_checks.h"
 #include "end_to_end/run_command.h"
 
@@ -45,7 +46,7 @@ std::string WithoutLineNumbers(std::string text) {
 class EndToEndCommandGolden : public testing::TestWithParam<std::string> {};
 
 TEST_P(EndToEndCommandGolden, PrintsWhatItShould) {
-    const std::string golden = ReadFile(KVX_GOLDEN_DIR "/" + GetParam() + ".txt");
+    const std::string golden = ReadFile(std::string(kGoldenFolder) + "/" + GetParam() + ".txt");
     const std::string prompt = "$ kvx ";
     const size_t end = golden.find('\n');
     ASSERT_EQ(golden.rfind(prompt, 0), 0u) << "no golden file, or not of this form";
@@ -204,7 +205,7 @@ TEST(EndToEndCommand, WrongUsageIsToldInOneLine) {
 }
 
 TEST(EndToEndCommand, CommonOptionsStandBeforeAndAfterTheCommand) {
-    const std::string module = "--module " KVX_MODULE " --timeout 20 --quiet";
+    const std::string module = std::string("--module ") + kBuiltModule + " --timeout 20 --quiet";
     const std::string expected = RunCommand("timecode tracks/timecode.mov").output;
     EXPECT_EQ(RunCommand(module + " timecode tracks/timecode.mov").output, expected);
     EXPECT_EQ(RunCommand("timecode tracks/timecode.mov " + module).output, expected);
@@ -240,8 +241,8 @@ TEST(EndToEndCommand, HelpNamesTheSubcommands) {
 // As from an unpacked archive: in another place, with the module beside it or under lib/.
 TEST(EndToEndCommand, FindsItsModuleWhereverTheyAre) {
     namespace fs = std::filesystem;
-    const fs::path command = KVX_COMMAND;
-    const fs::path module = KVX_MODULE;
+    const fs::path command = kBuiltCommand;
+    const fs::path module = kBuiltModule;
     const fs::path tree = testing::TempDir() + "kvx-tree-" + std::to_string(getpid());
     for (const fs::path& place : {fs::path("bin"), fs::path("lib/kvx")}) {
         fs::remove_all(tree);

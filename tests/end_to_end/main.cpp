@@ -4,13 +4,19 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
+
+#include "end_to_end/built_paths.h"
 
 namespace {
 
 class Media : public testing::Environment {
   public:
     void SetUp() override {
-        ASSERT_EQ(std::system("'" KVX_PYTHON "' '" KVX_MAKE_MEDIA "' '" KVX_MEDIA_DIR "'"), 0)
+        ASSERT_EQ(
+            std::system(
+                (std::string(kvx_test::kMakeMedia) + " '" + kvx_test::kMediaFolder + "'").c_str()),
+            0)
             << "the movies cannot be made";
     }
 };

@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "end_to_end/built_paths.h"
 #include "end_to_end/real_movie.h"
 #include "end_to_end/run_command.h"
 #include "support/file_tools.h"
@@ -218,9 +219,9 @@ class MendKilled {
         const std::string movie = mFolder.File("movie.mov");
         WriteFile(movie, mBytes);
         const Ending ending = RunShell(
-            "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD='" KVX_FAILING_WRITES
-            "' KVX_FAILING_WRITE='" +
-            std::to_string(nth) + " " + how + "' '" KVX_COMMAND "' mend " + movie);
+            std::string("ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD='") +
+            kFailingWrites + "' KVX_FAILING_WRITE='" + std::to_string(nth) + " " + how + "' '" +
+            kBuiltCommand + "' mend " + movie);
         const bool isWhole = nth > calls || how == "short";
         EXPECT_EQ(ending.exitCode, isWhole ? 0 : how == "error" ? 3 : -1) << ending.output;
         if (how == "error" && !isWhole) {

@@ -7,6 +7,8 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
+#include "end_to_end/built_paths.h"
+
 namespace kvx_test {
 
 namespace {
@@ -48,7 +50,7 @@ std::vector<double> Doubles(const std::string& bytes) {
 }  // namespace
 
 std::string MediaPath(const std::string& name) {
-    return std::string(KVX_MEDIA_DIR) + "/" + name;
+    return std::string(kMediaFolder) + "/" + name;
 }
 
 RealMovie ReadRealMovie(const std::string& name) {

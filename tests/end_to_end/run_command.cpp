@@ -5,11 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "end_to_end/built_paths.h"
+
 namespace kvx_test {
 
 CommandRun RunCommand(const std::string& arguments) {
     const char* const module = std::getenv("KVX_TEST_MODULE");
-    std::string line = "exec 2>&1; cd '" KVX_MEDIA_DIR "' && '" KVX_COMMAND "' ";
+    std::string line =
+        std::string("exec 2>&1; cd '") + kMediaFolder + "' && '" + kBuiltCommand + "' ";
     if (module != nullptr && arguments.find("--module") == std::string::npos) {
         line += std::string("--module '") + module + "' ";
     }
