@@ -249,8 +249,8 @@ TEST_F(EndToEndBatch, CtrlCLeavesEveryFinishedFileWhole) {
     fs::create_directory(output);
     const pid_t process = fork();
     if (process == 0) {
-        execl(kBuiltCommand, "kvx", "frames", "-r", folder.c_str(), "-o", output.c_str(), "--quiet",
-              nullptr);
+        execl(kvx_test::kBuiltCommand, "kvx", "frames", "-r", folder.c_str(), "-o", output.c_str(),
+              "--quiet", nullptr);
         _exit(127);
     }
     const auto folders = [&output] {

@@ -130,7 +130,7 @@ TEST_F(EndToEndChoices, Y4mIsReadAsTheMoviesOwnLevels) {
         EXPECT_EQ(RunCommand(std::string("frames ") + movie + " --y4m -o -").output,
                   ReadFile(stream));
         const auto decoded = [](const std::string& path) {
-            const std::string line = std::string("cd '") + kMediaFolder +
+            const std::string line = std::string("cd '") + kvx_test::kMediaFolder +
                                      "' && ffmpeg -v error -i '" + path +
                                      "' -map 0:v -f rawvideo -pix_fmt yuv422p10le - | md5sum";
             std::FILE* const pipe = popen(line.c_str(), "r");

@@ -46,7 +46,8 @@ std::string WithoutLineNumbers(std::string text) {
 class EndToEndCommandGolden : public testing::TestWithParam<std::string> {};
 
 TEST_P(EndToEndCommandGolden, PrintsWhatItShould) {
-    const std::string golden = ReadFile(std::string(kGoldenFolder) + "/" + GetParam() + ".txt");
+    const std::string golden =
+        ReadFile(std::string(kvx_test::kGoldenFolder) + "/" + GetParam() + ".txt");
     const std::string prompt = "$ kvx ";
     const size_t end = golden.find('\n');
     ASSERT_EQ(golden.rfind(prompt, 0), 0u) << "no golden file, or not of this form";
@@ -205,7 +206,8 @@ TEST(EndToEndCommand, WrongUsageIsToldInOneLine) {
 }
 
 TEST(EndToEndCommand, CommonOptionsStandBeforeAndAfterTheCommand) {
-    const std::string module = std::string("--module ") + kBuiltModule + " --timeout 20 --quiet";
+    const std::string module =
+        std::string("--module ") + kvx_test::kBuiltModule + " --timeout 20 --quiet";
     const std::string expected = RunCommand("timecode tracks/timecode.mov").output;
     EXPECT_EQ(RunCommand(module + " timecode tracks/timecode.mov").output, expected);
     EXPECT_EQ(RunCommand("timecode tracks/timecode.mov " + module).output, expected);
@@ -241,8 +243,8 @@ TEST(EndToEndCommand, HelpNamesTheSubcommands) {
 // As from an unpacked archive: in another place, with the module beside it or under lib/.
 TEST(EndToEndCommand, FindsItsModuleWhereverTheyAre) {
     namespace fs = std::filesystem;
-    const fs::path command = kBuiltCommand;
-    const fs::path module = kBuiltModule;
+    const fs::path command = kvx_test::kBuiltCommand;
+    const fs::path module = kvx_test::kBuiltModule;
     const fs::path tree = testing::TempDir() + "kvx-tree-" + std::to_string(getpid());
     for (const fs::path& place : {fs::path("bin"), fs::path("lib/kvx")}) {
         fs::remove_all(tree);

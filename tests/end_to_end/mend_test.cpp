@@ -220,8 +220,8 @@ class MendKilled {
         WriteFile(movie, mBytes);
         const Ending ending = RunShell(
             std::string("ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD='") +
-            kFailingWrites + "' KVX_FAILING_WRITE='" + std::to_string(nth) + " " + how + "' '" +
-            kBuiltCommand + "' mend " + movie);
+            kvx_test::kFailingWrites + "' KVX_FAILING_WRITE='" + std::to_string(nth) + " " + how +
+            "' '" + kvx_test::kBuiltCommand + "' mend " + movie);
         const bool isWhole = nth > calls || how == "short";
         EXPECT_EQ(ending.exitCode, isWhole ? 0 : how == "error" ? 3 : -1) << ending.output;
         if (how == "error" && !isWhole) {

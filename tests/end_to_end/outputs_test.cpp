@@ -251,8 +251,8 @@ class RunningCommand {
     RunningCommand(const std::string& movie, const std::string& output) {
         mProcess = fork();
         if (mProcess == 0) {
-            execl(kBuiltCommand, "kvx", "audio", movie.c_str(), "-o", output.c_str(), "--quiet",
-                  nullptr);
+            execl(kvx_test::kBuiltCommand, "kvx", "audio", movie.c_str(), "-o", output.c_str(),
+                  "--quiet", nullptr);
             _exit(127);
         }
         const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
@@ -457,7 +457,7 @@ TEST_F(EndToEndOutputs, OddNamesAreNames) {
     }
     // As the shell hands over a name that looks like an option.
     const CommandRun dash = RunCommand("timecode -- -x.mov; cd " + mFolder.Path() + " && '" +
-                                       kBuiltCommand + "' info -- -x.mov");
+                                       kvx_test::kBuiltCommand + "' info -- -x.mov");
     EXPECT_EQ(dash.exitCode, 0) << dash.output;
 
     // A folder's name gives no reason.
@@ -488,7 +488,7 @@ TEST_F(EndToEndOutputs, AFileThatDoesNotAnswerIsLeftBehind) {
         std::ofstream(mFolder.File(name)) << "some bytes";
     }
     const std::string silent = mFolder.File("silent.mov");
-    const std::string module = std::string(" --timeout 1 --module ") + kSilentModule;
+    const std::string module = std::string(" --timeout 1 --module ") + kvx_test::kSilentModule;
     const CommandRun info = RunCommand("info " + silent + " " + mFolder.File("other.mov") + module);
     EXPECT_EQ(info.exitCode, 3);
     EXPECT_THAT(info.output, HasSubstr("it did not answer within 1 second\n"));
