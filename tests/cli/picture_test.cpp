@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <numeric>
@@ -58,7 +59,7 @@ TEST(CliPicture, StretchesEveryLevelAtEveryPlaceOfARow) {
             for (size_t sample = 0; sample < static_cast<size_t>(width) * 3; ++sample) {
                 const double given = levels[sample / 3 * 4 + 2 - sample % 3];
                 const auto expected =
-                    static_cast<int>(std::min(given, 32768.0) * 65535 / 32768 + 0.5);
+                    static_cast<int>(std::lround(std::min(given, 32768.0) * 65535 / 32768));
                 ASSERT_EQ(picture.bytes[2 * sample] << 8 | picture.bytes[2 * sample + 1], expected)
                     << "level " << given << ", width " << width;
             }

@@ -60,7 +60,7 @@ TEST_P(PixelConversion, WidthsFromOneToAHundred) {
 TEST_P(PixelConversion, HeightsFromOneToFive) {
     for (const int width : {1, 7, 24, 37, 48}) {
         for (int height = 1; height <= 5; ++height) {
-            ExpectFrame(Sized(width, height), Noise(static_cast<uint64_t>(width * height)));
+            ExpectFrame(Sized(width, height), Noise(static_cast<unsigned>(width * height)));
         }
     }
 }
@@ -78,7 +78,7 @@ TEST_P(PixelConversion, AllAlignments) {
                 FrameLayout layout = Sized(width, 2);
                 layout.sourceOffset = sourceOffset;
                 layout.destOffset = destOffset;
-                ExpectFrame(layout, Noise(static_cast<uint64_t>(16 * sourceOffset + destOffset)));
+                ExpectFrame(layout, Noise(static_cast<unsigned>(16 * sourceOffset + destOffset)));
             }
         }
     }

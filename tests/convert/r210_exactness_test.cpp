@@ -35,6 +35,12 @@ constexpr float kStudio601[9] = {0.299f, 0.587f, 0.114f,  -0.169f, -0.331f,
 constexpr float kStudio709[9] = {0.2215f, 0.7154f, 0.0721f,  -0.1145f, -0.3855f,
                                  0.5f,    0.5016f, -0.4556f, -0.0459f};
 
+uint32_t BitsOf(float value) {
+    uint32_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
 TransformMatrix MatrixOf(const float (&rows)[9]) {
     TransformMatrix matrix{};
     std::memcpy(matrix.mCoefficient, rows, sizeof(rows));
@@ -57,8 +63,7 @@ TEST_F(R210Exactness, Tables) {
     for (int i = 0; i < 1024; ++i) {
         ASSERT_EQ(model::ScalarOfLevel<unsigned char>(i), r210::s8uComponentLUT[i]) << i;
         ASSERT_EQ(model::ScalarOfLevel<unsigned short>(i), r210::s16uComponentLUT[i]) << i;
-        const float expected = model::ScalarOfLevel<float>(i);
-        ASSERT_EQ(0, std::memcmp(&expected, &r210::s32fComponentLUT[i], sizeof(float))) << i;
+        ASSERT_EQ(BitsOf(model::ScalarOfLevel<float>(i)), BitsOf(r210::s32fComponentLUT[i])) << i;
     }
 }
 

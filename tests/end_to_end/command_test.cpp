@@ -102,7 +102,9 @@ class EndToEndCommandAudio : public testing::Test {
         size_t wrong = 0;
         for (size_t index = 0; index < facts.samples.size(); ++index) {
             const float expected = kvx_test::PlaneSample(facts.codec, facts.samples[index]);
-            wrong += std::memcmp(&file[start + 4 * index], &expected, 4) != 0 ? 1 : 0;
+            uint32_t bits = 0;
+            std::memcpy(&bits, &expected, sizeof bits);
+            wrong += Number(file, start + 4 * index) != bits ? 1 : 0;
         }
         EXPECT_EQ(wrong, 0u);
     }

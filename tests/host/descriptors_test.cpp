@@ -40,7 +40,7 @@ class FreeDescriptors {
             mTaken.push_back(descriptor);
         }
         rlimit limit = mUsual;
-        limit.rlim_cur = static_cast<rlim_t>(beyond + count);
+        limit.rlim_cur = static_cast<rlim_t>(beyond) + static_cast<rlim_t>(count);
         setrlimit(RLIMIT_NOFILE, &limit);
     }
     ~FreeDescriptors() {

@@ -115,7 +115,7 @@ class FileChanges : public kvx_test::ChangedFileTest {
             const long result = frame->Issue();
             EXPECT_EQ(result, status) << index;
             if (result == 0) {
-                frame.release();  // the pipeline has it
+                static_cast<void>(frame.release());  // the pipeline has it
                 continue;
             }
             EXPECT_EQ(log.Text(), lines);

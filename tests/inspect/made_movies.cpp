@@ -62,7 +62,7 @@ MadeMovie Make(const std::string& name, const Codes& codes, std::vector<TrackRec
 
 MadeMovie MakeFile(const std::string& name, const Codes& codes, const Bytes& bytes) {
     return {name, codes, [bytes](const TempDirectory& directory) {
-                const std::string path = directory.File("file.mov");
+                std::string path = directory.File("file.mov");
                 WriteFile(path, bytes);
                 return path;
             }};
@@ -73,7 +73,7 @@ MadeMovie MakeShort(const std::string& name, const Codes& codes, std::vector<Tra
     MovieRecipe recipe;
     recipe.tracks = std::move(tracks);
     return {name, codes, [recipe](const TempDirectory& directory) {
-                const std::string path = WriteMovie(directory, recipe, {kMediaOffset, true});
+                std::string path = WriteMovie(directory, recipe, {kMediaOffset, true});
                 std::filesystem::resize_file(path, std::filesystem::file_size(path) - 100);
                 return path;
             }};
@@ -89,7 +89,7 @@ MadeMovie MakeReference(const std::string& name, const Codes& codes,
                 recipe.tracks = {VideoTrack()};
                 recipe.tracks[0].dataReferences = {
                     AliasReference(AliasVersion3(0, AliasItems({{18, media}, {19, "/"}})))};
-                const std::string path = directory.File("movie.mov");
+                std::string path = directory.File("movie.mov");
                 WriteMovieFile(path, BuildMoov(recipe), {});
                 return path;
             }};
@@ -171,7 +171,7 @@ std::vector<MadeMovie> Damages() {
                            [gone](AtomNode& moov) { moov.Remove(gone); }));
     }
     const auto poked = [&](const std::string& name, const std::string& path, size_t offset,
-                           const Bytes& bytes, Codes codes = {"damaged"}) {
+                           const Bytes& bytes, const Codes& codes = {"damaged"}) {
         all.push_back(Make(name, codes, {VideoTrack()},
                            [=](AtomNode& moov) { moov.At(path).Poke(offset, bytes); }));
     };

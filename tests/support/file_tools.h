@@ -7,6 +7,7 @@
 
 #include "platform/file_manager.h"
 #include "support/cf_owner.h"
+#include "support/movie_file.h"
 
 namespace kvx_test {
 
@@ -20,10 +21,6 @@ inline bool GetRef(const std::string& path, FSRef& ref, bool isDirectory = false
     const CFOwner<CFURLRef> url(CFURLCreateWithFileSystemPath(
         kCFAllocatorDefault, ToCFString(path).Get(), kCFURLPOSIXPathStyle, isDirectory));
     return url.Get() != nullptr && CFURLGetFSRef(url.Get(), &ref);
-}
-
-inline void WriteFile(const std::string& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
 }
 
 inline std::string ReadFile(const std::string& path) {
