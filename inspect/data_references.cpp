@@ -88,8 +88,7 @@ std::string WhyNoReference(const std::vector<DataReference>& references) {
     }
     if (const auto url = has(kUrl); url != references.end()) {
         return url->isSelfContained
-                   ? "the reference to its media is a \"url \" that stands for the movie itself; "
-                     "only "
+                   ? "the reference to its media is a \"url \" that means the movie itself; only "
                      "\"alis\" references are followed"
                    : "its media is named by a \"url \" reference, which is not followed";
     }
@@ -100,9 +99,22 @@ std::string WhyNoReference(const std::vector<DataReference>& references) {
            " reference, which is not known";
 }
 
+constexpr char kMendsReferences[] =
+    "\"kvx mend MOVIE\" makes one of the other, and changes no sample";
+
+// What helps against that; null for what helps in most cases.
+const char* RemedyOfNoReference(const std::vector<DataReference>& references) {
+    const bool canBeMended =
+        std::all_of(references.begin(), references.end(),
+                    [](const DataReference& each) { return each.isSelfContained; }) &&
+        std::any_of(references.begin(), references.end(),
+                    [](const DataReference& each) { return each.type == kUrl; });
+    return canBeMended ? kMendsReferences : nullptr;
+}
+
 enum class Manner {
     Importers,  // as the importer follows them
-    Forgiving,  // any that stands for the movie itself counts
+    Forgiving,  // any that means the movie itself counts
 };
 
 // Takes the entries down. False, after a finding, for one that stops the importer.
@@ -185,7 +197,8 @@ void ReadDataReferences(TrackReader& reader) {
     }
     MediaFile& media = reader.track.media;
     if (media.path.empty()) {
-        reader.Add(Code::MediaMissing, WhyNoReference(reader.track.dataReferences));
+        const std::vector<DataReference>& references = reader.track.dataReferences;
+        reader.Add(Code::MediaMissing, WhyNoReference(references), RemedyOfNoReference(references));
         return;
     }
     if (media.path == reader.report.path) {

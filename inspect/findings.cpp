@@ -91,6 +91,10 @@ const char* NameOf(Severity severity) {
     }
 }
 
+const char* RemedyOf(const Finding& finding) {
+    return finding.remedy != nullptr ? finding.remedy : FactsOf(finding.code).remedy;
+}
+
 void Sort(std::vector<Finding>& findings) {
     const auto key = [](const Finding& finding) {
         return std::tuple(FactsOf(finding.code).severity, finding.track, finding.code);

@@ -54,7 +54,7 @@ struct CodeFacts {
     Code code;
     const char* name;  // stable, for programs: "data-handler"
     Severity severity;
-    const char* remedy;  // empty if there is none
+    const char* remedy;  // in most cases; empty if there is none
 };
 
 const CodeFacts& FactsOf(Code code);
@@ -68,7 +68,12 @@ struct Finding {
     Code code;
     int track = kWholeMovie;  // TrackFacts::number
     std::string text;         // one line, without a full stop
+    // What helps here, where it is not what helps against its code everywhere.
+    const char* remedy = nullptr;
 };
+
+// What helps; empty if nothing is known.
+const char* RemedyOf(const Finding& finding);
 
 // By severity, then by track, then by code; what is alike in these stays in order.
 void Sort(std::vector<Finding>& findings);

@@ -1,8 +1,18 @@
 #include "inspect/sound_ranges.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace kvx_inspect {
+
+namespace {
+
+// Some thousand chunks of two thousand million samples each can add up to more than 64 bits hold.
+uint64_t SaturatingSum(uint64_t one, uint64_t other) {
+    return one + std::min(other, std::numeric_limits<uint64_t>::max() - one);
+}
+
+}  // namespace
 
 SoundRanges::SoundRanges(const TrackFacts& track)
     : mTables(track.tables), mChunks(track.tables), mSamples(track.tables) {}
@@ -33,7 +43,21 @@ uint64_t SoundRanges::TotalSize(const TrackFacts& track) {
     FileRange range;
     uint64_t size = 0;
     while (ranges.Next(range)) {
-        size += range.length;
+        size = SaturatingSum(size, range.length);
+    }
+    return size;
+}
+
+uint64_t SoundRanges::SizeInFile(const TrackFacts& track, uint64_t fileSize) {
+    SoundRanges ranges(track);
+    FileRange range;
+    uint64_t size = 0;
+    while (ranges.Next(range)) {
+        const uint64_t room = range.offset < fileSize ? fileSize - range.offset : 0;
+        size = SaturatingSum(size, std::min(room, range.length));
+        if (room < range.length) {
+            break;
+        }
     }
     return size;
 }

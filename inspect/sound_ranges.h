@@ -16,8 +16,10 @@ class SoundRanges {
 
     bool Next(FileRange& range);
 
-    // The bytes of all stretches.
+    // The bytes of all stretches, or the most that 64 bits hold.
     static uint64_t TotalSize(const TrackFacts& track);
+    // Those that lie in a file of `fileSize` bytes before the first that does not. As above.
+    static uint64_t SizeInFile(const TrackFacts& track, uint64_t fileSize);
 
   private:
     const SampleTables& mTables;

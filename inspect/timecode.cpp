@@ -58,7 +58,7 @@ void ReadTimecode(TrackReader& reader) {
     timecode.isDropFrame = (stsd.Unsigned32(kFlags) & kDropFrame) != 0;
     timecode.timeScale = stsd.Unsigned32(kTimeScale);
     timecode.frameDuration = stsd.Unsigned32(kFrameDuration);
-    timecode.framesPerSecond = static_cast<signed char>(stsd.Unsigned8(kFramesPerSecond));
+    timecode.framesPerSecond = static_cast<int8_t>(stsd.Unsigned8(kFramesPerSecond));
     timecode.isCounted = FormatOf(timecode) != KVX::Util::tcfNone;
 }
 

@@ -24,8 +24,8 @@ struct TrackReader {
     AtomView description;  // the first one; none if it cannot be used
     bool hasFragments = false;
 
-    void Add(Code code, const std::string& text) const {
-        report.findings.push_back({code, track.number, text});
+    void Add(Code code, const std::string& text, const char* remedy = nullptr) const {
+        report.findings.push_back({code, track.number, text, remedy});
     }
     FileRange RangeOf(const AtomView& atom) const {
         return {file.OffsetInFile(atom.Start()), atom.Length()};

@@ -120,7 +120,7 @@ std::vector<Waveform> Glance::ReadSounds(int columns, std::vector<std::string>& 
             words = LookAtTrack(mMovie.limit, mMovie.path, TrackKind::Sound, number).missing;
         }
         if (!words.empty()) {
-            words = "sound " + std::to_string(number) + ": " + words;
+            words.insert(0, "sound " + std::to_string(number) + ": ");
             notes.push_back(words);
             Miss(words);
         }

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -91,6 +92,13 @@ Problem CheckSound(const TrackFacts& track) {
     return {};
 }
 
+// Samples of all channels, by the tables.
+int64_t SoundLength(const TrackFacts& track) {
+    const uint64_t size = kvx_inspect::SoundRanges::TotalSize(track);
+    return static_cast<int64_t>(std::min<uint64_t>(size / std::max(track.sound->bytesPerFrame, 1U),
+                                                   std::numeric_limits<int64_t>::max()));
+}
+
 // Where the rows go: to standard output, or beside those of a list.
 class RowTaker {
   public:
@@ -158,10 +166,7 @@ class Hasher {
             return Complain(mReport->path, problem);
         }
         TellOfFragments();
-        const int64_t total =
-            isSound ? static_cast<int64_t>(kvx_inspect::SoundRanges::TotalSize(mTrack) /
-                                           std::max(mTrack.sound->bytesPerFrame, 1U))
-                    : mTrack.tables.sampleCount;
+        const int64_t total = isSound ? SoundLength(mTrack) : mTrack.tables.sampleCount;
         ProgressBar progress(isSound ? "sound" : "frames", total);
         PacketHashes hashes(descriptor,
                             isSound ? SoundPackets(mReport, mTrack, header.sampleRate)

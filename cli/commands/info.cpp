@@ -4,6 +4,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/movie_list.h"
 #include "cli/movie/movie_report.h"
+#include "cli/output/text.h"
 
 namespace kvx_cli {
 
@@ -13,7 +14,7 @@ std::string Indented(const std::string& text) {
     std::istringstream lines(text);
     std::string indented;
     for (std::string line; std::getline(lines, line);) {
-        indented += "    " + line + "\n";
+        indented += "    " + Printable(line) + "\n";
     }
     return indented;
 }
@@ -23,7 +24,7 @@ std::string Indented(const std::string& text) {
 int RunInfo(const Arguments& arguments) {
     const bool showsLog = arguments.Has(OptionId::kLog);
     return TellOfMovies(arguments, false, [showsLog](const MovieFacts& facts) {
-        std::string text = facts.path + "\n" + MovieReport(facts);
+        std::string text = Printable(facts.path) + "\n" + MovieReport(facts);
         if (showsLog && !facts.importer.log.empty()) {
             text += "  the importer's log:\n" + Indented(facts.importer.log);
         }

@@ -20,6 +20,7 @@
 #include "cli/output/copy_file.h"
 #include "cli/output/output_file.h"
 #include "cli/output/progress_bar.h"
+#include "cli/output/text.h"
 #include "inspect/mend_file.h"
 #include "inspect/mend_plan.h"
 #include "inspect/movie_file.h"
@@ -130,14 +131,14 @@ class Mender {
             return TellNothingToMend(path, *plan, obstacles);
         }
         if (!obstacles.empty() && !mArguments.Has(OptionId::kAnyway)) {
-            std::string text = path + ": not mended, since more is wrong with it\n";
+            std::string text = Printable(path) + ": not mended, since more is wrong with it\n";
             Tell(text + FindingLines(plan->after, obstacles) +
                  "  --anyway mends what can be mended\n");
             return kExitRefused;
         }
         if (mArguments.Has(OptionId::kDryRun)) {
-            Say(path + ": would be mended by " + Counted(plan->changes.size(), "change") + "\n" +
-                ChangeLines(*plan));
+            Say(Printable(path) + ": would be mended by " +
+                Counted(plan->changes.size(), "change") + "\n" + ChangeLines(*plan));
             Tell(FindingLines(plan->after, obstacles));
             return obstacles.empty() ? kExitDone : kExitRefused;
         }
@@ -182,7 +183,7 @@ class Mender {
     ExitCode TellNothingToMend(const std::string& path, const MendPlan& plan,
                                const std::vector<Finding>& obstacles) const {
         const bool imports = plan.before.GetVerdict() == Verdict::Imports;
-        const std::string text = path + ": nothing to mend" +
+        const std::string text = Printable(path) + ": nothing to mend" +
                                  (imports ? ", it imports as it is" : ", and it is refused") +
                                  "\n" + FindingLines(plan.before, obstacles);
         if (imports) {
@@ -244,9 +245,11 @@ class Mender {
         const MovieFacts told = facts ? std::move(*facts) : NoFacts(result, mLimit.Words());
         const bool imports = told.GetVerdict() == Verdict::Imports;
         const std::string text =
-            path + ": mended by " + Counted(plan.changes.size(), "change") +
-            (mOutput.empty() ? "" : " as " + mOutput) +
-            (imports ? ", it imports now" : ", and still refused: " + told.importer.words) + "\n" +
+            Printable(path) + ": mended by " + Counted(plan.changes.size(), "change") +
+            (mOutput.empty() ? "" : " as " + Printable(mOutput)) +
+            (imports ? ", it imports now"
+                     : ", and still refused: " + Printable(told.importer.words)) +
+            "\n" +
             (mOutput.empty() && mNames > 1
                  ? "  the file has " + std::to_string(mNames) + " names; it is mended under all\n"
                  : "") +

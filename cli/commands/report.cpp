@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -13,6 +14,7 @@
 #include "cli/output/complain.h"
 #include "cli/output/output_file.h"
 #include "cli/output/progress_bar.h"
+#include "cli/output/text.h"
 #include "cli/page/movie_page.h"
 #include "cli/picture/scale.h"
 
@@ -31,8 +33,8 @@ PageFrame PageFrameOf(const Glance::Frame& frame, const imFileInfoRec8& video, W
     const double scale = std::min(kFrameWidth / shown, 1.0);
     PageFrame made;
     made.caption = frame.caption;
-    made.width = std::max(static_cast<int>(shown * scale + 0.5), 1);
-    made.height = std::max(static_cast<int>(video.height * scale + 0.5), 1);
+    made.width = std::max(static_cast<int>(std::lround(shown * scale)), 1);
+    made.height = std::max(static_cast<int>(std::lround(video.height * scale)), 1);
     if (frame.isThere) {
         constexpr int kSmallCompression = 6;
         const Picture picture = ScaledDown(frame.view, std::min(made.width, frame.view.width),
@@ -164,7 +166,7 @@ class ReportCommand {
     void Tell(const MovieFacts& facts) const {
         if (!mArguments.Has(OptionId::kQuiet) && mArguments.Text(OptionId::kOutput) != "-") {
             ProgressBar::Wipe();
-            std::printf("%s: %s\n", facts.path.c_str(), NameOf(facts.GetVerdict()));
+            std::printf("%s: %s\n", Printable(facts.path).c_str(), NameOf(facts.GetVerdict()));
             std::fflush(stdout);
         }
     }

@@ -9,6 +9,7 @@
 #include "cli/output/complain.h"
 #include "cli/output/output_file.h"
 #include "cli/output/progress_bar.h"
+#include "cli/output/text.h"
 
 namespace kvx_cli {
 
@@ -39,7 +40,7 @@ int RunTimecode(const Arguments& arguments) {
         }
         ProgressBar::Wipe();
         std::printf("%s%s\n", timecode.c_str(),
-                    movie.isOneOfMany ? ("  " + movie.path).c_str() : "");
+                    movie.isOneOfMany ? ("  " + Printable(movie.path)).c_str() : "");
         return FlushStandardOutput() ? kExitDone : kExitFailed;
     });
 }

@@ -9,6 +9,7 @@
 #include "cli/output/complain.h"
 #include "cli/output/output_file.h"
 #include "cli/output/progress_bar.h"
+#include "cli/output/text.h"
 
 namespace kvx_cli {
 
@@ -104,7 +105,7 @@ Problem FindOutput(const Arguments& arguments, const MovieAtWork& movie,
 void TellDone(const Arguments& arguments, const MovieAtWork& movie, const std::string& words) {
     if (movie.isOneOfMany && !arguments.Has(OptionId::kQuiet)) {
         ProgressBar::Wipe();
-        std::printf("%s: %s\n", movie.path.c_str(), words.c_str());
+        std::printf("%s: %s\n", Printable(movie.path).c_str(), Printable(words).c_str());
         std::fflush(stdout);
     }
 }

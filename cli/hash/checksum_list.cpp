@@ -11,7 +11,8 @@ namespace kvx_cli {
 
 namespace {
 
-// Lines longer than any row, and than any value that a header has.
+// Of a line no more is kept: longer than any row up to its hash, and than any header that is
+// compared.
 constexpr size_t kLongestLine = 4096;
 
 bool StartsWith(const std::string& text, const char* start) {
@@ -106,15 +107,18 @@ ChecksumComparison::~ChecksumComparison() {
 }
 
 bool ChecksumComparison::ReadLine(std::string& line) {
-    char text[kLongestLine];
+    line.clear();
     errno = 0;
-    if (std::fgets(text, sizeof text, mFile) == nullptr) {
-        return false;
+    bool isThere = false;
+    for (int character = 0; character != '\n' && (character = std::getc(mFile)) != EOF;) {
+        isThere = true;
+        if (line.size() < kLongestLine) {
+            line += static_cast<char>(character);
+        }
     }
-    line = text;
     line.erase(line.find_last_not_of("\r\n") + 1);
-    ++mLine;
-    return true;
+    mLine += isThere ? 1 : 0;
+    return isThere && std::ferror(mFile) == 0;
 }
 
 bool ChecksumComparison::NextRowLine(std::string& line) {
@@ -169,14 +173,14 @@ Problem ChecksumComparison::Open(const std::string& path, const ChecksumHeader& 
     while (mFirstRow.empty() && ReadLine(line)) {
         if (!line.empty() && line[0] != '#') {
             mFirstRow = line;
-        } else if (const Problem problem = CompareHeaderLine(line, header)) {
+        } else if (Problem problem = CompareHeaderLine(line, header)) {
             return problem;
         }
         isList |= line == "#format: frame checksums";
         isVersion2 |= line == "#version: 2";
         isMd5 |= line == "#hash: MD5";
     }
-    if (const Problem problem = CheckFailure()) {
+    if (Problem problem = CheckFailure()) {
         return problem;
     }
     if (!isList || !isVersion2 || !isMd5) {

@@ -6,14 +6,21 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <limits>
+#include <new>
 #include <utility>
+
+#include "cli/output/start_threads.h"
 
 namespace kvx_cli {
 
 namespace {
 
 // Stays in a processor's second cache between the read and the hash.
-constexpr size_t kBlock = 256 * 1024;
+constexpr size_t kBlock = size_t{256} * 1024;
+
+// No file goes on beyond.
+constexpr uint64_t kMostOffset = static_cast<uint64_t>(std::numeric_limits<off_t>::max()) - kBlock;
 
 std::string Hexadecimal(const uint8_t* bytes, size_t size) {
     constexpr char kDigits[] = "0123456789abcdef";
@@ -32,6 +39,10 @@ PacketHashes::Result HashOf(int descriptor, const Packet& packet, uint8_t* block
     md5_init(&context);
     for (const kvx_inspect::FileRange& range : packet.ranges) {
         for (uint64_t done = 0; done < range.length;) {
+            if (range.offset + done > kMostOffset) {
+                result.isShort = true;
+                return result;
+            }
             const ssize_t count =
                 pread(descriptor, block, std::min<uint64_t>(kBlock, range.length - done),
                       static_cast<off_t>(range.offset + done));
@@ -67,6 +78,7 @@ struct PacketHashes::Shared {
     uint64_t handedOut = 0;
     uint64_t taken = 0;
     bool isAtEnd = false;
+    bool ranOutOfMemory = false;
     std::map<uint64_t, Result> results;
 
     ~Shared() {
@@ -81,9 +93,7 @@ PacketHashes::PacketHashes(int descriptor, std::function<bool(Packet&)> next, un
     mShared->descriptor = descriptor;
     mShared->next = std::move(next);
     mShared->most = uint64_t{4} * threads;
-    for (unsigned i = 0; i < threads; ++i) {
-        mThreads.emplace_back(Work, mShared);
-    }
+    mThreads = StartThreads(threads, [shared = mShared] { Work(shared); });
 }
 
 PacketHashes::~PacketHashes() {
@@ -98,27 +108,39 @@ PacketHashes::~PacketHashes() {
 }
 
 void PacketHashes::Work(const std::shared_ptr<Shared>& shared) {
+    try {
+        HashAll(*shared);
+    } catch (const std::bad_alloc&) {
+        const std::lock_guard<std::mutex> guard(shared->lock);
+        shared->isAtEnd = true;
+        shared->ranOutOfMemory = true;
+        shared->isDone.notify_all();
+        shared->isTaken.notify_all();
+    }
+}
+
+void PacketHashes::HashAll(Shared& shared) {
     const auto block = std::make_unique<uint8_t[]>(kBlock);
     for (;;) {
         Packet packet;
         uint64_t number = 0;
         {
-            std::unique_lock<std::mutex> guard(shared->lock);
-            shared->isTaken.wait(guard, [&shared] {
-                return shared->isAtEnd || shared->handedOut - shared->taken < shared->most;
+            std::unique_lock<std::mutex> guard(shared.lock);
+            shared.isTaken.wait(guard, [&shared] {
+                return shared.isAtEnd || shared.handedOut - shared.taken < shared.most;
             });
-            if (shared->isAtEnd || !shared->next(packet)) {
-                shared->isAtEnd = true;
-                shared->isDone.notify_all();
-                shared->isTaken.notify_all();
+            if (shared.isAtEnd || !shared.next(packet)) {
+                shared.isAtEnd = true;
+                shared.isDone.notify_all();
+                shared.isTaken.notify_all();
                 return;
             }
-            number = shared->handedOut++;
+            number = shared.handedOut++;
         }
-        Result result = HashOf(shared->descriptor, packet, block.get());
-        const std::lock_guard<std::mutex> guard(shared->lock);
-        shared->results.emplace(number, std::move(result));
-        shared->isDone.notify_all();
+        Result result = HashOf(shared.descriptor, packet, block.get());
+        const std::lock_guard<std::mutex> guard(shared.lock);
+        shared.results.emplace(number, std::move(result));
+        shared.isDone.notify_all();
     }
 }
 
@@ -126,9 +148,15 @@ bool PacketHashes::Next(Result& result, std::chrono::milliseconds limit) {
     std::unique_lock<std::mutex> guard(mShared->lock);
     const auto isThere = [this] { return mShared->results.count(mNext) != 0; };
     const bool isInTime = mShared->isDone.wait_for(guard, limit, [this, isThere] {
-        return isThere() || (mShared->isAtEnd && mNext == mShared->handedOut);
+        return isThere() || mShared->ranOutOfMemory ||
+               (mShared->isAtEnd && mNext == mShared->handedOut);
     });
     mIsLate = !isInTime;
+    if (isInTime && !isThere() && mShared->ranOutOfMemory) {
+        result = {};
+        result.error = ENOMEM;
+        return true;
+    }
     if (!isInTime || !isThere()) {
         return false;
     }

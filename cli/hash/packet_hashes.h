@@ -39,7 +39,7 @@ class PacketHashes {
     struct Result {
         ChecksumRow row;
         bool isShort = false;  // the file ends before it
-        int error = 0;         // why it could not be read, else
+        int error = 0;         // why it could not be read, else; ENOMEM is the last result
     };
 
     // The next packet's; false at the end, and when `limit` has passed without it.
@@ -51,6 +51,7 @@ class PacketHashes {
   private:
     struct Shared;
     static void Work(const std::shared_ptr<Shared>& shared);
+    static void HashAll(Shared& shared);
 
     std::shared_ptr<Shared> mShared;
     std::vector<std::thread> mThreads;

@@ -107,12 +107,11 @@ std::string OfZsh(const OptionInfo& option) {
     if (option.letter == nullptr) {
         return "        " + Quoted(option.name + described + value) + " \\\n";
     }
-    std::string lines;
     const std::string both = std::string("(") + option.letter + " " + option.name + ")";
-    for (const char* const name : {option.letter, option.name}) {
-        lines += "        " + Quoted(both + name + described + value) + " \\\n";
-    }
-    return lines;
+    const auto line = [&](const char* name) {
+        return "        " + Quoted(both + name + described + value) + " \\\n";
+    };
+    return line(option.letter) + line(option.name);
 }
 
 std::string OfFish(const OptionInfo& option, const std::string& where) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "cli/output/text.h"
+
 namespace kvx_cli {
 
 using kvx_inspect::Finding;
@@ -36,7 +38,7 @@ std::string TrackName(const Report& report, int track) {
     if (facts == nullptr) {
         return "movie";
     }
-    const std::string name = "track " + std::to_string(track);
+    std::string name = "track " + std::to_string(track);
     const std::string index = std::to_string(facts->index);
     switch (facts->kind) {
         case TrackKind::Video:
@@ -54,9 +56,9 @@ std::string FindingLine(const Report& report, const Finding& finding) {
     const kvx_inspect::CodeFacts& code = FactsOf(finding.code);
     std::string line = "  " + Padded(NameOf(code.severity), kSeverityWidth) +
                        Padded(code.name, kCodeWidth) + TrackName(report, finding.track) + ": " +
-                       finding.text;
-    if (*code.remedy != '\0') {
-        line += "; remedy: " + std::string(code.remedy);
+                       Printable(finding.text);
+    if (const char* const remedy = RemedyOf(finding); *remedy != '\0') {
+        line += "; remedy: " + std::string(remedy);
     }
     return line + "\n";
 }
@@ -72,7 +74,7 @@ std::string Disagreement(const MovieFacts& facts) {
 
 std::string CheckReport(const MovieFacts& facts) {
     const Report& report = facts.report;
-    std::string text = facts.path + ": " + NameOf(facts.GetVerdict()) +
+    std::string text = Printable(facts.path) + ": " + NameOf(facts.GetVerdict()) +
                        Count(report, Severity::Refused, "reason") +
                        Count(report, Severity::Warning, "warning") +
                        Count(report, Severity::Note, "note") + "\n";
@@ -80,7 +82,7 @@ std::string CheckReport(const MovieFacts& facts) {
         text += FindingLine(report, finding);
     }
     if (!facts.importer.imports) {
-        text += "  the importer says: " + facts.importer.words + "\n";
+        text += "  the importer says: " + Printable(facts.importer.words) + "\n";
     }
     const std::string disagreement = Disagreement(facts);
     if (!disagreement.empty()) {

@@ -38,12 +38,13 @@ ordered_json OrNull(bool isThere, ordered_json value) {
 
 ordered_json FindingJson(const Finding& finding) {
     const kvx_inspect::CodeFacts& code = FactsOf(finding.code);
+    const char* const remedy = RemedyOf(finding);
     return {
         {"severity", NameOf(code.severity)},
         {"code", code.name},
         {"track", OrNull(finding.track != kvx_inspect::kWholeMovie, finding.track)},
         {"text", finding.text},
-        {"remedy", OrNull(*code.remedy != '\0', code.remedy)},
+        {"remedy", OrNull(*remedy != '\0', remedy)},
     };
 }
 

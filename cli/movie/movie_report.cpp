@@ -228,7 +228,7 @@ std::string MediaReport(const Report& report) {
             continue;
         }
         told.push_back(path);
-        text += "    " + path + (track.media.canBeRead ? "" : " (missing)") + "\n";
+        text += "    " + Printable(path) + (track.media.canBeRead ? "" : " (missing)") + "\n";
     }
     return text.empty() ? "" : "  media in other files\n" + text;
 }
@@ -236,7 +236,7 @@ std::string MediaReport(const Report& report) {
 // Whose it is, if it is one track's, and the words.
 std::string WordsOf(const Report& report, const kvx_inspect::Finding& finding) {
     const bool isOfTheMovie = finding.track == kvx_inspect::kWholeMovie;
-    return (isOfTheMovie ? "" : TrackName(report, finding.track) + ": ") + finding.text;
+    return (isOfTheMovie ? "" : TrackName(report, finding.track) + ": ") + Printable(finding.text);
 }
 
 std::string WarningsReport(const Report& report) {
@@ -254,14 +254,13 @@ std::string WarningsReport(const Report& report) {
 std::string ReasonsReport(const MovieFacts& facts) {
     std::string text;
     for (const kvx_inspect::Finding& finding : facts.report.findings) {
-        const kvx_inspect::CodeFacts& code = FactsOf(finding.code);
-        if (code.severity == kvx_inspect::Severity::Refused) {
-            const std::string remedy = code.remedy;
+        if (FactsOf(finding.code).severity == kvx_inspect::Severity::Refused) {
+            const std::string remedy = RemedyOf(finding);
             text += "  not importable: " + WordsOf(facts.report, finding) +
                     (remedy.empty() ? "" : "; remedy: " + remedy) + "\n";
         }
     }
-    return text.empty() ? "  not importable: " + facts.importer.words + "\n" : text;
+    return text.empty() ? "  not importable: " + Printable(facts.importer.words) + "\n" : text;
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <cstdio>
+#include <new>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -18,6 +20,15 @@ struct TimeLimit::Worker {
     std::condition_variable changed;
     std::function<void()> work;  // empty: nothing to do
     bool isStopping = false;
+    bool ranOutOfMemory = false;
+
+    void Do() {
+        try {
+            work();
+        } catch (const std::bad_alloc&) {
+            ranOutOfMemory = true;
+        }
+    }
 
     static void RunThread(const std::shared_ptr<Worker>& worker) {
         std::unique_lock<std::mutex> guard(worker->lock);
@@ -27,7 +38,7 @@ struct TimeLimit::Worker {
                 return;
             }
             guard.unlock();
-            worker->work();
+            worker->Do();
             guard.lock();
             worker->work = nullptr;
             worker->changed.notify_all();
@@ -43,16 +54,29 @@ TimeLimit::~TimeLimit() {
     }
 }
 
-bool TimeLimit::Run(std::function<void()> work) {
-    if (mWorker == nullptr) {
-        mWorker = std::make_shared<Worker>();
+bool TimeLimit::StartWorker() {
+    mWorker = std::make_shared<Worker>();
+    try {
         std::thread(Worker::RunThread, mWorker).detach();
+    } catch (const std::system_error&) {
+        mWorker = nullptr;
+    }
+    return mWorker != nullptr;
+}
+
+bool TimeLimit::Run(std::function<void()> work) {
+    mFailure = nullptr;
+    if (mWorker == nullptr && !StartWorker()) {
+        mFailure = "there is no thread to be had to read it";
+        return false;
     }
     std::unique_lock<std::mutex> guard(mWorker->lock);
+    mWorker->ranOutOfMemory = false;
     mWorker->work = std::move(work);
     mWorker->changed.notify_all();
     if (mWorker->changed.wait_for(guard, mLimit, [this] { return !mWorker->work; })) {
-        return true;
+        mFailure = mWorker->ranOutOfMemory ? "there is not enough memory for it" : nullptr;
+        return mFailure == nullptr;
     }
     mWorker->isStopping = true;
     guard.unlock();
@@ -62,7 +86,7 @@ bool TimeLimit::Run(std::function<void()> work) {
 }
 
 std::string TimeLimit::Words() const {
-    return "it did not answer within " + SecondsText(mLimit);
+    return mFailure != nullptr ? mFailure : "it did not answer within " + SecondsText(mLimit);
 }
 
 bool TimeLimit::HasLeftThreadBehind() {

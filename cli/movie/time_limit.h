@@ -10,8 +10,8 @@
 
 namespace kvx_cli {
 
-// Work that a file may hold up for ever, as one on a disk that does not answer. It is done on a
-// thread of its own, which is left behind when the time is up. What the work touches must then
+// Work that a file may hold up for ever, as one on a disk that does not respond. It is done on a
+// thread of its own, which is abandoned when the time is up. What the work touches must then
 // outlive it: let it own all that through shared pointers.
 class TimeLimit {
   public:
@@ -21,30 +21,34 @@ class TimeLimit {
     TimeLimit(const TimeLimit&) = delete;
     TimeLimit& operator=(const TimeLimit&) = delete;
 
-    // False if the work did not end in time.
+    // False if the work did not end in time or threw std::bad_alloc, and if there is no thread to
+    // be had for it; Words() then tells which. The work throws nothing else.
     bool Run(std::function<void()> work);
 
-    // The same of work with an answer.
-    template <typename Answer>
-    std::optional<Answer> Ask(std::function<Answer()> work) {
-        const auto answer = std::make_shared<std::optional<Answer>>();
-        const bool isDone = Run([answer, work = std::move(work)] { *answer = work(); });
-        return isDone ? std::move(*answer) : std::nullopt;
+    // The same for work with a result.
+    template <typename Result>
+    std::optional<Result> Ask(std::function<Result()> work) {
+        const auto result = std::make_shared<std::optional<Result>>();
+        const bool isDone = Run([result, work = std::move(work)] { *result = work(); });
+        return isDone ? std::move(*result) : std::nullopt;
     }
 
     std::chrono::milliseconds Limit() const { return mLimit; }
 
-    // "it did not answer within 10 seconds".
+    // Why the last Run() failed: "it did not answer within 10 seconds". The same before any.
     std::string Words() const;
 
-    // Whether any thread of the program has been left behind; it can only end at once then.
+    // Whether any thread of the program has been abandoned; it can only end at once then.
     static bool HasLeftThreadBehind();
 
   private:
     struct Worker;
 
+    bool StartWorker();
+
     std::chrono::milliseconds mLimit;
     std::shared_ptr<Worker> mWorker;
+    const char* mFailure = nullptr;  // of the last Run(), other than to be late
 };
 
 // "1 second", "2.5 seconds".

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "cli/output/progress_bar.h"
+#include "cli/output/text.h"
 
 namespace kvx_cli {
 
@@ -28,7 +29,7 @@ void KeepStandardError() {
 }
 
 int Complain(int exitCode, const std::string& words) {
-    const std::string line = "kvx: " + words + "\n";
+    const std::string line = "kvx: " + Printable(words) + "\n";
     ProgressBar::Wipe();
     std::fflush(stderr);
     const int descriptor = gStandardError != -1 ? gStandardError : STDERR_FILENO;

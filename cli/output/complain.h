@@ -11,7 +11,7 @@ namespace kvx_cli {
 // taken. Once, at the start of the program.
 void KeepStandardError();
 
-// "kvx: WORDS" on standard error. Answers `exitCode`.
+// "kvx: WORDS" on standard error, in one line and as Printable() has it. Returns `exitCode`.
 int Complain(int exitCode, const std::string& words);
 
 // "kvx: SUBJECT: WORDS"; the subject is usually a path.

@@ -1,8 +1,11 @@
 #include "cli/output/text.h"
 
 #include <cinttypes>
+#include <cmath>
 #include <cstdio>
 #include <numeric>
+
+#include "cli/output/utf8.h"
 
 namespace kvx_cli {
 
@@ -20,6 +23,10 @@ std::string DecimalText(double value) {
         trimmed.pop_back();
     }
     return trimmed;
+}
+
+bool IsControl(uint32_t character) {
+    return character < 0x20 || (character >= 0x7F && character < 0xA0);
 }
 
 }  // namespace
@@ -46,7 +53,7 @@ std::string DurationText(int64_t units, int64_t timeScale) {
     // Whole seconds apart from the rest, so that no product leaves 64 bits.
     int64_t seconds = units / timeScale;
     const double fraction = static_cast<double>(units % timeScale) / static_cast<double>(timeScale);
-    int64_t milliseconds = static_cast<int64_t>(fraction * 1000 + 0.5);
+    int64_t milliseconds = std::llround(fraction * 1000);
     seconds += milliseconds / 1000;
     milliseconds %= 1000;
 
@@ -63,6 +70,25 @@ std::string FourCharText(uint32_t code) {
         text += character >= ' ' && character <= '~' ? character : '?';
     }
     return text;
+}
+
+std::string Printable(const std::string& text) {
+    std::string printable;
+    for (size_t index = 0; index < text.size();) {
+        const Utf8Character character = Utf8CharacterAt(text, index);
+        const bool isCharacter = character.length != 0;
+        const size_t length = isCharacter ? character.length : 1;
+        const uint32_t number = isCharacter ? character.number : static_cast<uint8_t>(text[index]);
+        if (IsControl(number)) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\x%02X", static_cast<unsigned>(number));
+            printable += escape;
+        } else {
+            printable.append(text, index, length);
+        }
+        index += length;
+    }
+    return printable;
 }
 
 }  // namespace kvx_cli

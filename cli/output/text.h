@@ -1,4 +1,4 @@
-// How the command prints numbers and codes.
+// How the command prints numbers, codes and names.
 #pragma once
 
 #include <cstdint>
@@ -17,5 +17,10 @@ std::string DurationText(int64_t units, int64_t timeScale);
 // The four characters of a QuickTime code, first character in the most significant byte.
 // Characters that cannot be printed become '?'.
 std::string FourCharText(uint32_t code);
+
+// A text that comes from a movie, a folder or the command line, such as a name, on one line and
+// without anything that a terminal obeys: control characters, those of U+0080 to U+009F and single
+// bytes of that range become escapes, as in "\x1B". All else stays as it is.
+std::string Printable(const std::string& text);
 
 }  // namespace kvx_cli

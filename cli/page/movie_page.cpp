@@ -168,8 +168,8 @@ std::string Findings(const MovieFacts& facts) {
                  NameOf(code.severity) + "\">" + NameOf(code.severity) + "</b> " +
                  HtmlText(TrackName(facts.report, finding.track)) + ": " + HtmlText(finding.text) +
                  " <span class=\"code\">" + HtmlText(code.name) + "</span>";
-        if (*code.remedy != '\0') {
-            items += "<br><span>Remedy: " + HtmlText(code.remedy) + "</span>";
+        if (const char* const remedy = RemedyOf(finding); *remedy != '\0') {
+            items += "<br><span>Remedy: " + HtmlText(remedy) + "</span>";
         }
         items += "</li>\n";
     }
@@ -196,8 +196,8 @@ std::string Frames(const std::vector<PageFrame>& frames) {
                     "aria-label=\"missing\"><path d=\"M0 0 16 9M16 0 0 9\" "
                     "stroke=\"currentColor\" stroke-width=\".1\"/></svg>";
         } else {
-            html += "<img " + size + " alt=\"" + caption + "\" src=\"data:image/png;base64," +
-                    Base64(frame.png) + "\">";
+            html.append("<img ").append(size).append(" alt=\"").append(caption);
+            html.append("\" src=\"data:image/png;base64,").append(Base64(frame.png)).append("\">");
         }
         html += "<figcaption>" + caption + "</figcaption></figure>\n";
     }

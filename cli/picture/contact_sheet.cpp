@@ -199,8 +199,9 @@ class Plan {
     double CellHeight() const { return mCellHeight; }
     double CellX(int frame) const { return kMargin + frame % mColumns * (mCellWidth + kGap); }
     double CellY(int frame) const {
+        const int row = frame / mColumns;
         return kMargin + kTitleHeight + static_cast<double>(mFacts.size()) * kFactsHeight +
-               frame / mColumns * (mCellHeight + kCaptionHeight + kGap);
+               row * (mCellHeight + kCaptionHeight + kGap);
     }
     double SoundY(int lane) const { return FramesEnd() + kSoundGap + lane * (kLaneHeight + 4); }
     double NoteY(int lanes, size_t note) const {
@@ -350,8 +351,7 @@ Problem DrawSheet(const SheetContents& contents, const SheetLayout& layout, Pict
     }
     for (int number = 0; number < contents.frameCount; ++number) {
         SheetFrame frame;
-        const Problem problem = contents.nextFrame(frame);
-        if (problem) {
+        if (Problem problem = contents.nextFrame(frame)) {
             return problem;
         }
         DrawFrame(context.get(), plan, number, frame);

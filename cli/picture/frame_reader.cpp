@@ -61,8 +61,10 @@ struct FrameReader::HostSide {
     // That of an earlier reader whose frames may still come, or never; else a new one. There can
     // be but one at a time.
     static std::unique_ptr<HostSide> Take(kvx_hostkit::Host& host) {
-        return LeftBehind() != nullptr ? std::exchange(LeftBehind(), nullptr)
-                                       : std::make_unique<HostSide>(host);
+        if (LeftBehind() == nullptr) {
+            LeftBehind() = std::make_unique<HostSide>(host);
+        }
+        return std::exchange(LeftBehind(), nullptr);
     }
 
     static void LeaveBehind(std::unique_ptr<HostSide> hostSide) {

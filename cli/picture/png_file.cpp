@@ -92,18 +92,28 @@ PngEncoding::PngEncoding(WorkerPool& pool, PictureRows rows, const PngSettings& 
     }
     mLeft = mSlices.size();
     for (Slice& slice : mSlices) {
-        pool.Do([this, &slice] {
-            try {
-                Compress(slice);
-            } catch (const std::bad_alloc&) {
-                slice.hasFailed = true;
-            }
-            const std::lock_guard<std::mutex> guard(mLock);
-            slice.isDone = true;
-            --mLeft;
-            mDone.notify_all();
-        });
+        try {
+            pool.Do([this, &slice] {
+                try {
+                    Compress(slice);
+                } catch (const std::bad_alloc&) {
+                    slice.hasFailed = true;
+                }
+                Finish(slice);
+            });
+        } catch (const std::bad_alloc&) {
+            // Threads may be at earlier slices, and have to find them where they are.
+            slice.hasFailed = true;
+            Finish(slice);
+        }
     }
+}
+
+void PngEncoding::Finish(Slice& slice) {
+    const std::lock_guard<std::mutex> guard(mLock);
+    slice.isDone = true;
+    --mLeft;
+    mDone.notify_all();
 }
 
 PngEncoding::~PngEncoding() {
@@ -165,7 +175,7 @@ Problem PngEncoding::HandOn(const Write& write, bool& isWritten) {
 
 Problem PngEncoding::WriteInto(OutputFile& file) {
     bool isWritten = true;
-    const Problem problem = HandOn(
+    Problem problem = HandOn(
         [&file](const Bytes& bytes) {
             errno = 0;
             return std::fwrite(bytes.data(), 1, bytes.size(), file.Stream()) == bytes.size();

@@ -44,7 +44,8 @@ struct PictureRows {
 // One picture on its way into a PNG file. Slices of it are compressed by the threads of a pool.
 class PngEncoding {
   public:
-    // Begins at once. `pool` must outlive the encoding.
+    // Begins at once. `pool` must outlive the encoding. A slice that there is no memory for is told
+    // by WriteInto() and Append().
     PngEncoding(WorkerPool& pool, PictureRows rows, const PngSettings& settings);
 
     // Waits for threads that are at it.
@@ -73,6 +74,7 @@ class PngEncoding {
     using Write = std::function<bool(const std::vector<uint8_t>& bytes)>;
 
     void Compress(Slice& slice) const;
+    void Finish(Slice& slice);
 
     // Hands the file on in pieces. `isWritten` becomes false where `write` is.
     Problem HandOn(const Write& write, bool& isWritten);

@@ -83,6 +83,7 @@ void MakePrefixCode(const uint32_t* frequencies, size_t count, int limit, uint8_
         counts[1] = 1;
     } else if (!symbols.empty()) {
         std::vector<uint32_t> sorted;
+        sorted.reserve(symbols.size());
         for (const size_t symbol : symbols) {
             sorted.push_back(frequencies[symbol]);
         }

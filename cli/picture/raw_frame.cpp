@@ -66,6 +66,7 @@ std::vector<ByteSpan> RawBytes(const kvx_hostkit::PixelBufferView& view) {
         return {{view.pixels, static_cast<size_t>(tight) * static_cast<size_t>(view.height)}};
     }
     std::vector<ByteSpan> rows;
+    rows.reserve(static_cast<size_t>(view.height));
     for (int row = 0; row < view.height; ++row) {
         rows.push_back({view.pixels + static_cast<ptrdiff_t>(row) * view.rowBytes,
                         static_cast<size_t>(tight)});

@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "cli/output/start_threads.h"
+
 namespace kvx_cli {
 
 WorkerPool::WorkerPool(size_t threads) {
     if (threads == 0) {
         threads = std::max(std::thread::hardware_concurrency(), 1U);
     }
-    for (size_t number = 0; number < threads; ++number) {
-        mThreads.emplace_back([this] { RunThread(); });
-    }
+    mThreads = StartThreads(threads, [this] { RunThread(); });
 }
 
 WorkerPool::~WorkerPool() {

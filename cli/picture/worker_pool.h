@@ -14,7 +14,8 @@ namespace kvx_cli {
 // threads.
 class WorkerPool {
   public:
-    // 0: one for each processor that there is.
+    // 0: one for each processor that there is. Fewer where the system gives no more; throws
+    // std::bad_alloc where it gives none.
     explicit WorkerPool(size_t threads = 0);
 
     // Ends when all is done.
@@ -23,7 +24,7 @@ class WorkerPool {
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
 
-    // `work` throws nothing.
+    // `work` throws nothing. Throws std::bad_alloc, and the work is not done then.
     void Do(std::function<void()> work);
 
     size_t Threads() const { return mThreads.size(); }

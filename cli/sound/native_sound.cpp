@@ -17,7 +17,6 @@ namespace kvx_cli {
 
 using kvx_inspect::FileRange;
 using kvx_inspect::Report;
-using kvx_inspect::SampleForm;
 using kvx_inspect::SoundFacts;
 using kvx_inspect::TrackFacts;
 using kvx_inspect::TrackKind;
@@ -177,18 +176,8 @@ NativeSound::NativeSound(std::shared_ptr<Media> media, const TrackFacts& track, 
     mFormat.isFloat = sound.own.isFloat;
     mFormat.isShortAbove16Bits = false;
     mFormat.timeReference = NativeTimeReference(*mMedia->report, track);
-    kvx_inspect::SoundRanges ranges(track);
-    FileRange range;
-    uint64_t whole = 0;
-    uint64_t there = 0;
-    bool isCut = false;
-    while (ranges.Next(range)) {
-        whole += range.length;
-        const uint64_t room = range.offset < track.media.size ? track.media.size - range.offset : 0;
-        there += isCut ? 0 : std::min(room, range.length);
-        isCut |= room < range.length;
-    }
-    mFrames = there / sound.bytesPerFrame;
+    const uint64_t whole = kvx_inspect::SoundRanges::TotalSize(track);
+    mFrames = kvx_inspect::SoundRanges::SizeInFile(track, track.media.size) / sound.bytesPerFrame;
     mMissing = whole / sound.bytesPerFrame - mFrames;
 }
 

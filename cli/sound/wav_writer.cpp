@@ -1,8 +1,10 @@
 #include "cli/sound/wav_writer.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 namespace kvx_cli {
 
@@ -86,7 +88,8 @@ void AppendFormat(HeaderBytes& header, const WavFormat& format) {
     header.U16(extensible ? kFormatExtensible : FormatNumber(format));
     header.U16(static_cast<uint64_t>(format.channels));
     header.U32(static_cast<uint64_t>(format.sampleRate));
-    header.U32(static_cast<uint64_t>(format.sampleRate) * bytesPerFrame);
+    const uint64_t bytesPerSecond = static_cast<uint64_t>(format.sampleRate) * bytesPerFrame;
+    header.U32(std::min<uint64_t>(bytesPerSecond, std::numeric_limits<uint32_t>::max()));
     header.U16(bytesPerFrame);
     header.U16(static_cast<uint64_t>(format.bits));
     if (extensible) {
@@ -112,6 +115,9 @@ void AppendBroadcastExtension(HeaderBytes& header, uint64_t timeReference) {
     static_assert(kBextVersion == kBextTimeReference + 8);
     header.Zeros(start + kBextSize - header.mBytes.size());
 }
+
+// With a header before it and a byte after it, what a signed offset reaches.
+constexpr uint64_t kMostDataBytes = (uint64_t{1} << 63) - 4096;
 
 // Chunks begin on even places.
 bool NeedsPadding(const WavFormat& format, uint64_t frames) {
@@ -168,6 +174,9 @@ Problem WavWriter::Open(const std::string& place, const InputFiles& inputs, cons
     mFormat = format;
     mFramesLeft = frames;
     mIsPadded = NeedsPadding(format, frames);
+    if (frames > kMostDataBytes / BytesPerFrame(format)) {
+        return {kExitRefused, "its sound is longer than a file can be"};
+    }
     if (Problem problem = mFile.Open(place, inputs)) {
         return problem;
     }

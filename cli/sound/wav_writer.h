@@ -43,7 +43,7 @@ void Interleave(const float* const* planes, int channels, size_t frames, float* 
 class WavWriter {
   public:
     // Writes the header for `frames` frames. "-" is standard output. Refuses a place that is one of
-    // `inputs`.
+    // `inputs`, and a length that no file has.
     Problem Open(const std::string& place, const InputFiles& inputs, const WavFormat& format,
                  uint64_t frames);
     // `interleaved` as the file has them.

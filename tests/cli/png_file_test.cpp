@@ -3,7 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <new>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "support/failing_new.h"
 #include "support/png_reader.h"
 #include "support/temp_directory.h"
 
@@ -69,6 +75,38 @@ TEST(CliPngFile, LeavesNothingHalfWritten) {
     const Picture without = {0, 0, 8, {}};  // PNG has no such picture
     EXPECT_NE(WritePng(directory.File("empty.png"), without, {}), "");
     EXPECT_FALSE(std::filesystem::exists(directory.File("empty.png")));
+}
+
+// Whichever allocation fails on this thread while others compress earlier slices: the picture is
+// refused or complete, and no thread touches what is gone.
+TEST(CliPngFile, TellsThatThereIsNotEnoughMemoryToBegin) {
+    constexpr int kWidth = 3000;
+    constexpr int kHeight = 1000;  // 35 slices
+    const kvx_test::TempDirectory directory;
+    const Picture large = {kWidth, kHeight, 8, std::vector<uint8_t>(size_t{3} * kWidth * kHeight)};
+    kvx_cli::WorkerPool pool(2);
+    bool isComplete = false;
+    int refusals = 0;
+    for (int number = 0; !isComplete; ++number) {
+        std::optional<kvx_cli::PngEncoding> encoding;
+        kvx_cli::PictureRows rows = RowsOf(large);
+        bool hasThrown = false;
+        try {
+            const kvx_test::FailingNew failing(number);
+            encoding.emplace(pool, std::move(rows), kvx_cli::PngSettings());
+        } catch (const std::bad_alloc&) {
+            hasThrown = true;
+        }
+        isComplete = !kvx_test::FailingNew::HasFailed();
+        if (!hasThrown) {
+            kvx_cli::OutputFile file;
+            ASSERT_FALSE(file.Open(directory.File("large.png"), {}));
+            const std::string words = encoding->WriteInto(file).words;
+            EXPECT_EQ(words, isComplete ? "" : "there is not enough memory for its pictures");
+            refusals += isComplete ? 0 : 1;
+        }
+    }
+    EXPECT_GT(refusals, 0);
 }
 
 }  // namespace

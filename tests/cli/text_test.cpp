@@ -8,6 +8,7 @@ namespace {
 
 using kvx_cli::DurationText;
 using kvx_cli::FourCharText;
+using kvx_cli::Printable;
 using kvx_cli::RateText;
 
 TEST(CliText, WholeRatesStandAlone) {
@@ -52,6 +53,30 @@ TEST(CliText, CodesReadAsFourCharacters) {
     EXPECT_EQ(FourCharText(0x76323130), "v210");
     EXPECT_EQ(FourCharText(0x72617720), "raw ");
     EXPECT_EQ(FourCharText(0x000A41FF), "??A?");
+}
+
+TEST(CliText, NamesArePrintedWithoutWhatATerminalObeys) {
+    EXPECT_EQ(Printable("a movie.mov"), "a movie.mov");
+    EXPECT_EQ(Printable("a\nb\tc\r\x1B[2J"), "a\\x0Ab\\x09c\\x0D\\x1B[2J");
+    EXPECT_EQ(Printable(std::string("a\0b", 3)), "a\\x00b");
+    EXPECT_EQ(Printable("\x7F"), "\\x7F");
+    EXPECT_EQ(Printable("~ "), "~ ");
+}
+
+// U+009B is what ESC [ is in one character; a terminal that is set to 8 bits takes the byte so too.
+TEST(CliText, NamesArePrintedWithoutControlCharactersOfEightBits) {
+    EXPECT_EQ(Printable("\xC2\x80 \xC2\x9B"
+                        "2J \xC2\x9F"),
+              "\\x80 \\x9B2J \\x9F");
+    EXPECT_EQ(Printable("\x9B"
+                        "2J"),
+              "\\x9B2J");
+}
+
+TEST(CliText, NamesKeepTheirLetters) {
+    EXPECT_EQ(Printable("\xC2\xA0\xC3\xA9\xE2\x82\xAC\xF0\x9F\x8E\xAC"),
+              "\xC2\xA0\xC3\xA9\xE2\x82\xAC\xF0\x9F\x8E\xAC");
+    EXPECT_EQ(Printable("\xE9t\xE9"), "\xE9t\xE9");  // what is no UTF-8
 }
 
 }  // namespace

@@ -125,6 +125,12 @@ TEST(CliWavWriter, AByteThatFillsUpCounts) {
     EXPECT_EQ(TagAt(WavHeader(format, mostBytes + 1), 0), "RF64");
 }
 
+// 6 channels of 8 bytes at 2^29 frames a second are more bytes than 32 bits tell.
+TEST(CliWavWriter, ARateBeyond32BitsIsTheMostThatTheyTell) {
+    EXPECT_EQ(NumberAt(WavHeader({6, 1 << 29, 64}, 1), 64, 4), 0xFFFFFFFFu);
+    EXPECT_EQ(NumberAt(WavHeader({2, (1 << 29) - 1, 32}, 1), 64, 4), 0xFFFFFFF8u);
+}
+
 TEST(CliWavWriter, ABroadcastExtensionStandsBeforeTheFormat) {
     WavFormat format = {2, 48000};
     format.timeReference = 0x123456789AB;
@@ -205,6 +211,17 @@ TEST_F(CliWavWriterFile, TellsWhyItCannotBeMade) {
     const kvx_cli::Problem problem = writer.Open("/nowhere/at/all.wav", {}, {1, 8000}, 0);
     EXPECT_EQ(problem.words, "cannot write /nowhere/at/all.wav: No such file or directory");
     EXPECT_EQ(problem.code, kvx_cli::kExitFailed);
+}
+
+// Its sizes would be those of a short one, in 64 bits too.
+TEST_F(CliWavWriterFile, IsNotMadeOfASoundLongerThanAnyFile) {
+    const uint64_t frames = (uint64_t{1} << 61) + 10;  // 2^64 + 80 bytes
+    WavWriter writer;
+    const kvx_cli::Problem problem = writer.Open(mPath, {}, {2, 48000}, frames);
+    EXPECT_EQ(problem.code, kvx_cli::kExitRefused);
+    EXPECT_EQ(problem.words, "its sound is longer than a file can be");
+    EXPECT_FALSE(std::filesystem::exists(mPath));
+    EXPECT_TRUE(writer.Open(mPath, {}, {2, 48000}, uint64_t{1} << 60));
 }
 
 }  // namespace

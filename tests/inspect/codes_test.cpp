@@ -74,6 +74,22 @@ INSTANTIATE_TEST_SUITE_P(All, InspectCodes, testing::ValuesIn(kvx_test::MadeMovi
                              return name;
                          });
 
+// What `kvx mend` helps against is told where it does, and only there.
+TEST(InspectCodesTogether, ThatMendHelpsIsToldOfAReferenceToTheMovieItself) {
+    for (const MadeMovie& movie : kvx_test::MadeMovies()) {
+        const kvx_test::TempDirectory directory;
+        const Report report = Inspect(movie.write(directory));
+        for (const Finding& finding : report.findings) {
+            if (finding.code == Code::MediaMissing) {
+                const std::string remedy = RemedyOf(finding);
+                EXPECT_EQ(remedy.find("kvx mend") != std::string::npos,
+                          movie.name == "url that is the movie")
+                    << movie.name << ": " << remedy;
+            }
+        }
+    }
+}
+
 // So that no code goes untested.
 TEST(InspectCodesTogether, AreAllMade) {
     std::set<std::string> made;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "inspect/inspect.h"
+#include "inspect/sound_ranges.h"
 #include "support/movie_file.h"
 #include "support/naive_track.h"
 #include "support/random_recipe.h"
@@ -68,6 +69,30 @@ TEST(InspectSampleWalk, TakesNoMemoryForWhatTablesClaim) {
     }
     EXPECT_EQ(sample.offset, 1000u + 999 * 256);
     EXPECT_TRUE(Has(report.findings, kvx_inspect::Code::Truncated));
+}
+
+// 2^14 chunks and one of 2^31 - 1 samples of 2^19 bytes: more than 64 bits hold.
+TEST(InspectSoundRanges, AddUpToNoMoreThan64BitsHold) {
+    constexpr size_t kChunks = (1 << 14) + 1;
+    SoundDescriptionV2 description;
+    description.channels = 1 << 16;
+    description.bits = 64;
+    description.formatFlags = 1;  // float
+    description.bytesPerPacket = 1 << 19;
+    TrackRecipe track = SoundTrackRecipe(Describe(description), 1 << 19, 1);
+    track.durations.assign(kChunks, {0x7FFFFFFF, 1});
+    track.sizeCount = 0x7FFFFFFF;
+    track.chunkOffsets.assign(kChunks, 1000);
+    track.chunkRuns = {{1, 0x7FFFFFFF}};
+    MovieRecipe recipe;
+    recipe.tracks = {track};
+    const TempDirectory directory;
+    const kvx_inspect::Report report = InspectMoov(directory, recipe);
+    ASSERT_EQ(report.tracks.size(), 1u);
+    ASSERT_EQ(report.tracks[0].tables.fixedSize, 1u << 19);
+    EXPECT_EQ(kvx_inspect::SoundRanges::TotalSize(report.tracks[0]), UINT64_MAX);
+    // A hundred bytes of the first chunk are in the file, and nothing of the others.
+    EXPECT_EQ(kvx_inspect::SoundRanges::SizeInFile(report.tracks[0], 1100), 100u);
 }
 
 }  // namespace
