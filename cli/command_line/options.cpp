@@ -49,35 +49,28 @@ constexpr ProgramInfo kProgram = {
     "2 wrong usage, such as an output that is an input; 3 a movie can't be read, an output can't "
     "be written, or the importer can't be loaded; 4 (check alone) imports, with warnings; 130 "
     "ended by Ctrl-C. `kvx help COMMAND` tells of one command.",
-    "A QuickTime movie",
     "QuickTime movies; with -r, folders of them",
     Flag(Id::kNone, kInAllCommands, "--help", "Print this help message and exit").Letter("-h"),
     Flag(Id::kNone, 0, "--version", "Print the version and exit"),
 };
 
 constexpr CommandInfo kCommands[] = {
-    {CommandId::kInfo, "info", "Tell what movies hold, or why they are not importable", true,
-     RunInfo},
+    {CommandId::kInfo, "info", "Tell what movies hold, or why they are not importable", RunInfo},
     {CommandId::kCheck, "check",
-     "Tell everything that keeps movies from being imported or will not be as expected", true,
-     RunCheck},
+     "Tell everything that keeps movies from being imported or will not be as expected", RunCheck},
     {CommandId::kMend, "mend",
-     "Make movies importable where that changes no sample: data handler, sound layout", true,
-     RunMend},
+     "Make movies importable where that changes no sample: data handler, sound layout", RunMend},
     {CommandId::kHash, "hash",
-     "Print the MD5 of each frame's own bytes, in the form of ffmpeg's framemd5", false, RunHash},
-    {CommandId::kTimecode, "timecode", "Print movies' start timecodes", true, RunTimecode},
+     "Print the MD5 of each frame's own bytes, in the form of ffmpeg's framemd5", RunHash},
+    {CommandId::kTimecode, "timecode", "Print movies' start timecodes", RunTimecode},
     {CommandId::kAudio, "audio",
-     "Write the sound of movies as WAV files: of 32-bit floats, or as it is in the file", true,
-     RunAudio},
+     "Write the sound of movies as WAV files: of 32-bit floats, or as it is in the file", RunAudio},
     {CommandId::kFrames, "frames", "Write the frames of movies as PNG pictures, or as their bytes",
-     true, RunFrames},
+     RunFrames},
     {CommandId::kSheet, "sheet",
-     "Draw contact sheets: frames of the whole movie with their times, and its sound", true,
-     RunSheet},
+     "Draw contact sheets: frames of the whole movie with their times, and its sound", RunSheet},
     {CommandId::kReport, "report",
-     "Make a page of movies: what they hold, what is wrong with them, frames and sound", true,
-     RunReport},
+     "Make a page of movies: what they hold, what is wrong with them, frames and sound", RunReport},
 };
 
 constexpr CommandSet kInfo = In(CommandId::kInfo);
@@ -89,23 +82,23 @@ constexpr CommandSet kFrames = In(CommandId::kFrames);
 constexpr CommandSet kSheet = In(CommandId::kSheet);
 constexpr CommandSet kReport = In(CommandId::kReport);
 
-constexpr CommandSet OfManyMovies() {
+// Of what is said behind the command, and not before it.
+constexpr CommandSet OfEachCommand() {
     CommandSet commands = 0;
     for (const CommandInfo& command : kCommands) {
-        commands |= command.takesMovies ? In(command.id) : 0;
+        commands |= In(command.id);
     }
     return commands;
 }
-constexpr CommandSet kOfManyMovies = OfManyMovies();
+constexpr CommandSet kEach = OfEachCommand();
 
 constexpr OptionInfo kOptions[] = {
-    Flag(Id::kRecursive, kOfManyMovies, "--recursive",
+    Flag(Id::kRecursive, kEach, "--recursive",
          "Take the movies in folders and in the folders inside: .mov and .qt, in order of name")
         .Letter("-r"),
-    Path(Id::kFilesFrom, kOfManyMovies, "--files-from", "FILE|-",
+    Path(Id::kFilesFrom, kEach, "--files-from", "FILE|-",
          "Take the movies that FILE names, one a line; - is standard input"),
-    Flag(Id::kNull, kOfManyMovies, "--null",
-         "A zero byte ends each name of --files-from, not a line")
+    Flag(Id::kNull, kEach, "--null", "A zero byte ends each name of --files-from, not a line")
         .Letter("-0")
         .Needs(Id::kFilesFrom),
     Flag(Id::kLog, kInfo, "--log", "Show what the importer logged"),
@@ -124,10 +117,15 @@ constexpr OptionInfo kOptions[] = {
     Flag(Id::kAnyway, kMend, "--anyway",
          "Mend what can be mended of movies that are refused afterwards, or heard as noise"),
     Flag(Id::kSound, kHash, "--sound", "Hash the sound instead: its own samples, by seconds"),
+    Path(Id::kOutput, kHash, "--output", "LIST|DIR|-",
+         "The list to write; without it, or for -, standard output. Of several movies, the folder "
+         "for the list of each, MOVIE.framemd5")
+        .Letter("-o"),
     Number(Id::kStream, kHash, "--stream", "N", "0", 0, kUnlimited,
            "The stream of that kind, as `kvx info` numbers them"),
     Path(Id::kCompare, kHash, "--compare", "FILE|-",
-         "Print nothing, and compare with a list that this or ffmpeg has written"),
+         "Print nothing, and compare with a list that this or ffmpeg has written; of one movie")
+        .Excludes(Id::kOutput),
     Number(Id::kThreads, kHash, "--threads", "N", nullptr, 1, 256,
            "How many frames are hashed at once; without it one for each processor"),
     Path(Id::kOutput, kAudio, "--output", "OUT.wav|DIR|-",
@@ -289,14 +287,8 @@ std::string Arguments::Problem() const {
                    FindOption(option.excludes, mCommand)->name + " exclude each other";
         }
     }
-    const auto command = std::find_if(std::begin(kCommands), std::end(kCommands),
-                                      [this](const auto& each) { return each.id == mCommand; });
     if (mMovies.empty() && !Has(OptionId::kFilesFrom)) {
         return "no movie is named";
-    }
-    if (mMovies.size() > 1 && !command->takesMovies) {
-        return std::string(command->name) + " takes one movie, and '" + mMovies[1] +
-               "' is a second";
     }
     return {};
 }

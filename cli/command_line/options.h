@@ -28,8 +28,7 @@ struct CommandInfo {
     CommandId id;
     const char* name;
     const char* help;                        // one line
-    bool takesMovies;                        // several movies, not just one
-    int (*run)(const Arguments& arguments);  // answers an ExitCode
+    int (*run)(const Arguments& arguments);  // returns an ExitCode
 };
 
 enum class OptionId {
@@ -113,8 +112,7 @@ struct OptionInfo {
 struct ProgramInfo {
     const char* summary;
     const char* exitStatuses;  // one sentence
-    const char* movie;         // what the words behind a command are, where it takes one movie
-    const char* movies;        // and where it takes several
+    const char* movies;        // what the words behind a command are
     OptionInfo help;           // of the program and of each command
     OptionInfo version;        // of the program alone
 };
@@ -133,7 +131,11 @@ class Arguments {
               std::map<OptionId, std::string> values);
 
     const std::vector<std::string>& Movies() const { return mMovies; }
-    const std::string& Movie() const { return mMovies.front(); }  // of a command that takes one
+
+    // Whether what is named may be several movies, however many are found.
+    bool MayNameMany() const {
+        return mMovies.size() > 1 || Has(OptionId::kRecursive) || Has(OptionId::kFilesFrom);
+    }
 
     bool Has(OptionId option) const { return mValues.count(option) != 0; }
 

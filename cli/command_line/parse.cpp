@@ -53,10 +53,7 @@ void AddOptions(CLI::App& app, CommandSet commands, Given& given) {
 
 CLI::App* AddCommand(CLI::App& app, const CommandInfo& command, Given& given) {
     CLI::App* const added = app.add_subcommand(command.name, command.help);
-    added
-        ->add_option("movie", given.movies,
-                     command.takesMovies ? Program().movies : Program().movie)
-        ->type_name(command.takesMovies ? "MOVIE..." : "MOVIE");
+    added->add_option("movie", given.movies, Program().movies)->type_name("MOVIE...");
     AddOptions(*added, In(command.id), given);
     return added;
 }

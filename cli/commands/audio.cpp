@@ -253,37 +253,46 @@ int WriteSounds(Sounds& sounds, const Arguments& arguments, const std::string& m
     return problem ? Complain(movie, problem) : sounds.IsCut() ? kExitRefused : kExitDone;
 }
 
-int WriteNativeSounds(const Arguments& arguments) {
-    if (arguments.Movies().size() != 1 || arguments.Has(OptionId::kRecursive) ||
-        arguments.Has(OptionId::kFilesFrom)) {
-        return Complain(kExitUsage, "--native takes one movie");
-    }
-    const std::string& path = arguments.Movies().front();
+Problem FindSoundOutput(const Arguments& arguments, const NamedMovie& movie, std::string& place) {
+    const char* const extension = arguments.Has(OptionId::kAll) ? "" : ".wav";
+    return FindOutput(arguments, movie, extension, place);
+}
+
+int WriteNativeSounds(const Arguments& arguments, const NamedMovie& movie) {
     TimeLimit limit(Timeout(arguments));
     Problem problem;
-    const auto report = LookAtMovie(limit, path, problem);
-    if (report == nullptr) {
-        return Complain(path, problem);
+    const auto report = LookAtMovie(limit, movie.path, problem);
+    std::string place;
+    if (report != nullptr) {
+        AddInputs(*report, movie.inputs);
+        problem = FindSoundOutput(arguments, movie, place);
+    }
+    if (problem) {
+        return Complain(movie.path, problem);
     }
     NativeSounds sounds(report, arguments, limit);
-    return WriteSounds(sounds, arguments, path, InputsOf(*report),
-                       arguments.Text(OptionId::kOutput));
+    return WriteSounds(sounds, arguments, movie.path, movie.inputs, place);
+}
+
+int WriteFloatSounds(const Arguments& arguments, const MovieAtWork& movie) {
+    std::string place;
+    if (const Problem problem = FindSoundOutput(arguments, movie, place)) {
+        return Complain(movie.path, problem);
+    }
+    FloatSounds sounds(movie, arguments);
+    return WriteSounds(sounds, arguments, movie.path, movie.inputs, place);
 }
 
 }  // namespace
 
 int RunAudio(const Arguments& arguments) {
     if (arguments.Has(OptionId::kNative)) {
-        return WriteNativeSounds(arguments);
+        return ForEachMovie(arguments, [&arguments](const NamedMovie& movie) {
+            return WriteNativeSounds(arguments, movie);
+        });
     }
     return WithMovies(arguments, [&arguments](const MovieAtWork& movie) {
-        std::string place;
-        const char* const extension = arguments.Has(OptionId::kAll) ? "" : ".wav";
-        if (const Problem problem = FindOutput(arguments, movie, extension, place)) {
-            return Complain(movie.path, problem);
-        }
-        FloatSounds sounds(movie, arguments);
-        return WriteSounds(sounds, arguments, movie.path, movie.inputs, place);
+        return WriteFloatSounds(arguments, movie);
     });
 }
 

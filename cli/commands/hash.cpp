@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -99,14 +100,19 @@ int64_t SoundLength(const TrackFacts& track) {
                                                    std::numeric_limits<int64_t>::max()));
 }
 
-// Where the rows go: to standard output, or beside those of a list.
+// Where the rows go: into a file or to standard output, or beside those of a list.
 class RowTaker {
   public:
-    RowTaker(const Arguments& arguments, const ChecksumHeader& header) {
+    // `place` is a file, or "-". Begins it with the header.
+    RowTaker(const Arguments& arguments, const ChecksumHeader& header, const std::string& place,
+             const InputFiles& inputs) {
         if (arguments.Has(OptionId::kCompare)) {
             mProblem = mComparison.emplace().Open(arguments.Text(OptionId::kCompare), header);
-        } else {
-            std::fputs(HeaderText(header).c_str(), stdout);
+            return;
+        }
+        mProblem = mFile.Open(place, inputs);
+        if (!mProblem) {
+            Write(HeaderText(header));
         }
     }
 
@@ -116,15 +122,13 @@ class RowTaker {
         if (mComparison) {
             mProblem = mComparison->Compare(row);
         } else {
-            std::fputs(RowText(row).c_str(), stdout);
+            Write(RowText(row));
         }
         return mProblem;
     }
 
     const Problem& Finish() {
-        if (mComparison) {
-            mProblem = mComparison->Finish();
-        }
+        mProblem = mComparison ? mComparison->Finish() : mFile.Finish();
         return mProblem;
     }
 
@@ -132,7 +136,15 @@ class RowTaker {
     int64_t Count() const { return mCount; }
 
   private:
+    void Write(const std::string& text) {
+        errno = 0;
+        if (std::fputs(text.c_str(), mFile.Stream()) < 0) {
+            mProblem = mFile.Failure();
+        }
+    }
+
     std::optional<ChecksumComparison> mComparison;
+    OutputFile mFile;
     Problem mProblem;
     int64_t mCount = 0;
 };
@@ -146,17 +158,21 @@ unsigned ThreadCount(const Arguments& arguments) {
 
 class Hasher {
   public:
-    Hasher(const Arguments& arguments, std::shared_ptr<const Report> report,
-           const TrackFacts& track)
-        : mArguments(arguments), mReport(std::move(report)), mTrack(track) {}
+    Hasher(const Arguments& arguments, const NamedMovie& movie,
+           std::shared_ptr<const Report> report, const TrackFacts& track)
+        : mArguments(arguments), mMovie(movie), mReport(std::move(report)), mTrack(track) {}
 
     int Run() {
         const bool isSound = mTrack.kind == TrackKind::Sound;
         if (const Problem problem = isSound ? CheckSound(mTrack) : Problem()) {
             return Complain(mReport->path, problem);
         }
+        std::string place;
+        if (const Problem problem = FindPlace(place)) {
+            return Complain(mReport->path, problem);
+        }
         const ChecksumHeader header = HeaderOf(mTrack);
-        RowTaker taker(mArguments, header);
+        RowTaker taker(mArguments, header, place, mMovie.inputs);
         if (taker.GetProblem()) {
             return Complain(mReport->path, taker.GetProblem());
         }
@@ -195,10 +211,19 @@ class Hasher {
         if (taker.Finish()) {
             return Complain(mReport->path, taker.GetProblem());
         }
-        return Conclude(taker, isSound ? "second" : "frame");
+        Conclude(taker, place, isSound ? "second" : "frame");
+        return mIsMissing ? kExitRefused : kExitDone;
     }
 
   private:
+    Problem FindPlace(std::string& place) const {
+        if (!mArguments.Has(OptionId::kOutput)) {
+            place = "-";
+            return {};
+        }
+        return FindOutput(mArguments, mMovie, ".framemd5", place);
+    }
+
     // What lies in them is not listed by the movie atom, and cannot be had.
     void TellOfFragments() {
         for (const kvx_inspect::Finding& finding : mReport->findings) {
@@ -218,30 +243,32 @@ class Hasher {
         mIsMissing = true;
     }
 
-    int Conclude(const RowTaker& taker, const std::string& noun) const {
-        const int64_t count = taker.Count();
-        const bool isCompared = mArguments.Has(OptionId::kCompare);
-        if (isCompared && !mIsMissing && !mArguments.Has(OptionId::kQuiet)) {
-            std::printf("%s: as in %s, %s\n", mReport->path.c_str(),
-                        mArguments.Text(OptionId::kCompare).c_str(),
-                        (std::to_string(count) + " " + noun + (count == 1 ? "" : "s")).c_str());
+    void Conclude(const RowTaker& taker, const std::string& place, const std::string& noun) const {
+        if (mMovie.isOneOfMany) {
+            TellDone(mArguments, mMovie, place);
+        } else if (mArguments.Has(OptionId::kCompare) && !mIsMissing &&
+                   !mArguments.Has(OptionId::kQuiet)) {
+            std::printf("%s: as in %s, %s\n", Printable(mReport->path).c_str(),
+                        Printable(mArguments.Text(OptionId::kCompare)).c_str(),
+                        Counted(taker.Count(), noun).c_str());
         }
-        return FlushStandardOutput() ? (mIsMissing ? kExitRefused : kExitDone) : kExitFailed;
+    }
+
+    static std::string Counted(int64_t count, const std::string& noun) {
+        return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
     }
 
     const Arguments& mArguments;
+    const NamedMovie& mMovie;
     const std::shared_ptr<const Report> mReport;
     const TrackFacts& mTrack;
     bool mIsMissing = false;
 };
 
-}  // namespace
-
-int RunHash(const Arguments& arguments) {
-    const std::string& path = arguments.Movies().front();
+int HashMovie(const Arguments& arguments, const NamedMovie& movie) {
     TimeLimit limit(Timeout(arguments));
     Problem problem;
-    const auto report = LookAtMovie(limit, path, problem);
+    const auto report = LookAtMovie(limit, movie.path, problem);
     const TrackFacts* const track =
         report == nullptr
             ? nullptr
@@ -249,9 +276,31 @@ int RunHash(const Arguments& arguments) {
                         arguments.Has(OptionId::kSound) ? TrackKind::Sound : TrackKind::Video,
                         static_cast<size_t>(arguments.Number(OptionId::kStream)), problem);
     if (track != nullptr) {
-        problem = CheckStandardOutput(InputsOf(*report));
+        AddInputs(*report, movie.inputs);
+        problem = CheckStandardOutput(movie.inputs);
     }
-    return problem ? Complain(path, problem) : Hasher(arguments, report, *track).Run();
+    return problem ? Complain(movie.path, problem) : Hasher(arguments, movie, report, *track).Run();
+}
+
+// What several movies cannot be hashed without, or with.
+std::string ProblemOfMany(const Arguments& arguments) {
+    if (arguments.Has(OptionId::kCompare)) {
+        return "--compare takes one movie";
+    }
+    return arguments.Has(OptionId::kOutput)
+               ? ""
+               : "several movies have a list each: -o names the folder for them";
+}
+
+}  // namespace
+
+int RunHash(const Arguments& arguments) {
+    const std::string problem = arguments.MayNameMany() ? ProblemOfMany(arguments) : "";
+    if (!problem.empty()) {
+        return Complain(kExitUsage, problem);
+    }
+    return ForEachMovie(
+        arguments, [&arguments](const NamedMovie& movie) { return HashMovie(arguments, movie); });
 }
 
 }  // namespace kvx_cli

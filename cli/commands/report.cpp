@@ -132,7 +132,7 @@ class ReportCommand {
             return PageMovie(facts, number, {}, {}, {words});
         }
         const std::string name;
-        const MovieAtWork atWork = {facts.path, name, true, *movie->clip, mInputs, mLimit};
+        const MovieAtWork atWork = {{facts.path, name, true, mInputs}, *movie->clip, mLimit};
         Glance glance(atWork);
         std::vector<std::string> notes;
         const std::vector<Waveform> sounds = glance.ReadSounds(kSoundColumns, notes);

@@ -34,46 +34,16 @@ Problem CheckOutputs(const Arguments& arguments, const MovieFiles& movies) {
     return {};
 }
 
-int WithMovie(const std::shared_ptr<const Session>& session, const MovieFile& file,
-              bool isOneOfMany, InputFiles& inputs, TimeLimit& limit,
-              const std::function<int(const MovieAtWork&)>& work) {
-    const auto movie = std::make_shared<OpenedMovie>();
-    const bool hasAnswered = limit.Run([session, movie, path = file.path] {  //
-        *movie = OpenMovie(*session, path);
-    });
-    if (!hasAnswered) {
-        return Complain(kExitFailed, file.path, limit.Words());
+// The movies that were named, and why they can't be worked on.
+MovieFiles FindMoviesAndOutputs(const Arguments& arguments) {
+    MovieFiles movies = FindMovies(arguments);
+    if (!movies.problem) {
+        movies.problem = CheckOutputs(arguments, movies);
     }
-    if (movie->clip == nullptr) {
-        const bool isRefusal = movie->problem.code == kExitRefused;
-        return Complain(movie->problem.code, file.path,
-                        (isRefusal ? "not importable: " : "") + movie->problem.words);
-    }
-    inputs.AddOpened();
-    const Problem problem = CheckStandardOutput(inputs);
-    return problem ? Complain(file.path, problem)
-                   : work({file.path, file.name, isOneOfMany, *movie->clip, inputs, limit});
+    return movies;
 }
 
-}  // namespace
-
-std::chrono::milliseconds Timeout(const Arguments& arguments) {
-    return std::chrono::seconds(arguments.Number(OptionId::kTimeout));
-}
-
-int WithMovies(const Arguments& arguments, const std::function<int(const MovieAtWork&)>& work) {
-    const MovieFiles movies = FindMovies(arguments);
-    for (const Problem& problem : {movies.problem, CheckOutputs(arguments, movies)}) {
-        if (problem) {
-            return Complain(problem.code, problem.words);
-        }
-    }
-    Problem problem;
-    const auto session = Session::Start(arguments.Text(OptionId::kModule), problem);
-    if (session == nullptr) {
-        return Complain(problem.code, problem.words);
-    }
-    TimeLimit limit(Timeout(arguments));
+int DoEach(const MovieFiles& movies, const std::function<int(const NamedMovie&)>& work) {
     InputFiles inputs;
     for (const MovieFile& file : movies.files) {
         inputs.Add(file.path);
@@ -82,8 +52,7 @@ int WithMovies(const Arguments& arguments, const std::function<int(const MovieAt
     int64_t done = 0;
     ExitCode exitCode = movies.code;
     for (const MovieFile& file : movies.files) {
-        exitCode = Graver(exitCode,
-                          ExitCode(WithMovie(session, file, movies.areMany, inputs, limit, work)));
+        exitCode = Graver(exitCode, ExitCode(work({file.path, file.name, movies.areMany, inputs})));
         if (movies.areMany) {
             progress.Update(++done);
         }
@@ -91,7 +60,54 @@ int WithMovies(const Arguments& arguments, const std::function<int(const MovieAt
     return exitCode;
 }
 
-Problem FindOutput(const Arguments& arguments, const MovieAtWork& movie,
+int WithMovie(const std::shared_ptr<const Session>& session, const NamedMovie& named,
+              TimeLimit& limit, const std::function<int(const MovieAtWork&)>& work) {
+    const auto movie = std::make_shared<OpenedMovie>();
+    const bool hasAnswered = limit.Run([session, movie, path = named.path] {  //
+        *movie = OpenMovie(*session, path);
+    });
+    if (!hasAnswered) {
+        return Complain(kExitFailed, named.path, limit.Words());
+    }
+    if (movie->clip == nullptr) {
+        const bool isRefusal = movie->problem.code == kExitRefused;
+        return Complain(movie->problem.code, named.path,
+                        (isRefusal ? "not importable: " : "") + movie->problem.words);
+    }
+    named.inputs.AddOpened();
+    const Problem problem = CheckStandardOutput(named.inputs);
+    return problem ? Complain(named.path, problem) : work({named, *movie->clip, limit});
+}
+
+}  // namespace
+
+std::chrono::milliseconds Timeout(const Arguments& arguments) {
+    return std::chrono::seconds(arguments.Number(OptionId::kTimeout));
+}
+
+int ForEachMovie(const Arguments& arguments, const std::function<int(const NamedMovie&)>& work) {
+    const MovieFiles movies = FindMoviesAndOutputs(arguments);
+    return movies.problem ? Complain(movies.problem.code, movies.problem.words)
+                          : DoEach(movies, work);
+}
+
+int WithMovies(const Arguments& arguments, const std::function<int(const MovieAtWork&)>& work) {
+    const MovieFiles movies = FindMoviesAndOutputs(arguments);
+    if (movies.problem) {
+        return Complain(movies.problem.code, movies.problem.words);
+    }
+    Problem problem;
+    const auto session = Session::Start(arguments.Text(OptionId::kModule), problem);
+    if (session == nullptr) {
+        return Complain(problem.code, problem.words);
+    }
+    TimeLimit limit(Timeout(arguments));
+    return DoEach(movies, [&](const NamedMovie& movie) {  //
+        return WithMovie(session, movie, limit, work);
+    });
+}
+
+Problem FindOutput(const Arguments& arguments, const NamedMovie& movie,
                    const std::string& extension, std::string& place) {
     place = arguments.Text(OptionId::kOutput);
     if (!movie.isOneOfMany) {
@@ -102,7 +118,7 @@ Problem FindOutput(const Arguments& arguments, const MovieAtWork& movie,
     return MakeOutputFolder(path.parent_path().string());
 }
 
-void TellDone(const Arguments& arguments, const MovieAtWork& movie, const std::string& words) {
+void TellDone(const Arguments& arguments, const NamedMovie& movie, const std::string& words) {
     if (movie.isOneOfMany && !arguments.Has(OptionId::kQuiet)) {
         ProgressBar::Wipe();
         std::printf("%s: %s\n", Printable(movie.path).c_str(), Printable(words).c_str());

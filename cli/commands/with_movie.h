@@ -12,31 +12,38 @@
 
 namespace kvx_cli {
 
-// A movie that a subcommand works on, open.
-struct MovieAtWork {
+// A movie that a subcommand works on.
+struct NamedMovie {
     const std::string& path;
     const std::string& name;  // what its outputs are called after, where there are many
     bool isOneOfMany;
+    InputFiles& inputs;  // what must not be written over
+};
+
+// The same, opened by the importer.
+struct MovieAtWork : NamedMovie {
     const kvx_hostkit::Clip& clip;
-    const InputFiles& inputs;  // what must not be written over
-    TimeLimit& limit;          // for calls that read
+    TimeLimit& limit;  // for calls that read
 };
 
 // How long a file may take to answer.
 std::chrono::milliseconds Timeout(const Arguments& arguments);
 
-// Opens the movies that were named, one after the other, and does `work` with each: the frame of
-// the subcommands that work on movies through the importer. Answers the gravest of what `work`
-// answers, of which that for several movies is the first of 3, 1 and 0. Of a movie that does not
-// come to that it complains, and goes on.
+// Does `work` with the movies that were named, one after the other: the frame of the subcommands
+// that have an output for each. Returns the gravest of what `work` returns, which for several
+// movies is the first of 3, 1 and 0.
+int ForEachMovie(const Arguments& arguments, const std::function<int(const NamedMovie&)>& work);
+
+// The same through the importer, which opens each. Complains of a movie that it does not open, and
+// goes on.
 int WithMovies(const Arguments& arguments, const std::function<int(const MovieAtWork&)>& work);
 
 // Where --output leads: its place for one movie; for one of many, a file in the folder that is
 // its place, called after the movie. The folder is made, and those between.
-Problem FindOutput(const Arguments& arguments, const MovieAtWork& movie,
+Problem FindOutput(const Arguments& arguments, const NamedMovie& movie,
                    const std::string& extension, std::string& place);
 
 // "MOVIE: WORDS" on standard output, for a movie of many that is done.
-void TellDone(const Arguments& arguments, const MovieAtWork& movie, const std::string& words);
+void TellDone(const Arguments& arguments, const NamedMovie& movie, const std::string& words);
 
 }  // namespace kvx_cli

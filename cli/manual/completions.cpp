@@ -216,8 +216,7 @@ std::string ZshCompletion() {
         for (const OptionInfo& option : OptionsOf(&command)) {
             arms += OfZsh(option);
         }
-        arms += std::string("        '") + (command.takesMovies ? "*" : "1") +
-                R"sh(:movie:_files -g "*.(#i)(mov|qt)(-.)"' ;;)sh" + "\n";
+        arms += R"sh(        '*:movie:_files -g "*.(#i)(mov|qt)(-.)"' ;;)sh" + "\n";
     }
     std::string global;
     for (const OptionInfo& option : OptionsOf(nullptr)) {

@@ -123,9 +123,9 @@ std::string CommandPage(const CommandInfo& command, const std::string& version) 
                        Shown(PageName(command)) + " \\- " +
                        Shown(static_cast<char>(help[0] - 'A' + 'a') + help.substr(1)) + "\n";
     page += ".SH SYNOPSIS\n" + Bold(std::string("kvx ") + command.name) + " [" + Italic("OPTION") +
-            "]... " + Italic("MOVIE") + (command.takesMovies ? "..." : "") + "\n";
+            "]... " + Italic("MOVIE") + "...\n";
     page += ".SH DESCRIPTION\n" + Shown(Sentence(help)) + "\n.TP\n" + Italic("MOVIE") + "\n" +
-            Shown(Sentence(command.takesMovies ? Program().movies : Program().movie)) + "\n";
+            Shown(Sentence(Program().movies)) + "\n";
     return page + Options(&command) + ExitStatus() + ".SH \"SEE ALSO\"\n" + Bold("kvx") + "(1)\n";
 }
 

@@ -52,12 +52,16 @@ std::shared_ptr<const Report> LookAtMovie(TimeLimit& limit, const std::string& p
     return std::make_shared<const Report>(std::move(*report));
 }
 
-InputFiles InputsOf(const Report& report) {
-    InputFiles inputs;
+void AddInputs(const Report& report, InputFiles& inputs) {
     inputs.Add(report.path);
     for (const TrackFacts& track : report.tracks) {
         inputs.Add(track.media.path);
     }
+}
+
+InputFiles InputsOf(const Report& report) {
+    InputFiles inputs;
+    AddInputs(report, inputs);
     return inputs;
 }
 

@@ -16,7 +16,8 @@ namespace kvx_cli {
 std::shared_ptr<const kvx_inspect::Report> LookAtMovie(TimeLimit& limit, const std::string& path,
                                                        Problem& problem);
 
-// What must not be written over.
+// The movie and the files of its media, which must not be written over.
+void AddInputs(const kvx_inspect::Report& report, InputFiles& inputs);
 InputFiles InputsOf(const kvx_inspect::Report& report);
 
 // The track of a kind with an index. Null, with a problem of kExitRefused, if there is none whose

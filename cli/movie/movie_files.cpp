@@ -140,7 +140,7 @@ MovieFiles FindMovies(const Arguments& arguments) {
                                  arguments.Has(OptionId::kNull) ? '\0' : '\n', names);
     }
     const bool isRecursive = arguments.Has(OptionId::kRecursive);
-    found.areMany = isRecursive || arguments.Has(OptionId::kFilesFrom) || names.size() > 1;
+    found.areMany = arguments.MayNameMany();
     for (const std::string& name : names) {
         std::error_code ignored;
         if (isRecursive && fs::is_directory(name, ignored)) {

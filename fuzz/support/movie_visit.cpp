@@ -59,7 +59,7 @@ void VisitTrack(const QT::Track& track) {
                                   Limits::max(), Limits::min(), track.mTrackDuration}) {
         VisitPlace(track, place);
     }
-    gSink = Util::Printer::Fcc(static_cast<int>(track.mFormat))[0];
+    gSink = static_cast<unsigned char>(Util::Printer::Fcc(static_cast<int>(track.mFormat))[0]);
 }
 
 }  // namespace

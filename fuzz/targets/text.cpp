@@ -57,7 +57,7 @@ void GetBytes(CFStringRef string, ByteFeed& feed, CFStringEncoding encoding) {
 
 void FromUtf8(const std::string& bytes, ByteFeed& feed) {
     const std::wstring wide = Text::utf8_to_wide(bytes.c_str());
-    const std::string upToNul = bytes.c_str();
+    const std::string upToNul(bytes, 0, bytes.find('\0'));
     if (!wide.empty()) {
         Require(Text::wide_to_utf8(wide.data(), static_cast<int>(wide.size())) == upToNul);
     }

@@ -86,6 +86,7 @@ uint8_t ByteByFloats(int level) {
     if (scaled < 0.0f) {
         return 0;
     }
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): the sum is rounded to a float before it is cut.
     return static_cast<uint8_t>((scaled < 255.0f ? scaled : 255.0f) + 0.5f);
 }
 

@@ -15,11 +15,13 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "end_to_end/built_paths.h"
 #include "end_to_end/real_movie.h"
 #include "end_to_end/run_command.h"
+#include "support/file_tools.h"
 #include "support/png_reader.h"
 #include "support/temp_directory.h"
 
@@ -159,6 +161,82 @@ TEST_F(EndToEndBatch, OutputsAreCalledAfterTheirMovies) {
         EXPECT_GT(kvx_test::ReadPng(mFolder.File("out/") + name).width, 0) << name;
     }
     EXPECT_TRUE(fs::exists(mFolder.File("out/sub/a.wav")));
+}
+
+TEST_F(EndToEndBatch, ListsOfChecksumsAreCalledAfterTheirMovies) {
+    const std::string one = Put("m/a.mov");
+    const std::string other = Put("m/sub/b.MOV", "tracks/three-sounds.mov");
+    const CommandRun run = RunCommand("hash -r " + In("m") + " -o " + In("out"));
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(Lines(run.output), ElementsAre(one + ": " + mFolder.File("out/a.framemd5"),
+                                               other + ": " + mFolder.File("out/sub/b.framemd5")));
+    EXPECT_EQ(kvx_test::ReadFile(mFolder.File("out/a.framemd5")),
+              RunCommand("hash '" + one + "'").output);
+    EXPECT_EQ(kvx_test::ReadFile(mFolder.File("out/sub/b.framemd5")),
+              RunCommand("hash '" + other + "'").output);
+    const std::string both = "'" + one + "' '" + other + "' -o " + In("sounds");
+    const CommandRun sounds = RunCommand("hash --sound --quiet " + both);
+    EXPECT_EQ(sounds.output, "kvx: " + one + ": it has no sound\n");
+    EXPECT_EQ(sounds.exitCode, 1);
+    EXPECT_FALSE(fs::exists(mFolder.File("sounds/a.framemd5")));
+    EXPECT_EQ(kvx_test::ReadFile(mFolder.File("sounds/b.framemd5")),
+              RunCommand("hash --sound '" + other + "'").output);
+}
+
+TEST_F(EndToEndBatch, AListOfChecksumsOfOneMovieGoesWhereItIsTold) {
+    const std::string movie = Put("a.mov");
+    const std::string list = RunCommand("hash '" + movie + "'").output;
+    EXPECT_EQ(RunCommand("hash '" + movie + "' -o -").output, list);
+    EXPECT_EQ(RunCommand("hash '" + movie + "' -o " + In("list")).output, "");
+    EXPECT_EQ(kvx_test::ReadFile(mFolder.File("list")), list);
+    EXPECT_EQ(RunCommand("hash '" + movie + "' --compare " + In("list")).exitCode, 0);
+    EXPECT_EQ(RunCommand("hash '" + movie + "' -o '" + movie + "'").exitCode, 2);
+}
+
+TEST_F(EndToEndBatch, ChecksumsOfSeveralMoviesNeedAFolderAndNoList) {
+    const std::string both = "'" + Put("a.mov") + "' '" + Put("b.mov") + "'";
+    EXPECT_EQ(RunCommand("hash " + both).output,
+              "kvx: several movies have a list each: -o names the folder for them\n");
+    EXPECT_EQ(RunCommand("hash " + both).exitCode, 2);
+    EXPECT_EQ(RunCommand("hash -r " + In(".")).exitCode, 2);
+    EXPECT_EQ(RunCommand("hash " + both + " -o -").exitCode, 2);
+    EXPECT_EQ(RunCommand("hash " + both + " --compare /dev/null").output,
+              "kvx: --compare takes one movie\n");
+    EXPECT_EQ(RunCommand("hash " + In("a.mov") + " --compare /dev/null -o list").exitCode, 2);
+    EXPECT_FALSE(fs::exists(mFolder.File("list")));
+}
+
+// One that the importer refuses has its own sound all the same.
+TEST_F(EndToEndBatch, NativeSoundsAreCalledAfterTheirMovies) {
+    const std::string one = Put("m/a.mov", "tracks/three-sounds.mov");
+    const std::string other = Put("m/sub/b.mov", "unmended/2vuy-s24be-stereo.mov");
+    const std::string none = Put("m/silent.mov");
+    const CommandRun run = RunCommand("audio --native --quiet -r " + In("m") + " -o " + In("out"));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.output, "kvx: " + none + ": it has no sound\n");
+    for (const auto& [movie, name] : {std::pair(one, "a.wav"), std::pair(other, "sub/b.wav")}) {
+        EXPECT_EQ(RunCommand("audio --native --quiet '" + movie + "' -o " + In("one.wav")).exitCode,
+                  0);
+        EXPECT_EQ(kvx_test::ReadFile(mFolder.File(std::string("out/") + name)),
+                  kvx_test::ReadFile(mFolder.File("one.wav")))
+            << name;
+    }
+    EXPECT_EQ(RunCommand("audio --native --all -r " + In("m") + " -o " + In("all")).exitCode, 1);
+    EXPECT_TRUE(fs::exists(mFolder.File("all/a/sound-2.wav")));
+    EXPECT_TRUE(fs::exists(mFolder.File("all/sub/b/sound-0.wav")));
+}
+
+TEST_F(EndToEndBatch, NoNativeSoundOrListIsAnotherMovieOfTheBatch) {
+    Put("m/a.mov", "tracks/three-sounds.mov");
+    const std::string next = Put("m/b.mov");
+    fs::create_directory(mFolder.File("out"));
+    for (const char* name : {"out/a.wav", "out/a.framemd5"}) {
+        fs::create_hard_link(next, mFolder.File(name));
+    }
+    const auto size = fs::file_size(next);
+    EXPECT_EQ(RunCommand("audio --native -r " + In("m") + " -o " + In("out")).exitCode, 2);
+    EXPECT_EQ(RunCommand("hash -r " + In("m") + " -o " + In("out")).exitCode, 2);
+    EXPECT_EQ(fs::file_size(next), size);
 }
 
 // Without its extension such a name would be that of the folder, or of the one above it.

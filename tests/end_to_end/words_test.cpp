@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "end_to_end/run_command.h"
+#include "support/alias_records.h"
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
 #include "support/temp_directory.h"
@@ -130,6 +131,85 @@ TEST_F(EndToEndWords, NoSoundAndNoTimecode) {
     const CommandRun timecode = Run("timecode");
     EXPECT_EQ(timecode.exitCode, 1);
     EXPECT_THAT(timecode.output, EndsWith(": the movie has no timecode\n"));
+}
+
+// A terminal obeys what it is sent, whoever chose the name.
+class EndToEndWordsOfNames : public EndToEndWords {
+  protected:
+    // Clears the screen, rings, ends the line, and does it all again in characters of 8 bits.
+    static constexpr char kName[] =
+        "a\x1B[2J\x07\nkvx: b\r\x7F\xC2\x9B"
+        "2J.mov";
+    static constexpr char kPrinted[] = "a\\x1B[2J\\x07\\x0Akvx: b\\x0D\\x7F\\x9B2J.mov";
+
+    // Both outputs have the name as it is printed, and no line but those that are meant.
+    void ExpectPrintable(const std::string& arguments, int exitCode) const {
+        const CommandRun run = RunCommand(arguments);
+        EXPECT_EQ(run.exitCode, exitCode) << arguments;
+        EXPECT_THAT(run.output, HasSubstr(kPrinted)) << arguments;
+        EXPECT_THAT(run.output, testing::Not(HasSubstr("\nkvx: b"))) << arguments;
+        EXPECT_THAT(run.output, testing::Not(HasSubstr("\xC2\x9B"))) << arguments;
+        for (const char character : run.output) {
+            EXPECT_TRUE(character == '\n' || (character & 0xE0) != 0) << arguments;
+            EXPECT_NE(character, '\x7F') << arguments;
+        }
+    }
+
+    std::string Named() const { return "'" + mFolder.File(kName) + "'"; }
+};
+
+TEST_F(EndToEndWordsOfNames, AreTheSameOfEveryCommandButWithoutControlCharacters) {
+    const std::string out = " -o " + mFolder.File("out");
+    WriteMovie(mFolder, MovieOf({Pictures(64, 16)}), {}, kName);
+    ExpectPrintable("info " + Named(), 0);
+    ExpectPrintable("check " + Named(), 0);
+    ExpectPrintable("mend " + Named(), 0);
+    ExpectPrintable("mend --dry-run " + Named(), 0);
+    ExpectPrintable("timecode " + Named(), 1);
+    ExpectPrintable("audio " + Named() + out, 1);
+    ExpectPrintable("audio --native " + Named() + out, 1);
+    ExpectPrintable("hash --sound " + Named(), 1);
+    ExpectPrintable("hash " + Named() + " --compare " + mFolder.File("none"), 3);
+    ExpectPrintable("hash -r " + mFolder.Path() + out, 0);
+    ExpectPrintable("frames --range 9:10 " + Named() + out, 1);
+    ExpectPrintable("frames -r " + mFolder.Path() + out, 0);
+    ExpectPrintable("sheet -r " + mFolder.Path() + out, 0);
+    ExpectPrintable("report " + Named() + " -o " + mFolder.File("page.html"), 0);
+    ExpectPrintable("--module " + Named() + " info " + Named(), 3);
+    ExpectPrintable("frames --range " + Named() + " " + Named() + out, 2);
+    ExpectPrintable("check --files-from " + mFolder.File("gone") + Named(), 3);
+}
+
+TEST_F(EndToEndWordsOfNames, AreTheSameOfMoviesThatAreRefused) {
+    MovieRecipe recipe = MovieOf({VideoTrackRecipe({"avc1", 64, 16, 24}, kFrameSize, kFrames)});
+    WriteMovie(mFolder, recipe, {}, kName);
+    ExpectPrintable("info --log " + Named(), 1);
+    ExpectPrintable("check " + Named(), 1);
+    ExpectPrintable("mend " + Named(), 1);
+    ExpectPrintable("frames " + Named() + " -o " + mFolder.File("out"), 1);
+    ExpectPrintable("report " + Named() + " -o " + mFolder.File("page.html"), 1);
+}
+
+// The path in a reference is the movie's to choose.
+TEST_F(EndToEndWordsOfNames, AreTheSameOfMediaInOtherFiles) {
+    MovieRecipe recipe = MovieOf({Pictures(64, 16)});
+    recipe.tracks[0].dataReferences = {kvx_test::AliasReference(
+        kvx_test::AliasVersion3(0, kvx_test::AliasItems({{18, mFolder.File(kName)}, {19, "/"}})))};
+    WriteMovie(mFolder, recipe, {}, "movie.mov");
+    ExpectPrintable("info --log " + Movie(), 1);
+    ExpectPrintable("check " + Movie(), 1);
+    ExpectPrintable("hash " + Movie(), 1);
+    kvx_test::WriteFile(mFolder.File(kName), kvx_test::Bytes(0x20000, 'm'));
+    ExpectPrintable("info " + Movie(), 0);
+    ExpectPrintable("check " + Movie(), 0);
+}
+
+// Programs have them as they are.
+TEST_F(EndToEndWordsOfNames, AreWholeInJson) {
+    WriteMovie(mFolder, MovieOf({Pictures(64, 16)}), {}, kName);
+    EXPECT_THAT(RunCommand("info --json " + Named()).output,
+                HasSubstr("a\\u001b[2J\\u0007\\nkvx: b\\r\x7F\xC2\x9B"
+                          "2J.mov"));
 }
 
 }  // namespace

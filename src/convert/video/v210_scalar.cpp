@@ -99,9 +99,10 @@ void v210::ScalarConvertTo(const char* src, int srcRowBytes, char* dst, int dstR
             int samples[kGroupSamples];
             ReadGroup(from, samples);
             for (int pixel = 0; pixel < kGroupPixels; ++pixel) {
+                const int pair = pixel / 2;
                 const float y = static_cast<float>(samples[kLuma[pixel]]) - 64.0f;
-                const float u = static_cast<float>(samples[kCb[pixel / 2]]) - 512.0f;
-                const float v = static_cast<float>(samples[kCr[pixel / 2]]) - 512.0f;
+                const float u = static_cast<float>(samples[kCb[pair]]) - 512.0f;
+                const float v = static_cast<float>(samples[kCr[pair]]) - 512.0f;
                 WriteHostPixel(to, ToHostPixel<T>(YUVToRGB(*matrix, y, u, v)));
                 to += sizeof(HostPixel<T>);
             }

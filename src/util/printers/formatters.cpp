@@ -35,7 +35,8 @@ const char* StringList(const char* list, int) {
         return kMemoryErrorString;
     }
     if (*list == '\0') {
-        return std::strcpy(text, "\"\"");
+        std::snprintf(text, kPiece, "\"\"");
+        return text;
     }
     size_t used = 0;
     for (const char* item = list; *item != '\0' && used < kPiece; item += std::strlen(item) + 1) {
@@ -67,6 +68,7 @@ const char* UTF16(const unsigned short* text, int length) {
     quoted[0] = '"';
     CFStringGetBytes(string, CFRangeMake(0, count), kCFStringEncodingASCII, kLossByte, false,
                      reinterpret_cast<UInt8*>(quoted + 1), kPiece - kQuotesAndTerminator, &used);
+    // NOLINTNEXTLINE(clang-analyzer-osx.cocoa.RetainCount): the string is kept, as said above.
     quoted[used + 1] = '"';
     quoted[used + 2] = '\0';
     return quoted;

@@ -147,7 +147,7 @@ void VectorCreateFrom(const char* src, int srcRowBytes, char* dst, int dstRowByt
         char block[48];
         Group<T>(from, FourteenBitPixel<T>(from, 0), block, c);
         std::memcpy(dst + static_cast<std::ptrdiff_t>(height - 1) * dstRowBytes + 48 * full, block,
-                    static_cast<std::size_t>(2 * remainder));
+                    2 * static_cast<std::size_t>(remainder));
     }
 }
 
