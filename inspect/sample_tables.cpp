@@ -28,6 +28,14 @@ uint32_t SampleTables::SizeOf(int64_t sample) const {
     return sample < 0 ? 0 : sizes.Unsigned32(kSizes + static_cast<uint64_t>(sample) * kSizeEntry);
 }
 
+int64_t SampleTables::SizesThere() const {
+    constexpr uint64_t kSizeCount = 16;
+    const uint64_t there =
+        sizes && sizes.Length() > kSizes ? (sizes.Length() - kSizes) / kSizeEntry : 0;
+    return std::min(
+        {sampleCount, int64_t{sizes.Signed32(kSizeCount)}, static_cast<int64_t>(there)});
+}
+
 TableEntries::TableEntries(AtomView table, uint64_t entrySize) {
     if (!table || table.Length() < kEntries) {
         return;
@@ -113,6 +121,18 @@ bool SampleWalk::Next(Sample& sample) {
     mOffset += sample.size;
     ++mInChunk;
     return true;
+}
+
+int64_t SampleWalk::SkipChunk() {
+    if (mTables.fixedSize == 0) {
+        return 0;
+    }
+    const int64_t next = mChunk.firstSample + mInChunk;
+    const int64_t count =
+        std::max<int64_t>(std::min(mChunk.sampleCount - mInChunk, mTables.sampleCount - next), 0);
+    mInChunk += count;
+    mOffset += static_cast<uint64_t>(count) * mTables.fixedSize;
+    return count;
 }
 
 }  // namespace kvx_inspect

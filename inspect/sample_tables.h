@@ -24,6 +24,8 @@ struct SampleTables {
 
     // Bytes of a sample, 0 if the tables do not tell.
     uint32_t SizeOf(int64_t sample) const;
+    // How many samples have their own size in the table: not more than there are of either.
+    int64_t SizesThere() const;
 };
 
 // A full table of entries of `entrySize` bytes after a count at offset 12. What the atom does not
@@ -89,6 +91,10 @@ class SampleWalk {
     explicit SampleWalk(const SampleTables& tables) : mTables(tables), mChunks(tables) {}
 
     bool Next(Sample& sample);
+
+    // Passes the samples of the same size that follow in the chunk of the last one, and returns how
+    // many they were; 0 where sizes differ.
+    int64_t SkipChunk();
 
   private:
     const SampleTables& mTables;

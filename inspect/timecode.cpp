@@ -58,6 +58,7 @@ void ReadTimecode(TrackReader& reader) {
     timecode.isDropFrame = (stsd.Unsigned32(kFlags) & kDropFrame) != 0;
     timecode.timeScale = stsd.Unsigned32(kTimeScale);
     timecode.frameDuration = stsd.Unsigned32(kFrameDuration);
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): the field is a signed number.
     timecode.framesPerSecond = static_cast<int8_t>(stsd.Unsigned8(kFramesPerSecond));
     timecode.isCounted = FormatOf(timecode) != KVX::Util::tcfNone;
 }

@@ -160,9 +160,8 @@ void CheckFrameSizes(const TrackReader& reader, const VideoFacts& video) {
         return;
     }
     const SampleTables& tables = reader.track.tables;
-    constexpr uint64_t kSizeCount = 16;
-    const int64_t count = std::min<int64_t>(tables.sampleCount, tables.sizes.Signed32(kSizeCount));
-    for (int64_t frame = 0; frame < (tables.fixedSize != 0 ? 1 : count); ++frame) {
+    const int64_t count = tables.fixedSize != 0 ? 1 : tables.SizesThere();
+    for (int64_t frame = 0; frame < count; ++frame) {
         const uint32_t size = tables.SizeOf(frame);
         if (size != 0 && size != video.expectedFrameSize) {
             const char* const effect = size < video.expectedFrameSize

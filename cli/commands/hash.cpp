@@ -190,7 +190,8 @@ class Hasher {
                             ThreadCount(mArguments));
         const std::string noun = isSound ? "second " : "frame ";
         PacketHashes::Result result;
-        for (int64_t number = 0; hashes.Next(result, Timeout(mArguments)); ++number) {
+        while (hashes.Next(result, Timeout(mArguments))) {
+            const int64_t number = result.number;
             if (result.error != 0) {
                 return Complain(kExitFailed, mReport->path,
                                 noun + std::to_string(number) +

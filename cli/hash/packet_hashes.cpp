@@ -34,6 +34,7 @@ std::string Hexadecimal(const uint8_t* bytes, size_t size) {
 
 PacketHashes::Result HashOf(int descriptor, const Packet& packet, uint8_t* block) {
     PacketHashes::Result result;
+    result.number = packet.number;
     result.row = packet.row;
     md5_ctx context;
     md5_init(&context);
@@ -154,6 +155,7 @@ bool PacketHashes::Next(Result& result, std::chrono::milliseconds limit) {
     mIsLate = !isInTime;
     if (isInTime && !isThere() && mShared->ranOutOfMemory) {
         result = {};
+        result.number = static_cast<int64_t>(mNext);
         result.error = ENOMEM;
         return true;
     }

@@ -18,6 +18,7 @@ namespace kvx_cli {
 
 // Bytes of a file that are hashed together, and the row that tells of them, but for its hash.
 struct Packet {
+    int64_t number = 0;  // of all packets, those that were left out included
     ChecksumRow row;
     std::vector<kvx_inspect::FileRange> ranges;
 };
@@ -37,6 +38,7 @@ class PacketHashes {
     PacketHashes& operator=(const PacketHashes&) = delete;
 
     struct Result {
+        int64_t number = 0;  // the packet's
         ChecksumRow row;
         bool isShort = false;  // the file ends before it
         int error = 0;         // why it could not be read, else; ENOMEM is the last result

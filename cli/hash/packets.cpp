@@ -34,6 +34,22 @@ class RunWalk {
         return mValue;
     }
 
+    // The sum of the next `count` values.
+    int64_t Skip(int64_t count) {
+        uint64_t sum = 0;  // which may wrap, where the table's numbers have no sense
+        while (count > 0) {
+            sum += static_cast<uint64_t>(Next());
+            --count;
+            const int64_t same =
+                mLeft > 0 || mEntry < mEntries.count ? std::max(mLeft, int64_t{0}) : count;
+            const int64_t step = std::min(count, same);
+            sum += static_cast<uint64_t>(step) * static_cast<uint64_t>(int64_t{mValue});
+            mLeft -= step;
+            count -= step;
+        }
+        return static_cast<int64_t>(sum);
+    }
+
     // The least of all.
     static int32_t Least(const kvx_inspect::AtomView& table) {
         const TableEntries entries(table, kEntrySize);
@@ -56,19 +72,23 @@ class RunWalk {
 
 class FrameWalk {
   public:
-    FrameWalk(std::shared_ptr<const Report> report, const SampleTables& tables)
-        : mReport(std::move(report)),
-          mSamples(tables),
-          mDurations(tables.durations),
-          mDisplayOffsets(tables.displayOffsets),
-          // So that no picture is due before it is decoded.
-          mDecodeShift(-int64_t{RunWalk::Least(tables.displayOffsets)}) {}
+    FrameWalk(std::shared_ptr<const Report> report, const TrackFacts& track)
+        : FrameWalk(std::move(report), track.tables, track.media.size) {}
 
     bool Next(Packet& packet) {
+        // Of frames after the end of the file one is enough to be told of.
+        if (mIsPastEnd) {
+            const int64_t skipped = mSamples.SkipChunk();
+            mNumber += skipped;
+            mTime += mDurations.Skip(skipped);
+            mDisplayOffsets.Skip(skipped);
+        }
         Sample sample;
         if (!mSamples.Next(sample)) {
             return false;
         }
+        mIsPastEnd = sample.offset >= mMediaSize || mMediaSize - sample.offset < sample.size;
+        packet.number = mNumber++;
         packet.ranges = {{sample.offset, sample.size}};
         packet.row.size = sample.size;
         packet.row.duration = mDurations.Next();
@@ -79,12 +99,24 @@ class FrameWalk {
     }
 
   private:
+    FrameWalk(std::shared_ptr<const Report> report, const SampleTables& tables, uint64_t mediaSize)
+        : mReport(std::move(report)),
+          mMediaSize(mediaSize),
+          mSamples(tables),
+          mDurations(tables.durations),
+          mDisplayOffsets(tables.displayOffsets),
+          // So that no picture is due before it is decoded.
+          mDecodeShift(-int64_t{RunWalk::Least(tables.displayOffsets)}) {}
+
     std::shared_ptr<const Report> mReport;
+    uint64_t mMediaSize;
     SampleWalk mSamples;
     RunWalk mDurations;
     RunWalk mDisplayOffsets;
     int64_t mDecodeShift;
+    int64_t mNumber = 0;
     int64_t mTime = 0;
+    bool mIsPastEnd = false;  // the last frame
 };
 
 class SoundWalk {
@@ -92,10 +124,17 @@ class SoundWalk {
     SoundWalk(std::shared_ptr<const Report> report, const TrackFacts& track, int64_t perPacket)
         : mReport(std::move(report)),
           mRanges(track),
+          mMediaSize(track.media.size),
           mFrameSize(std::max<uint64_t>(track.sound->bytesPerFrame, 1)),
+          mPerPacket(perPacket),
           mPacketSize(static_cast<uint64_t>(perPacket) * mFrameSize) {}
 
     bool Next(Packet& packet) {
+        if (mIsPastEnd) {
+            SkipPastEnd();
+        }
+        mIsPastEnd = false;
+        packet.number = mNumber++;
         packet.ranges.clear();
         packet.row = {};
         while (packet.row.size < mPacketSize) {
@@ -103,6 +142,7 @@ class SoundWalk {
                 break;
             }
             const uint64_t length = std::min(mRange.length, mPacketSize - packet.row.size);
+            mIsPastEnd |= mRange.offset >= mMediaSize || mMediaSize - mRange.offset < length;
             Append(packet, {mRange.offset, length});
             mRange.offset += length;
             mRange.length -= length;
@@ -114,6 +154,17 @@ class SoundWalk {
     }
 
   private:
+    // Of packets after the end of the file one is enough to be told of.
+    void SkipPastEnd() {
+        if (mRange.offset >= mMediaSize) {
+            const uint64_t packets = mRange.length / mPacketSize;
+            mRange.offset += packets * mPacketSize;
+            mRange.length -= packets * mPacketSize;
+            mNumber += static_cast<int64_t>(packets);
+            mTime += static_cast<int64_t>(packets) * mPerPacket;
+        }
+    }
+
     // Chunks that lie back to back are read at once.
     static void Append(Packet& packet, const FileRange& range) {
         std::vector<FileRange>& ranges = packet.ranges;
@@ -128,9 +179,13 @@ class SoundWalk {
     std::shared_ptr<const Report> mReport;
     kvx_inspect::SoundRanges mRanges;
     FileRange mRange;
+    uint64_t mMediaSize;
     uint64_t mFrameSize;
+    int64_t mPerPacket;
     uint64_t mPacketSize;
+    int64_t mNumber = 0;
     int64_t mTime = 0;
+    bool mIsPastEnd = false;  // some of the last packet
 };
 
 template <typename Walk>
@@ -141,7 +196,7 @@ PacketSource SourceOf(std::shared_ptr<Walk> walk) {
 }  // namespace
 
 PacketSource FramePackets(std::shared_ptr<const Report> report, const TrackFacts& track) {
-    return SourceOf(std::make_shared<FrameWalk>(std::move(report), track.tables));
+    return SourceOf(std::make_shared<FrameWalk>(std::move(report), track));
 }
 
 PacketSource SoundPackets(std::shared_ptr<const Report> report, const TrackFacts& track,

@@ -216,7 +216,8 @@ std::string ZshCompletion() {
         for (const OptionInfo& option : OptionsOf(&command)) {
             arms += OfZsh(option);
         }
-        arms += R"sh(        '*:movie:_files -g "*.(#i)(mov|qt)(-.)"' ;;)sh" + "\n";
+        arms += R"sh(        '*:movie:_files -g "*.(#i)(mov|qt)(-.)"' ;;
+)sh";
     }
     std::string global;
     for (const OptionInfo& option : OptionsOf(nullptr)) {

@@ -71,6 +71,27 @@ TEST(InspectSampleWalk, TakesNoMemoryForWhatTablesClaim) {
     EXPECT_TRUE(Has(report.findings, kvx_inspect::Code::Truncated));
 }
 
+// A table of three sizes that says that it has 2^31 - 1.
+TEST(InspectSampleTables, CountTheSizesThatThereAre) {
+    TrackRecipe track = VideoTrackRecipe({"v210", 48, 2, 24}, 256, 3);
+    track.constantSize = 0;
+    track.sizes = {256, 257, 256};
+    track.durations = {{0x7FFFFFFF, 1000}};
+    track.sizeCount = 0x7FFFFFFF;
+    const TempDirectory directory;
+    MovieRecipe recipe;
+    recipe.tracks = {track};
+    const kvx_inspect::Report claimed = InspectMoov(directory, recipe);
+    EXPECT_EQ(claimed.tracks[0].tables.SizesThere(), 3);
+    EXPECT_TRUE(Has(claimed.findings, kvx_inspect::Code::Damaged));
+    EXPECT_TRUE(Has(claimed.findings, kvx_inspect::Code::FrameSizeMismatch));
+    recipe.tracks[0].sizeCount = 2;
+    EXPECT_EQ(InspectMoov(directory, recipe).tracks[0].tables.SizesThere(), 2);
+    recipe.tracks[0].sizeCount = 3;
+    recipe.tracks[0].durations = {{1, 1000}};
+    EXPECT_EQ(InspectMoov(directory, recipe).tracks[0].tables.SizesThere(), 1);
+}
+
 // 2^14 chunks and one of 2^31 - 1 samples of 2^19 bytes: more than 64 bits hold.
 TEST(InspectSoundRanges, AddUpToNoMoreThan64BitsHold) {
     constexpr size_t kChunks = (1 << 14) + 1;

@@ -73,6 +73,7 @@ void __tsan_vptr_read(void** address) {
     Look(address, sizeof(void*), "reads");
 }
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a type has none around it.
 #define KVX_ATOMICS(bits, type)                                                               \
     type __tsan_atomic##bits##_load(const volatile type* address, int) {                      \
         AtomicPoint(address, sizeof(type), false);                                            \
@@ -127,6 +128,7 @@ void __tsan_vptr_read(void** address) {
         return __tsan_atomic##bits##_compare_exchange_strong(address, expected, value, order, \
                                                              failure);                        \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 KVX_ATOMICS(8, uint8_t)
 KVX_ATOMICS(16, uint16_t)
 KVX_ATOMICS(32, uint32_t)

@@ -44,7 +44,7 @@ struct Clock {
     using rep = duration::rep;
     using period = duration::period;
     using time_point = std::chrono::time_point<Clock>;
-    static constexpr bool is_steady = true;
+    [[maybe_unused]] static constexpr bool is_steady = true;
 
     static time_point now() {
         timespec time{};

@@ -27,7 +27,7 @@ const void* const kDescriptorTable = reinterpret_cast<const void*>(uintptr_t{1})
 
 // Threads have numbers from 1 on the outside: no thread's handle is 0.
 pthread_t HandleOf(int thread) {
-    return static_cast<pthread_t>(thread + 1);
+    return static_cast<pthread_t>(thread) + 1;
 }
 
 }  // namespace

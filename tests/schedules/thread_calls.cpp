@@ -124,7 +124,9 @@ void* pthread_getspecific(pthread_key_t key) {
 }
 
 // The compiler knows the function's usual behaviour: value is compared, not read through.
+#ifndef __clang__
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 int pthread_setspecific(pthread_key_t key, const void* value) {
     return IsUnderSchedule() ? gScheduler->SetSpecific(key, value)
                              : KVX_REAL(pthread_setspecific)(key, value);

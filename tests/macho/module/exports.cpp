@@ -14,10 +14,10 @@ Anything Find(const char* name) {
 
 }  // namespace
 
-#define KVX_INDIRECT(name)             \
-    static Anything resolve_##name() { \
-        return Find("_" #name);        \
-    }                                  \
+#define KVX_INDIRECT(name)                                   \
+    __attribute__((used)) static Anything resolve_##name() { \
+        return Find("_" #name);                              \
+    }                                                        \
     __attribute__((visibility("default"), ifunc("resolve_" #name))) void name()
 
 extern "C" {

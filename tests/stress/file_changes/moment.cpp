@@ -156,7 +156,7 @@ void Moment::PlayWatched() {
 
 void Moment::Ask(int thread, uint64_t seed) {
     Random random(seed);
-    const auto first = static_cast<size_t>(thread * kMostFrames);
+    const auto first = static_cast<size_t>(thread) * kMostFrames;
     // From a deck, no frame comes up a second time.
     const size_t share = mDeck.size() / kAskingThreads;
     const size_t most = IsLinkedIn() ? kMostFrames : share;
