@@ -130,14 +130,16 @@ void TheHostGoes(const Movies& movies) {
 
 std::vector<Scenario> EndScenarios() {
     return {
-        {"close", "an importer closes with a frame under way", &ClosedWithFramesInFlight},
-        {"close_beside", "an importer closes beside a call", &ClosedBesideACall},
-        {"close_all", "importer and file close with a frame under way", &ClosedAltogether},
+        {"close", "an importer closes with a frame in flight", &ClosedWithFramesInFlight},
+        {"close_beside", "an importer closes during a call", &ClosedBesideACall},
+        {"close_all", "importer and file close with a frame in flight", &ClosedAltogether},
         {"shelf", "two importers and one shelf of read buffers", &TwoImportersOneShelf},
-        {"exit", "the process exits with a frame under way", &Exit},
-        {"first_exit", "the process exits with its first frame under way", &ExitAtTheFirstFrame},
-        {"late_close", "a file closes after the process's end has begun", &ExitBeforeTheLastClose},
-        {"host_goes", "the host's cache and buffers go after the last frame", &TheHostGoes},
+        {"exit", "the process exits with a frame in flight", &Exit},
+        {"first_exit", "the process exits with its first frame in flight", &ExitAtTheFirstFrame},
+        {"late_close", "a file closes after the process has begun to exit",
+         &ExitBeforeTheLastClose},
+        {"host_goes", "the host's cache and buffers are destroyed after the last frame",
+         &TheHostGoes},
     };
 }
 

@@ -151,9 +151,10 @@ std::vector<Scenario> RequestScenarios() {
         {"read_fails", "the read of a converted frame fails", &AReadFails, 1},
         {"request_fails", "a request of several reads fails in several", &ARequestFails, 2},
         {"cancelled", "a request of several reads is cancelled", &Cancelled},
-        {"quiet_reopen", "a file sleeps and wakes between two reads of a frame", &QuietAndReopened},
-        {"quiet", "a file goes to sleep beside a read", &QuietBesideARequest},
-        {"quiet_close", "a file goes to sleep beside the importer's close", &QuietBesideAClose},
+        {"quiet_reopen", "a file is quieted and reopened between two reads of a frame",
+         &QuietAndReopened},
+        {"quiet", "a file is quieted during a read", &QuietBesideARequest},
+        {"quiet_close", "a file is quieted while the importer closes", &QuietBesideAClose},
     };
 }
 
