@@ -167,13 +167,6 @@ KVX_ALWAYS_INLINE Floats LoadAlignedFloats(const float* from) {
     return KVX_VECTOR_FORM(_mm_load_ps(from), vld1q_f32(from));
 }
 
-// Eight bytes, with zeros above them.
-KVX_ALWAYS_INLINE Integers LoadEightBytes(const void* from) {
-    return KVX_VECTOR_FORM(
-        _mm_loadl_epi64(static_cast<const __m128i*>(from)),
-        neon::Of(vcombine_u8(vld1_u8(static_cast<const uint8_t*>(from)), vdup_n_u8(0))));
-}
-
 KVX_ALWAYS_INLINE void Store(void* to, Integers v) {
     KVX_VECTOR_FORM(_mm_storeu_si128(static_cast<__m128i*>(to), v),
                     vst1q_u8(static_cast<uint8_t*>(to), neon::UnsignedBytes(v)));
@@ -528,10 +521,6 @@ KVX_ALWAYS_INLINE Floats MaxFloats(Floats a, Floats b) {
 
 KVX_ALWAYS_INLINE Floats MultiplyFloats(Floats a, Floats b) {
     return KVX_VECTOR_FORM(_mm_mul_ps(a, b), vmulq_f32(a, b));
-}
-
-KVX_ALWAYS_INLINE Floats DivideFloats(Floats a, Floats b) {
-    return KVX_VECTOR_FORM(_mm_div_ps(a, b), vdivq_f32(a, b));
 }
 
 // One number by itself, toward zero. What does not fit, and what is no number, makes the least

@@ -1,8 +1,8 @@
 #include "convert/audio/pcm.h"
 
 #include <cstring>
+#include <type_traits>
 
-#include "convert/audio/pcm_vector.h"
 #include "core/log.h"
 #include "core/status.h"
 
@@ -10,151 +10,199 @@ namespace KVX::Converter::Audio {
 
 namespace {
 
-// A sample is little-endian unless it is swapped, and so is the machine.
-uint32_t Load32(const char* from, bool swap) {
-    uint32_t word;
+template <typename Value>
+struct Pair {
+    Value first;
+    Value second;
+};
+
+// How samples of a size are fetched: One is the sample at `from`, Two are the neighbours there. A
+// sample is little-endian unless it is swapped, and so is the machine.
+//
+// Two takes neighbours from a word that holds both, where there is one. So six channels are three
+// words a frame, which compilers know how to take apart for several frames at once; six samples
+// they do not.
+
+template <typename Word>
+Word Load(const char* from) {
+    Word word;
     std::memcpy(&word, from, sizeof(word));
-    return swap ? __builtin_bswap32(word) : word;
+    return word;
 }
 
-uint64_t Load64(const char* from, bool swap) {
-    uint64_t word;
-    std::memcpy(&word, from, sizeof(word));
-    return swap ? __builtin_bswap64(word) : word;
-}
+struct Bits8 {
+    static uint8_t One(const char* from, bool) { return Load<uint8_t>(from); }
+    static Pair<uint8_t> Two(const char* from, bool) {
+        const auto both = Load<uint16_t>(from);
+        return {static_cast<uint8_t>(both), static_cast<uint8_t>(both >> 8)};
+    }
+};
 
-// How a sample type is fetched and scaled. Read gives the value in a register type, Scale the float
-// for the plane. They stand apart so that a block's reads, which are byte shuffling, and its
-// scaling, which is arithmetic on equal lanes, are two simple loops.
+struct Bits16 {
+    static int32_t One(const char* from, bool swap) {
+        const auto word = Load<uint16_t>(from);
+        return static_cast<int16_t>(swap ? __builtin_bswap16(word) : word);
+    }
+    static Pair<int32_t> Two(const char* from, bool swap) {
+        auto both = Load<uint32_t>(from);
+        if (swap) {
+            both = (both & 0x00FF00FF) << 8 | (both >> 8 & 0x00FF00FF);
+        }
+        return {static_cast<int32_t>(both << 16) >> 16, static_cast<int32_t>(both) >> 16};
+    }
+};
+
+struct Bits32 {
+    static uint32_t One(const char* from, bool swap) {
+        const auto word = Load<uint32_t>(from);
+        return swap ? __builtin_bswap32(word) : word;
+    }
+    static Pair<uint32_t> Two(const char* from, bool swap) {
+        auto both = Load<uint64_t>(from);
+        if (swap) {
+            both = __builtin_bswap64(both);
+            both = both >> 32 | both << 32;
+        }
+        return {static_cast<uint32_t>(both), static_cast<uint32_t>(both >> 32)};
+    }
+};
+
+struct Bits24 {
+    static int32_t One(const char* from, bool swap) {
+        const auto first = static_cast<unsigned char>(from[0]);
+        const auto middle = static_cast<unsigned char>(from[1]);
+        const auto last = static_cast<unsigned char>(from[2]);
+        return SInt24{{swap ? last : first, middle, swap ? first : last}};
+    }
+    // From words that overlap: nothing outside of the two samples is read.
+    static Pair<int32_t> Two(const char* from, bool swap) {
+        const uint32_t first = Bits32::One(from, swap);
+        const uint32_t second = Bits32::One(from + 2, swap);
+        return {static_cast<int32_t>(swap ? first : first << 8) >> 8,
+                static_cast<int32_t>(swap ? second << 8 : second) >> 8};
+    }
+};
+
+struct Bits64 {
+    static uint64_t One(const char* from, bool swap) {
+        const auto word = Load<uint64_t>(from);
+        return swap ? __builtin_bswap64(word) : word;
+    }
+    static Pair<uint64_t> Two(const char* from, bool swap) {
+        return {One(from, swap), One(from + sizeof(uint64_t), swap)};
+    }
+};
+
+// What is fetched, and the float that it makes.
 template <typename T>
 struct Sample;
 
 template <>
-struct Sample<signed char> {
-    using Value = int32_t;
-    static Value Read(const char* from, bool) { return static_cast<signed char>(*from); }
-    static float Scale(Value value) { return static_cast<float>(value) / 127.0F; }
-};
-
-template <>
-struct Sample<unsigned char> {
-    using Value = int32_t;
-    static Value Read(const char* from, bool) { return static_cast<unsigned char>(*from); }
-    static float Scale(Value value) { return (static_cast<float>(value) + -128.0F) / 127.0F; }
-};
-
-template <>
-struct Sample<short> {
-    using Value = int32_t;
-    static Value Read(const char* from, bool swap) {
-        uint16_t word;
-        std::memcpy(&word, from, sizeof(word));
-        return static_cast<int16_t>(swap ? __builtin_bswap16(word) : word);
+struct Sample<signed char> : Bits8 {
+    static float Scale(uint8_t byte) {
+        return static_cast<float>(static_cast<signed char>(byte)) / 127.0F;
     }
-    static float Scale(Value value) { return static_cast<float>(value) / 32767.0F; }
 };
 
 template <>
-struct Sample<SInt24> {
-    using Value = int32_t;
-    static Value Read(const char* from, bool swap) {
-        SInt24 sample;
-        std::memcpy(&sample, from, sizeof(sample));
-        return swap ? SInt24{{sample.mBytes[2], sample.mBytes[1], sample.mBytes[0]}} : sample;
+struct Sample<unsigned char> : Bits8 {
+    static float Scale(uint8_t byte) { return (static_cast<float>(byte) + -128.0F) / 127.0F; }
+};
+
+template <>
+struct Sample<short> : Bits16 {
+    static float Scale(int32_t value) { return static_cast<float>(value) / 32767.0F; }
+};
+
+template <>
+struct Sample<SInt24> : Bits24 {
+    static float Scale(int32_t value) { return static_cast<float>(value) / 8388607.0F; }
+};
+
+template <>
+struct Sample<int> : Bits32 {
+    // Full scale is 2147483647.0, and the quotient is taken in double precision and narrowed. It
+    // exceeds float(value) / 2^31, which is a float, by one part in 2^31; narrowing drops that,
+    // since half a unit in a float's last place is at least one part in 2^25. So both are the same
+    // number.
+    static float Scale(uint32_t word) {
+        return static_cast<float>(static_cast<int32_t>(word)) * 0x1p-31F;
     }
-    static float Scale(Value value) { return static_cast<float>(value) / 8388607.0F; }
 };
 
 template <>
-struct Sample<int> {
-    using Value = int32_t;
-    static Value Read(const char* from, bool swap) {
-        return static_cast<int32_t>(Load32(from, swap));
-    }
-    // The rule is float(value) / 2147483647.0 in double precision, narrowed. The quotient exceeds
-    // float(value) / 2^31, which is a float, by one part in 2^31; narrowing drops that, since half
-    // a unit in a float's last place is at least one part in 2^25. So both are the same number.
-    static float Scale(Value value) { return static_cast<float>(value) * 0x1p-31F; }
-};
-
-template <>
-struct Sample<float> {
-    using Value = uint32_t;
-    static Value Read(const char* from, bool swap) { return Load32(from, swap); }
-    static float Scale(Value value) {
+struct Sample<float> : Bits32 {
+    static float Scale(uint32_t word) {
         float sample;
-        std::memcpy(&sample, &value, sizeof(sample));
+        std::memcpy(&sample, &word, sizeof(sample));
         return sample;
     }
 };
 
 template <>
-struct Sample<double> {
-    using Value = uint64_t;
-    static Value Read(const char* from, bool swap) { return Load64(from, swap); }
-    static float Scale(Value value) {
+struct Sample<double> : Bits64 {
+    static float Scale(uint64_t word) {
         double sample;
-        std::memcpy(&sample, &value, sizeof(sample));
+        std::memcpy(&sample, &word, sizeof(sample));
         return static_cast<float>(sample);
     }
 };
 
-// Read for a sample that has another one behind it in the buffer.
 template <typename T>
-typename Sample<T>::Value ReadAhead(const char* from, bool swap) {
-    return Sample<T>::Read(from, swap);
+float Read(const char* from, bool swap) {
+    return Sample<T>::Scale(Sample<T>::One(from, swap));
 }
 
-// One load in place of three, which takes the byte after the sample along.
-template <>
-int32_t ReadAhead<SInt24>(const char* from, bool swap) {
-    const uint32_t word = Load32(from, swap);
-    return static_cast<int32_t>(swap ? word : word << 8) >> 8;
+template <typename T>
+Pair<float> ReadTwo(const char* from, bool swap) {
+    const auto two = Sample<T>::Two(from, swap);
+    return {Sample<T>::Scale(two.first), Sample<T>::Scale(two.second)};
 }
 
-// The frames of one block. Its loops have constant bounds, which is what lets a compiler turn the
-// scaling loop into vector code at -O2.
-constexpr size_t kBlockFrames = 64;
-
-template <typename T, bool kSwap, size_t kChannels>
-void WritePlanes(const char* samples, float* const* planes, size_t frames) {
-    using S = Sample<T>;
-    constexpr size_t kFrameBytes = kChannels * sizeof(T);
-
-    size_t frame = 0;
-    if constexpr (FourSamples<T>::kExist) {
-        frame = WritePlanesInFours<T, kSwap, kChannels>(samples, planes, frames);
-    }
-    // At least one frame stays behind for the loop below, so that ReadAhead is within the buffer.
-    for (; frames - frame > kBlockFrames; frame += kBlockFrames) {
-        typename S::Value values[kChannels][kBlockFrames];
-        for (size_t f = 0; f < kBlockFrames; ++f) {
-            for (size_t c = 0; c < kChannels; ++c) {
-                values[c][f] =
-                    ReadAhead<T>(samples + (frame + f) * kFrameBytes + c * sizeof(T), kSwap);
-            }
-        }
-        for (size_t c = 0; c < kChannels; ++c) {
-            float* plane = planes[c] + frame;
-            for (size_t f = 0; f < kBlockFrames; ++f) {
-                plane[f] = S::Scale(values[c][f]);
-            }
-        }
-    }
-    for (; frame < frames; ++frame) {
-        for (size_t c = 0; c < kChannels; ++c) {
-            planes[c][frame] =
-                S::Scale(S::Read(samples + frame * kFrameBytes + c * sizeof(T), kSwap));
-        }
-    }
-}
-
-template <typename T, size_t kChannels>
-void WritePlanes(const char* samples, bool swap, float* const* planes, size_t frames) {
-    if (swap) {
-        WritePlanes<T, true, kChannels>(samples, planes, frames);
+// Two channels are taken apart well sample by sample, but not when these are three bytes each.
+template <typename T>
+Pair<float> ReadStereo(const char* from, bool swap) {
+    if constexpr (std::is_same_v<T, SInt24>) {
+        return ReadTwo<T>(from, swap);
     } else {
-        WritePlanes<T, false, kChannels>(samples, planes, frames);
+        return {Read<T>(from, swap), Read<T>(from + sizeof(T), swap)};
+    }
+}
+
+// The loops. No plane shares memory with the samples or with another plane.
+
+template <typename T>
+void WriteMono(const char* __restrict samples, bool swap, float* __restrict plane, size_t frames) {
+    for (size_t f = 0; f < frames; ++f) {
+        plane[f] = Read<T>(samples + f * sizeof(T), swap);
+    }
+}
+
+template <typename T>
+void WriteStereo(const char* __restrict samples, bool swap, float* __restrict left,
+                 float* __restrict right, size_t frames) {
+    for (size_t f = 0; f < frames; ++f) {
+        const Pair<float> frame = ReadStereo<T>(samples + f * 2 * sizeof(T), swap);
+        left[f] = frame.first;
+        right[f] = frame.second;
+    }
+}
+
+template <typename T>
+void WriteSurround(const char* __restrict samples, bool swap, float* __restrict plane0,
+                   float* __restrict plane1, float* __restrict plane2, float* __restrict plane3,
+                   float* __restrict plane4, float* __restrict plane5, size_t frames) {
+    for (size_t f = 0; f < frames; ++f) {
+        const char* const frame = samples + f * 6 * sizeof(T);
+        const Pair<float> channels01 = ReadTwo<T>(frame, swap);
+        const Pair<float> channels23 = ReadTwo<T>(frame + 2 * sizeof(T), swap);
+        const Pair<float> channels45 = ReadTwo<T>(frame + 4 * sizeof(T), swap);
+        plane0[f] = channels01.first;
+        plane1[f] = channels01.second;
+        plane2[f] = channels23.first;
+        plane3[f] = channels23.second;
+        plane4[f] = channels45.first;
+        plane5[f] = channels45.second;
     }
 }
 
@@ -189,16 +237,13 @@ template <typename T>
 void PCM::Write(char* samples, bool swap, float** planes, unsigned int channels,
                 unsigned int frames, QT::SampleOrder order) {
     if (channels == 1) {
-        WritePlanes<T, 1>(samples, swap, planes, frames);
+        WriteMono<T>(samples, swap, planes[0], frames);
     } else if (channels == 2) {
-        WritePlanes<T, 2>(samples, swap, planes, frames);
+        WriteStereo<T>(samples, swap, planes[0], planes[1], frames);
     } else if (channels == kSurroundChannels) {
-        const SurroundOrder& surround = FindSurroundOrder(order);
-        float* ordered[kSurroundChannels];
-        for (size_t c = 0; c < kSurroundChannels; ++c) {
-            ordered[c] = planes[surround.planes[c]];
-        }
-        WritePlanes<T, kSurroundChannels>(samples, swap, ordered, frames);
+        const unsigned char(&to)[kSurroundChannels] = FindSurroundOrder(order).planes;
+        WriteSurround<T>(samples, swap, planes[to[0]], planes[to[1]], planes[to[2]], planes[to[3]],
+                         planes[to[4]], planes[to[5]], frames);
     }
 }
 

@@ -34,7 +34,8 @@ class PCM {
   public:
     // Converts `frames` whole frames from `samples` (any alignment) in the form that `track`
     // describes; channel c lands in planes[c], six channels by the track's order. `frames` is a
-    // 32-bit count, as hosts ask for it; planes beyond the track's channels are not looked at.
+    // 32-bit count, as hosts ask for it; planes beyond the track's channels are not looked at. No
+    // plane may share memory with the samples or with another plane.
     //
     // Returns 0, or 22 after one log line, with the planes untouched, for a null track, a channel
     // count other than 1, 2 or 6, unsigned samples above 8 bits, 64-bit integers, or a sample size

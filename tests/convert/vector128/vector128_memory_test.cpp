@@ -56,16 +56,6 @@ TEST_F(Vector128Memory, Floats) {
     ExpectWritten(32, reinterpret_cast<const char*>(numbers));
 }
 
-TEST_F(Vector128Memory, EightBytesHaveZerosAboveThem) {
-    for (int at = 0; at < 16; ++at) {
-        char expected[16] = {};
-        std::memcpy(expected, mFrom + at, 8);
-        std::memset(mTo, 0x5A, sizeof(mTo));
-        Store(mTo, LoadEightBytes(mFrom + at));
-        ExpectWritten(0, expected);
-    }
-}
-
 // Beyond what is there as well.
 TEST_F(Vector128Memory, PrefetchesDoNothing) {
     PrefetchOnce(mTo);
