@@ -1,13 +1,15 @@
 // How long a movie takes to open: by the number of its samples, by the number of its runs, and
-// beside other readers. Closing is not counted.
+// beside other readers, whose counters are their median times over ours. Closing is not counted.
 #include <benchmark/benchmark.h>
 
-#include <chrono>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "quicktime/movie.h"
+#include "race.h"
 #include "support/movie_file.h"
 
 #if defined(KVX_BENCH_LIBQUICKTIME)
@@ -25,6 +27,7 @@ namespace {
 
 constexpr uint32_t kFrameSize = 256;  // v210, 48 by 2
 constexpr int64_t kManySamples = 400'000;
+constexpr int kTurns = 61;
 
 struct MovieKind {
     const char* name;
@@ -64,78 +67,62 @@ const std::string& PathOf(const MovieKind& kind) {
     return path;
 }
 
-// Each reader opens the file, takes the time when it has, and closes it again.
-using Clock = std::chrono::steady_clock;
-using OpenFunction = bool (*)(const std::string& path, Clock::time_point& opened);
+// Each reader opens the file, and closes what it has opened once the time is taken.
+using kvx_bench::Contender;
 
-bool OpenHere(const std::string& path, Clock::time_point& opened) {
-    KVX::QT::Movie* const movie = KVX::QT::Movie::Create(path);
-    opened = Clock::now();
-    const bool isGood = movie != nullptr && movie->mVideoTracks.size() == 1;
-    delete movie;
-    return isGood;
+Contender Here(const std::string& path) {
+    const auto movie = std::make_shared<std::unique_ptr<KVX::QT::Movie>>();
+    return {"kvx",
+            [=] {
+                movie->reset(KVX::QT::Movie::Create(path));
+                return *movie != nullptr && (*movie)->mVideoTracks.size() == 1;
+            },
+            [=] { movie->reset(); }};
 }
 
 #if defined(KVX_BENCH_LIBQUICKTIME)
-bool OpenWithLibquicktime(const std::string& path, Clock::time_point& opened) {
-    quicktime_t* const file = lqt_open_read(path.c_str());
-    opened = Clock::now();
-    const bool isGood = file != nullptr && quicktime_video_tracks(file) == 1;
-    if (file != nullptr) {
-        quicktime_close(file);
-    }
-    return isGood;
+Contender WithLibquicktime(const std::string& path) {
+    const auto file = std::make_shared<quicktime_t*>();
+    return {"libquicktime",
+            [=] {
+                *file = lqt_open_read(path.c_str());
+                return *file != nullptr && quicktime_video_tracks(*file) == 1;
+            },
+            [=] { quicktime_close(*file); }};
 }
 #endif
 
 #if defined(KVX_BENCH_LIBAVFORMAT)
-bool OpenWithLibavformat(const std::string& path, Clock::time_point& opened) {
-    AVFormatContext* context = nullptr;
-    const int status = avformat_open_input(&context, path.c_str(), nullptr, nullptr);
-    opened = Clock::now();
-    const bool isGood = status == 0 && context->nb_streams == 1;
-    avformat_close_input(&context);
-    return isGood;
+Contender WithLibavformat(const std::string& path) {
+    const auto context = std::make_shared<AVFormatContext*>();
+    return {"libavformat",
+            [=] {
+                return avformat_open_input(context.get(), path.c_str(), nullptr, nullptr) == 0 &&
+                       (*context)->nb_streams == 1;
+            },
+            [=] { avformat_close_input(context.get()); }};
 }
 #endif
 
-struct Reader {
-    const char* name;
-    OpenFunction open;
-};
-
-constexpr Reader kReaders[] = {
-    {"kvx", OpenHere},
+void OpenMovie(benchmark::State& state, const MovieKind& kind) {
+    const std::string path = PathOf(kind);
+    std::vector<Contender> readers = {Here(path)};
 #if defined(KVX_BENCH_LIBQUICKTIME)
-    {"libquicktime", OpenWithLibquicktime},
+    readers.push_back(WithLibquicktime(path));
 #endif
 #if defined(KVX_BENCH_LIBAVFORMAT)
-    {"libavformat", OpenWithLibavformat},
+    readers.push_back(WithLibavformat(path));
 #endif
-};
-
-void OpenMovie(benchmark::State& state, const Reader& reader, const MovieKind& kind) {
-    const std::string& path = PathOf(kind);
-    Clock::time_point opened;
-    reader.open(path, opened);  // what a library loads with its first file does not count
-    while (state.KeepRunning()) {
-        const Clock::time_point start = Clock::now();
-        if (!reader.open(path, opened)) {
-            state.SkipWithError("did not open");
-            break;
-        }
-        state.SetIterationTime(std::chrono::duration<double>(opened - start).count());
-    }
+    kvx_bench::Race(state, readers);
 }
 
 bool RegisterAll() {
     for (const MovieKind& kind : kMovieKinds) {
-        for (const Reader& reader : kReaders) {
-            const std::string name = std::string("OpenMovie/") + kind.name + "/" + reader.name;
-            benchmark::RegisterBenchmark(name.c_str(), OpenMovie, reader, kind)
-                ->UseManualTime()
-                ->Unit(benchmark::kMicrosecond);
-        }
+        const std::string name = std::string("OpenMovie/") + kind.name;
+        benchmark::RegisterBenchmark(name.c_str(), OpenMovie, kind)
+            ->UseManualTime()
+            ->Unit(benchmark::kMicrosecond)
+            ->Iterations(kTurns);
     }
     return true;
 }

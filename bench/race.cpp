@@ -22,6 +22,12 @@ double Median(std::vector<double> values) {
     return *middle;
 }
 
+void Clean(const Contender& contender) {
+    if (contender.mClean) {
+        contender.mClean();
+    }
+}
+
 }  // namespace
 
 void Race(benchmark::State& state, const std::vector<Contender>& contenders) {
@@ -35,6 +41,7 @@ void Race(benchmark::State& state, const std::vector<Contender>& contenders) {
             state.SkipWithError((contender.mName + " failed").c_str());
             return;
         }
+        Clean(contender);
     }
     for (auto _ : state) {
         std::shuffle(order.begin(), order.end(), draw);
@@ -42,6 +49,7 @@ void Race(benchmark::State& state, const std::vector<Contender>& contenders) {
             const double start = ThreadSeconds();
             contenders[which].mRun();
             seconds[which].push_back(ThreadSeconds() - start);
+            Clean(contenders[which]);
         }
         state.SetIterationTime(seconds[0].back());
     }

@@ -11,7 +11,8 @@ namespace kvx_bench {
 
 struct Contender {
     std::string mName;
-    std::function<bool()> mRun;  // one turn; false when it failed
+    std::function<bool()> mRun;              // one turn; false when it failed
+    std::function<void()> mClean = nullptr;  // after each turn, and not timed
 };
 
 // Every iteration gives each contender one turn, in an order that is drawn anew: what else the
