@@ -46,30 +46,87 @@ std::string HeadOf(const imFileInfoRec8& video) {
            " XCOLORRANGE=LIMITED\n";
 }
 
-// Three samples of ten bits in each little-endian word, the first lowest.
-void UnpackRow10(const char* row, std::vector<uint16_t>& samples) {
-    for (size_t sample = 0; sample < samples.size(); row += sizeof(uint32_t)) {
-        uint32_t word;
-        std::memcpy(&word, row, sizeof word);
-        for (int shift = 0; shift < 30 && sample < samples.size(); shift += 10, ++sample) {
-            samples[sample] = static_cast<uint16_t>(word >> shift & 0x3FF);
-        }
+// Bytes as they lie: Cb Y' Cr Y'.
+void SplitRow8(const uint8_t* __restrict row, size_t width, uint8_t* __restrict luma,
+               uint8_t* __restrict blue, uint8_t* __restrict red) {
+    for (size_t x = 0; x < width; ++x) {
+        luma[x] = row[2 * x + 1];
+    }
+    const size_t pairs = width / 2;
+    for (size_t pair = 0; pair < pairs; ++pair) {
+        blue[pair] = row[4 * pair];
+        red[pair] = row[4 * pair + 2];
+    }
+    if (width % 2 != 0) {
+        // The row ends between a pair's pixels: its Cr is that of the pair before.
+        blue[pairs] = row[4 * pairs];
+        red[pairs] = pairs > 0 ? red[pairs - 1] : 128;
     }
 }
 
-// `count` of every `step` samples from `first` on. Ten bits take two bytes, the low one first.
-void WriteSamples(const std::vector<uint16_t>& samples, size_t first, size_t step, size_t count,
-                  size_t sampleBytes, uint8_t* plane) {
-    const uint16_t* sample = samples.data() + first;
-    if (sampleBytes == 1) {
-        for (size_t each = 0; each < count; ++each, sample += step) {
-            plane[each] = static_cast<uint8_t>(*sample);
-        }
-        return;
+// Ten bits take two bytes in a plane, the low one first.
+
+uint32_t WordAt(const char* from) {
+    uint32_t word;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+void PutTwo(uint32_t first, uint32_t second, uint8_t* to) {
+    const uint32_t both = first | second << 16;
+    std::memcpy(to, &both, sizeof both);
+}
+
+void PutOne(uint32_t only, uint8_t* to) {
+    const auto low = static_cast<uint16_t>(only);
+    std::memcpy(to, &low, sizeof low);
+}
+
+constexpr size_t kGroupPixels = 6;
+constexpr size_t kGroupBytes = 16;
+constexpr size_t kGroupLuma = 12;
+constexpr size_t kGroupChroma = 6;
+
+// Six pixels are four little-endian words of three samples each, the first lowest: Cb Y' Cr,
+// Y' Cb Y', Cr Y' Cb, Y' Cr Y'.
+void SplitGroups10(const char* __restrict from, size_t groups, uint8_t* __restrict luma,
+                   uint8_t* __restrict blue, uint8_t* __restrict red) {
+    for (size_t group = 0; group < groups; ++group) {
+        const char* const at = from + group * kGroupBytes;
+        const auto sample = [at](int word, int place) {
+            return WordAt(at + 4 * word) >> 10 * place & 0x3FF;
+        };
+        uint8_t* const toLuma = luma + group * kGroupLuma;
+        PutTwo(sample(0, 1), sample(1, 0), toLuma);
+        PutTwo(sample(1, 2), sample(2, 1), toLuma + 4);
+        PutTwo(sample(3, 0), sample(3, 2), toLuma + 8);
+        uint8_t* const toBlue = blue + group * kGroupChroma;
+        PutOne(sample(0, 0), toBlue);
+        PutOne(sample(1, 1), toBlue + 2);
+        PutOne(sample(2, 2), toBlue + 4);
+        uint8_t* const toRed = red + group * kGroupChroma;
+        PutOne(sample(0, 2), toRed);
+        PutOne(sample(2, 0), toRed + 2);
+        PutOne(sample(3, 1), toRed + 4);
     }
-    for (size_t each = 0; each < count; ++each, sample += step) {
-        plane[2 * each] = static_cast<uint8_t>(*sample);
-        plane[2 * each + 1] = static_cast<uint8_t>(*sample >> 8);
+}
+
+void SplitRow10(const char* row, size_t width, uint8_t* luma, uint8_t* blue, uint8_t* red) {
+    const size_t groups = width / kGroupPixels;
+    SplitGroups10(row, groups, luma, blue, red);
+    // Of a group that the row has not all of, the words that hold its pixels.
+    if (const size_t left = width % kGroupPixels; left > 0) {
+        const size_t pairs = (left + 1) / 2;
+        const size_t words = (4 * pairs + 2) / 3;
+        char group[kGroupBytes] = {};
+        std::memcpy(group, row + groups * kGroupBytes, words * sizeof(uint32_t));
+        uint8_t lastLuma[kGroupLuma];
+        uint8_t lastBlue[kGroupChroma];
+        uint8_t lastRed[kGroupChroma];
+        SplitGroups10(group, 1, lastLuma, lastBlue, lastRed);
+        std::memcpy(luma + groups * kGroupLuma, lastLuma, left * sizeof(uint16_t));
+        std::memcpy(blue + groups * kGroupChroma, lastBlue, pairs * sizeof(uint16_t));
+        std::memcpy(red + groups * kGroupChroma, lastRed, pairs * sizeof(uint16_t));
     }
 }
 
@@ -93,7 +150,6 @@ Y4mOutput::Y4mOutput(std::string place, const InputFiles& inputs, const imFileIn
     const auto width = static_cast<size_t>(mWidth);
     const size_t chromaWidth = (width + 1) / 2;
     mPlanes.resize((width + 2 * chromaWidth) * static_cast<size_t>(mHeight) * mSampleBytes);
-    mRow.resize(4 * chromaWidth);
 }
 
 PrPixelFormat Y4mOutput::Format() const {
@@ -119,18 +175,10 @@ Problem Y4mOutput::Write(int64_t /*frame*/, const kvx_hostkit::PixelBufferView& 
     for (int row = 0; row < mHeight; ++row) {
         const char* const samples = view.pixels + static_cast<ptrdiff_t>(row) * view.rowBytes;
         if (mDepth == 10) {
-            UnpackRow10(samples, mRow);
+            SplitRow10(samples, width, luma, blue, red);
         } else {
-            const auto* const bytes = reinterpret_cast<const uint8_t*>(samples);
-            std::copy_n(bytes, 2 * width, mRow.begin());
-            if (width % 2 != 0) {
-                // The row ends between a pair's pixels: its Cr is that of the pair before.
-                mRow[2 * width] = width > 1 ? mRow[2 * width - 4] : 128;
-            }
+            SplitRow8(reinterpret_cast<const uint8_t*>(samples), width, luma, blue, red);
         }
-        WriteSamples(mRow, 1, 2, width, mSampleBytes, luma);
-        WriteSamples(mRow, 0, 4, chromaWidth, mSampleBytes, blue);
-        WriteSamples(mRow, 2, 4, chromaWidth, mSampleBytes, red);
         luma += width * mSampleBytes;
         blue += chromaWidth * mSampleBytes;
         red += chromaWidth * mSampleBytes;

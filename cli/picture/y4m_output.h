@@ -40,7 +40,6 @@ class Y4mOutput : public FrameOutput {
     int mDepth;
     size_t mSampleBytes;
     std::vector<uint8_t> mPlanes;  // of a frame: Y', Cb, Cr
-    std::vector<uint16_t> mRow;    // samples of a row as they lie in the file: Cb Y' Cr Y'
     OutputFile mFile;
     bool mIsOpen = false;
 };
