@@ -46,30 +46,35 @@ std::string HeadOf(const imFileInfoRec8& video) {
            " XCOLORRANGE=LIMITED\n";
 }
 
-// Bytes as they lie: Cb Y' Cr Y'.
-void SplitRow8(const uint8_t* __restrict row, size_t width, uint8_t* __restrict luma,
+// Bytes lie as Cb Y' Cr Y'.
+void SplitRow8(const char* __restrict row, size_t width, uint8_t* __restrict luma,
                uint8_t* __restrict blue, uint8_t* __restrict red) {
     for (size_t x = 0; x < width; ++x) {
-        luma[x] = row[2 * x + 1];
+        luma[x] = static_cast<uint8_t>(row[2 * x + 1]);
     }
     const size_t pairs = width / 2;
     for (size_t pair = 0; pair < pairs; ++pair) {
-        blue[pair] = row[4 * pair];
-        red[pair] = row[4 * pair + 2];
+        blue[pair] = static_cast<uint8_t>(row[4 * pair]);
+        red[pair] = static_cast<uint8_t>(row[4 * pair + 2]);
     }
     if (width % 2 != 0) {
         // The row ends between a pair's pixels: its Cr is that of the pair before.
-        blue[pairs] = row[4 * pairs];
+        blue[pairs] = static_cast<uint8_t>(row[4 * pairs]);
         red[pairs] = pairs > 0 ? red[pairs - 1] : 128;
     }
 }
 
-// Ten bits take two bytes in a plane, the low one first.
+// Six pixels of ten bits are four little-endian words of three samples each, the first lowest:
+// Cb Y' Cr, Y' Cb Y', Cr Y' Cb, Y' Cr Y'. In a plane a sample takes two bytes, the low one first.
+constexpr size_t kGroupPixels = 6;
+constexpr size_t kGroupBytes = 16;
+constexpr size_t kGroupLuma = 12;
+constexpr size_t kGroupChroma = 6;
 
-uint32_t WordAt(const char* from) {
-    uint32_t word;
-    std::memcpy(&word, from, sizeof word);
-    return word;
+uint32_t SampleAt(const char* group, int word, int place) {
+    uint32_t samples;
+    std::memcpy(&samples, group + 4 * word, sizeof samples);
+    return samples >> 10 * place & 0x3FF;
 }
 
 void PutTwo(uint32_t first, uint32_t second, uint8_t* to) {
@@ -82,32 +87,22 @@ void PutOne(uint32_t only, uint8_t* to) {
     std::memcpy(to, &low, sizeof low);
 }
 
-constexpr size_t kGroupPixels = 6;
-constexpr size_t kGroupBytes = 16;
-constexpr size_t kGroupLuma = 12;
-constexpr size_t kGroupChroma = 6;
-
-// Six pixels are four little-endian words of three samples each, the first lowest: Cb Y' Cr,
-// Y' Cb Y', Cr Y' Cb, Y' Cr Y'.
-void SplitGroups10(const char* __restrict from, size_t groups, uint8_t* __restrict luma,
+void SplitGroups10(const char* __restrict row, size_t groups, uint8_t* __restrict luma,
                    uint8_t* __restrict blue, uint8_t* __restrict red) {
     for (size_t group = 0; group < groups; ++group) {
-        const char* const at = from + group * kGroupBytes;
-        const auto sample = [at](int word, int place) {
-            return WordAt(at + 4 * word) >> 10 * place & 0x3FF;
-        };
+        const char* const from = row + group * kGroupBytes;
         uint8_t* const toLuma = luma + group * kGroupLuma;
-        PutTwo(sample(0, 1), sample(1, 0), toLuma);
-        PutTwo(sample(1, 2), sample(2, 1), toLuma + 4);
-        PutTwo(sample(3, 0), sample(3, 2), toLuma + 8);
+        PutTwo(SampleAt(from, 0, 1), SampleAt(from, 1, 0), toLuma);
+        PutTwo(SampleAt(from, 1, 2), SampleAt(from, 2, 1), toLuma + 4);
+        PutTwo(SampleAt(from, 3, 0), SampleAt(from, 3, 2), toLuma + 8);
         uint8_t* const toBlue = blue + group * kGroupChroma;
-        PutOne(sample(0, 0), toBlue);
-        PutOne(sample(1, 1), toBlue + 2);
-        PutOne(sample(2, 2), toBlue + 4);
+        PutOne(SampleAt(from, 0, 0), toBlue);
+        PutOne(SampleAt(from, 1, 1), toBlue + 2);
+        PutOne(SampleAt(from, 2, 2), toBlue + 4);
         uint8_t* const toRed = red + group * kGroupChroma;
-        PutOne(sample(0, 2), toRed);
-        PutOne(sample(2, 0), toRed + 2);
-        PutOne(sample(3, 1), toRed + 4);
+        PutOne(SampleAt(from, 0, 2), toRed);
+        PutOne(SampleAt(from, 2, 0), toRed + 2);
+        PutOne(SampleAt(from, 3, 1), toRed + 4);
     }
 }
 
@@ -130,6 +125,9 @@ void SplitRow10(const char* row, size_t width, uint8_t* luma, uint8_t* blue, uin
     }
 }
 
+// Rows of luma that are handed on while they are in a processor's second cache.
+constexpr size_t kStripBytes = 128 * 1024;
+
 }  // namespace
 
 Problem CheckY4m(const imFileInfoRec8& video) {
@@ -147,9 +145,13 @@ Y4mOutput::Y4mOutput(std::string place, const InputFiles& inputs, const imFileIn
       mHeight(video.height),
       mDepth(IsV210(FormatOf(video)) ? 10 : 8),
       mSampleBytes(IsV210(FormatOf(video)) ? 2 : 1) {
-    const auto width = static_cast<size_t>(mWidth);
-    const size_t chromaWidth = (width + 1) / 2;
-    mPlanes.resize((width + 2 * chromaWidth) * static_cast<size_t>(mHeight) * mSampleBytes);
+    mLumaBytes = static_cast<size_t>(mWidth) * mSampleBytes;
+    mChromaBytes = (static_cast<size_t>(mWidth) + 1) / 2 * mSampleBytes;
+    mStripRows = static_cast<int>(std::clamp<size_t>(kStripBytes / std::max<size_t>(mLumaBytes, 1),
+                                                     1, static_cast<size_t>(std::max(mHeight, 1))));
+    mLuma.resize(static_cast<size_t>(mStripRows) * mLumaBytes);
+    mBlue.resize(static_cast<size_t>(mHeight) * mChromaBytes);
+    mRed.resize(mBlue.size());
 }
 
 PrPixelFormat Y4mOutput::Format() const {
@@ -168,43 +170,44 @@ Problem Y4mOutput::Open() {
 Problem Y4mOutput::Write(int64_t /*frame*/, const kvx_hostkit::PixelBufferView& view,
                          std::shared_ptr<const void> /*hold*/) {
     const auto width = static_cast<size_t>(mWidth);
-    const size_t chromaWidth = (width + 1) / 2;
-    uint8_t* luma = mPlanes.data();
-    uint8_t* blue = luma + width * static_cast<size_t>(mHeight) * mSampleBytes;
-    uint8_t* red = blue + chromaWidth * static_cast<size_t>(mHeight) * mSampleBytes;
-    for (int row = 0; row < mHeight; ++row) {
+    return WritePlanes([=](int row, uint8_t* luma, uint8_t* blue, uint8_t* red) {
         const char* const samples = view.pixels + static_cast<ptrdiff_t>(row) * view.rowBytes;
-        if (mDepth == 10) {
-            SplitRow10(samples, width, luma, blue, red);
-        } else {
-            SplitRow8(reinterpret_cast<const uint8_t*>(samples), width, luma, blue, red);
-        }
-        luma += width * mSampleBytes;
-        blue += chromaWidth * mSampleBytes;
-        red += chromaWidth * mSampleBytes;
-    }
-    return WritePlanes();
+        mDepth == 10 ? SplitRow10(samples, width, luma, blue, red)
+                     : SplitRow8(samples, width, luma, blue, red);
+    });
 }
 
 Problem Y4mOutput::WriteZeros(int64_t /*frame*/) {
-    const size_t lumaBytes =
-        static_cast<size_t>(mWidth) * static_cast<size_t>(mHeight) * mSampleBytes;
-    const int scale = 1 << (mDepth - 8);
-    for (size_t place = 0; place < mPlanes.size(); place += mSampleBytes) {
-        const int level = (place < lumaBytes ? 16 : 128) * scale;
-        mPlanes[place] = static_cast<uint8_t>(level);
-        if (mSampleBytes == 2) {
-            mPlanes[place + 1] = static_cast<uint8_t>(level >> 8);
+    const auto fill = [this](int level, uint8_t* to, size_t bytes) {
+        const int sample = level << (mDepth - 8);
+        for (size_t place = 0; place < bytes; ++place) {
+            const bool isHigh = place % mSampleBytes != 0;
+            to[place] = static_cast<uint8_t>(isHigh ? sample >> 8 : sample);
         }
-    }
-    return WritePlanes();
+    };
+    return WritePlanes([=](int, uint8_t* luma, uint8_t* blue, uint8_t* red) {
+        fill(16, luma, mLumaBytes);
+        fill(128, blue, mChromaBytes);
+        fill(128, red, mChromaBytes);
+    });
 }
 
-Problem Y4mOutput::WritePlanes() {
+Problem Y4mOutput::WritePlanes(const MakeRow& makeRow) {
     errno = 0;
-    const bool isWritten =
-        std::fputs("FRAME\n", mFile.Stream()) >= 0 &&
-        std::fwrite(mPlanes.data(), 1, mPlanes.size(), mFile.Stream()) == mPlanes.size();
+    const auto put = [this](const void* bytes, size_t size) {
+        return std::fwrite(bytes, 1, size, mFile.Stream()) == size;
+    };
+    bool isWritten = std::fputs("FRAME\n", mFile.Stream()) >= 0;
+    for (int first = 0; isWritten && first < mHeight; first += mStripRows) {
+        const int end = std::min(mHeight, first + mStripRows);
+        uint8_t* luma = mLuma.data();
+        for (int row = first; row < end; ++row, luma += mLumaBytes) {
+            const size_t chroma = static_cast<size_t>(row) * mChromaBytes;
+            makeRow(row, luma, mBlue.data() + chroma, mRed.data() + chroma);
+        }
+        isWritten = put(mLuma.data(), static_cast<size_t>(luma - mLuma.data()));
+    }
+    isWritten = isWritten && put(mBlue.data(), mBlue.size()) && put(mRed.data(), mRed.size());
     return isWritten ? Problem() : mFile.Failure();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -30,7 +31,10 @@ class Y4mOutput : public FrameOutput {
     Problem Finish() override;
 
   private:
-    Problem WritePlanes();
+    // Makes a row of each plane.
+    using MakeRow = std::function<void(int row, uint8_t* luma, uint8_t* blue, uint8_t* red)>;
+    // A frame of such rows, in order.
+    Problem WritePlanes(const MakeRow& makeRow);
 
     std::string mPlace;
     const InputFiles* mInputs;
@@ -39,7 +43,12 @@ class Y4mOutput : public FrameOutput {
     int mHeight;
     int mDepth;
     size_t mSampleBytes;
-    std::vector<uint8_t> mPlanes;  // of a frame: Y', Cb, Cr
+    size_t mLumaBytes = 0;  // of a row
+    size_t mChromaBytes = 0;
+    int mStripRows = 1;
+    std::vector<uint8_t> mLuma;  // of so many rows
+    std::vector<uint8_t> mBlue;  // of a frame
+    std::vector<uint8_t> mRed;
     OutputFile mFile;
     bool mIsOpen = false;
 };
