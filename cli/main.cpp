@@ -15,7 +15,7 @@
 namespace {
 
 // Whoever starts the program with one of these closed must not have a movie opened in its place,
-// and has to be told that nothing can be written there.
+// and has to learn that nothing can be written there.
 void OccupyStandardDescriptors() {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(descriptor, F_GETFD) == -1) {
@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
 
     OccupyStandardDescriptors();
     KeepStandardError();
-    // A pipe whose reader has gone is told like a full disk.
+    // A pipe whose reader has gone is reported like a full disk.
     std::signal(SIGPIPE, SIG_IGN);
 
     int exitCode = kExitDone;

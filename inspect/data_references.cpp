@@ -99,8 +99,7 @@ std::string WhyNoReference(const std::vector<DataReference>& references) {
            " reference, which is not known";
 }
 
-constexpr char kMendsReferences[] =
-    "\"kvx mend MOVIE\" makes one of the other, and changes no sample";
+constexpr char kMendsReferences[] = "\"kvx mend MOVIE\" replaces it, and changes no sample";
 
 // What helps against that; null for what helps in most cases.
 const char* RemedyOfNoReference(const std::vector<DataReference>& references) {

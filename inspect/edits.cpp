@@ -82,7 +82,7 @@ void TellRates(const TrackReader& reader) {
     const std::string from = Seconds(static_cast<double>(edit->start), track.timeScale);
     const std::string what = track.kind == TrackKind::Sound
                                  ? "its samples are read one after the other, at their own speed"
-                             : edit->rate == 0 ? "one frame stands still"
+                             : edit->rate == 0 ? "one frame is held"
                                                : "frames are left out or repeated";
     reader.Add(Code::EditList,
                "from " + from + " on the track plays at " + rate + " times its speed: " + what);
@@ -97,12 +97,12 @@ void TellEnds(const TrackReader& reader) {
     const int64_t tolerance =
         WrappingSum(WrappingSum(track.timeScale / movieScale, 1), std::max<int64_t>(unit, 1));
     for (const Edit& edit : track.edits) {
-        const int64_t behind = WrappingDifference(WrappingSum(edit.mediaTime, edit.length),
+        const int64_t beyond = WrappingDifference(WrappingSum(edit.mediaTime, edit.length),
                                                   track.tables.mediaDuration);
         // Where frames are shown later than they are stored, so is the last.
-        if (edit.mediaTime >= 0 && edit.rate == 1.0 && behind > tolerance &&
+        if (edit.mediaTime >= 0 && edit.rate == 1.0 && beyond > tolerance &&
             !track.tables.displayOffsets) {
-            const int64_t from = WrappingDifference(WrappingSum(edit.start, edit.length), behind);
+            const int64_t from = WrappingDifference(WrappingSum(edit.start, edit.length), beyond);
             reader.Add(Code::EditList, "from " +
                                            Seconds(static_cast<double>(std::max(from, edit.start)),
                                                    track.timeScale) +

@@ -147,7 +147,7 @@ void CheckExtents(const TrackReader& reader) {
     const std::string when = Seconds(first, track.timeScale);
     if (track.kind == TrackKind::Timecode) {
         reader.Add(Code::Truncated,
-                   "its start lies behind the end of the file: the host is told of no timecode");
+                   "its start lies beyond the end of the file: the host gets no timecode");
         return;
     }
     const auto unit = static_cast<double>(std::max<int64_t>(tables.sampleDuration, 1));

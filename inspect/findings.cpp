@@ -17,7 +17,7 @@ constexpr CodeFacts kCodes[] = {
     {Code::Damaged, "damaged", Severity::Refused,
      "copy it again, or write it anew with \"ffmpeg -c copy\", and then \"kvx mend\""},
     {Code::DataHandler, "data-handler", Severity::Refused,
-     "\"kvx mend MOVIE\" makes one of the other, and changes no sample"},
+     "\"kvx mend MOVIE\" replaces it, and changes no sample"},
     {Code::NoVideo, "no-video", Severity::Refused, "add a video track"},
     {Code::SeveralVideos, "several-videos", Severity::Refused,
      "write a movie for each video track: \"ffmpeg -map 0:v:0 -map 0:a? -c copy\""},
@@ -28,7 +28,8 @@ constexpr CodeFacts kCodes[] = {
     {Code::SoundTypesDiffer, "sound-types-differ", Severity::Refused,
      "give all sound tracks one form: \"ffmpeg -c:v copy -c:a pcm_s24le\""},
     {Code::SoundLayout, "sound-layout", Severity::Refused,
-     "\"kvx mend MOVIE\" makes one of ffmpeg's \"5.1\"; any other has to be written anew in one"},
+     "\"kvx mend MOVIE\" changes ffmpeg's \"5.1\" to one of these; any other has to be written "
+     "anew"},
     {Code::SoundForm, "sound-form", Severity::Refused,
      "convert the sound: \"ffmpeg -c:v copy -c:a pcm_s24le\""},
 

@@ -13,7 +13,7 @@ enum class Severity {
     Note,     // worth knowing
 };
 
-// In the order in which a report tells them.
+// In the order of a report.
 enum class Code {
     Unreadable,
     NotQuickTime,

@@ -68,7 +68,7 @@ void InspectTrack(TrackReader& reader) {
 }
 
 // A movie atom may hold hundreds of thousands of tracks of which each is wrong. One that is refused
-// anyway is not told to the last of them.
+// anyway is not reported to the last of them.
 bool IsEnough(const Report& report) {
     return report.findings.size() >= kMostFindings && Has(report.findings, Severity::Refused);
 }

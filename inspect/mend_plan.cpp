@@ -111,7 +111,7 @@ class Planner {
         Add(hdlr, kComponentSubtype, kUrl, kAlias, ChangeKind::DataHandler);
     }
 
-    // Whether there are references, and all of them stand for the movie itself.
+    // Whether there are references, and all of them mean the movie itself.
     static bool AllInMovie(const AtomView& dref) {
         bool isAny = false;
         const bool areAll = EachEntry(dref, [&isAny](const AtomView& entry) {
@@ -121,7 +121,7 @@ class Planner {
         return isAny && areAll;
     }
 
-    // Until `visit` returns false; that is the answer then.
+    // Until `visit` returns false, which is then returned.
     template <typename Visit>
     static bool EachEntry(const AtomView& dref, const Visit& visit) {
         const int32_t count = dref.Signed32(kEntryCount);
@@ -152,7 +152,7 @@ class Planner {
         uint64_t offset = version == 1 ? kExtensionsV1 : kExtensionsV2;
         while (const AtomView chan = entry.AtomAt(offset)) {
             offset += chan.Length();
-            // Behind a long header the fields would be parts of the atom's length.
+            // After a long header the fields would be parts of the atom's length.
             const bool isLayout = chan.Type() == FourCharCode("chan") &&
                                   chan.HeaderLength() == kShortHeader &&
                                   chan.Holds(kLayoutBitmap, 4);

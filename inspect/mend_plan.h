@@ -12,7 +12,7 @@ namespace kvx_inspect {
 // The changes that a movie needs, in the order in which they are to reach the disk; none for a
 // movie that has nothing to mend. None overlap, and all lie inside the movie atom.
 //
-// - Data handler: in each track whose data references all stand for the movie itself, "url "
+// - Data handler: in each track whose data references all mean the movie itself, "url "
 // becomes
 //   "alis" in the references, and then in the handler. Until its handler has changed, a track is
 //   refused for it as before; no reader of the movie looks elsewhere for its samples meanwhile.

@@ -73,7 +73,8 @@ void CheckVideoCount(Report& report) {
     }
 }
 
-// The form of a track's samples as far as the host can be told: at 64 bits not even the byte order.
+// The form of a track's samples as far as the host can express it: at 64 bits not even the byte
+// order.
 struct HostForm {
     uint32_t bits;
     bool isFloat;

@@ -22,7 +22,7 @@ using KVX::QT::Atom;
 constexpr uint64_t kShortHeader = 8;
 constexpr uint64_t kMost = 0x800000;       // bytes of a movie atom that the importer takes
 constexpr uint64_t kMostRead = 0x4000000;  // bytes of one that are looked into
-constexpr int kMostAtomsBehind = 64;       // that are looked at after the movie atom
+constexpr int kMostAtomsAfter = 64;        // that are looked at after the movie atom
 
 constexpr uint32_t kMoov = FourCharCode("moov");
 constexpr uint32_t kMoof = FourCharCode("moof");
@@ -204,7 +204,7 @@ bool MovieFile::ReadMoov(const Place& place, std::vector<Finding>& findings) {
 }
 
 void MovieFile::LookForFragments(uint64_t offset) {
-    for (int i = 0; i < kMostAtomsBehind && offset + kShortHeader <= mSize; ++i) {
+    for (int i = 0; i < kMostAtomsAfter && offset + kShortHeader <= mSize; ++i) {
         Atom header;
         if (!Probe(offset, header)) {
             return;

@@ -104,7 +104,7 @@ struct SoundFacts {
     bool isBigEndian = false;
     bool isCompressed = false;  // and taken for PCM all the same
     std::string sampleFormat;   // "s24le", "u8", "f32be"; empty for a form that is not imported
-    SampleForm own;             // what the samples really are, as far as the description tells
+    SampleForm own;             // what the samples really are, as far as the description says
     std::string ownFormat;      // that, as sampleFormat
     std::optional<uint32_t> layoutTag;
     FileRange layoutTagRange;             // the four bytes

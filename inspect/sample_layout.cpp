@@ -86,7 +86,7 @@ void ReadDurations(SampleTables& tables) {
     }
 }
 
-// False if the table of sizes is what is amiss, so that it has been told.
+// False if the table of sizes is what is amiss, so that it has been reported.
 bool CheckChunks(const TrackReader& reader, const SampleTables& tables) {
     ChunkWalk walk(tables);
     Chunk chunk;

@@ -1,4 +1,4 @@
-// Where the samples of a track lie, told one after the other from the tables in the file. Nothing
+// Where the samples of a track lie, one after the other, from the tables in the file. Nothing
 // is kept for each sample: memory does not grow with what the tables claim.
 #pragma once
 
@@ -22,7 +22,7 @@ struct SampleTables {
     int64_t sampleDuration = 0;  // the importer's unit: the shortest, but for the last sample's
     int64_t mediaDuration = 0;   // of all samples, in media time units
 
-    // Bytes of a sample, 0 if the tables do not tell.
+    // Bytes of a sample, 0 if the tables do not say.
     uint32_t SizeOf(int64_t sample) const;
     // How many samples have their own size in the table: not more than there are of either.
     int64_t SizesThere() const;
@@ -52,7 +52,7 @@ class ChunkWalk {
 
     explicit ChunkWalk(const SampleTables& tables);
 
-    // False at the end and at a chunk that cannot be used; FoundProblem() tells which.
+    // False at the end and at a chunk that cannot be used; FoundProblem() says which.
     bool Next(Chunk& chunk);
 
     Problem FoundProblem() const { return mProblem; }

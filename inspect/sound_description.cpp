@@ -171,7 +171,7 @@ void ReadLayout(const TrackReader& reader, const Description& read, SoundFacts& 
     }
 }
 
-// The forms that are imported, by what the host can be told.
+// The forms that are imported, by what the host can express.
 std::string NameForm(uint32_t bitCount, const SampleForm& form) {
     const char* const end = form.isBigEndian ? "be" : "le";
     const std::string bits = std::to_string(bitCount);
@@ -208,7 +208,7 @@ bool IsPcm(uint32_t format) {
            std::end(kPcmFormats);
 }
 
-// What the samples really are, where the description tells more than the importer reads.
+// What the samples really are, where the description says more than the importer reads.
 SampleForm TruthOf(uint32_t format, const SoundFacts& sound, const Description& read) {
     SampleForm truth = {sound.isFloat, sound.isSigned, sound.isBigEndian};
     if (format == kLpcm && sound.formatFlags) {
@@ -253,7 +253,7 @@ bool ReadSound(TrackReader& reader) {
     const Description read = ReadNumbers(entry, version);
     if (version == 1 && (read.bytesPerFrame <= 0 || read.channels == 0)) {
         reader.Add(Code::SoundForm,
-                   "its sample description does not tell how many bytes a sample of all channels "
+                   "its sample description does not state how many bytes a sample of all channels "
                    "has");
         return false;
     }

@@ -7,7 +7,7 @@
 namespace kvx_inspect {
 
 // Where all the samples of a sound track lie, in order and with edits aside: stretches of the
-// media's file, of which each holds whole samples where the description tells their size. Ends at
+// media's file, of which each holds whole samples where the description states their size. Ends at
 // the first sample that the tables give no place.
 class SoundRanges {
   public:

@@ -60,7 +60,7 @@ std::string FormatInWords(uint32_t format) {
     return Quoted(format);
 }
 
-// What the importer assumes of a file that does not tell: what broadcast makes of the height and
+// What the importer assumes of a file that does not say: what broadcast makes of the height and
 // the rate in whole numbers.
 FieldOrder AssumedFields(int height, int64_t rate) {
     if (height == 576 || (height == 1080 && rate >= 25 && rate <= 49)) {
@@ -90,7 +90,7 @@ void AssumeFields(const TrackReader& reader, VideoFacts& video) {
     const int64_t rate =
         tables.sampleDuration == 0 ? 0 : reader.track.timeScale / tables.sampleDuration;
     video.fields = AssumedFields(video.height, rate);
-    reader.Add(Code::FieldsAssumed, std::string("the file does not tell its fields; taken as ") +
+    reader.Add(Code::FieldsAssumed, std::string("the file does not state its fields; taken as ") +
                                         InWords(video.fields) + ", by its height and rate");
 }
 
@@ -211,7 +211,7 @@ int64_t FrameCount(const TrackFacts& track) {
 
 void CheckFrameCount(const TrackReader& reader, const VideoFacts& video) {
     const SampleTables& tables = reader.track.tables;
-    // Where what tells the length is damaged, that is what is found.
+    // Where what states the length is damaged, that is what is found.
     const bool isTold = reader.report.timeScale != 0 && reader.track.timeScale != 0 &&
                         !reader.track.edits.empty() && tables.durations;
     if (!isTold || reader.hasFragments || (video.frameCount >= 1 && tables.sampleCount >= 1)) {
@@ -276,7 +276,7 @@ void CheckVideo(const TrackReader& reader) {
     CheckCleanAperture(reader, video);
     if (video.pixelAspectH == 0 || video.pixelAspectV == 0) {
         reader.Add(Code::PixelAspectMissing,
-                   "the file does not tell the shape of its pixels, and the host is told none");
+                   "the file does not state the shape of its pixels, and the host is given none");
     }
 }
 

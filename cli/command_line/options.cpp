@@ -45,23 +45,26 @@ constexpr OptionInfo Choice(Id id, CommandSet commands, const char* name, const 
 
 constexpr ProgramInfo kProgram = {
     "Opens QuickTime movies through the KVX Importer module, as an editing host does.",
-    "Exit status: 0 fine; 1 a movie can't be imported, or not all of what was asked could be had; "
-    "2 wrong usage, such as an output that is an input; 3 a movie can't be read, an output can't "
-    "be written, or the importer can't be loaded; 4 (check alone) imports, with warnings; 130 "
-    "ended by Ctrl-C. `kvx help COMMAND` tells of one command.",
+    "Exit status: 0 success; 1 a movie can't be imported, or part of what was requested is not "
+    "available; "
+    "2 usage error, such as an output that is also an input; 3 a movie can't be read, an output "
+    "can't be written, or the importer can't be loaded; 4 (check only) imports, with warnings; 130 "
+    "ended by Ctrl-C. `kvx help COMMAND` describes one command.",
     "QuickTime movies; with -r, folders of them",
     Flag(Id::kNone, kInAllCommands, "--help", "Print this help message and exit").Letter("-h"),
     Flag(Id::kNone, 0, "--version", "Print the version and exit"),
 };
 
 constexpr CommandInfo kCommands[] = {
-    {CommandId::kInfo, "info", "Tell what movies hold, or why they are not importable", RunInfo},
+    {CommandId::kInfo, "info", "Report what movies contain, or why they are not importable",
+     RunInfo},
     {CommandId::kCheck, "check",
-     "Tell everything that keeps movies from being imported or will not be as expected", RunCheck},
+     "Report everything that keeps movies from being imported or will not be as expected",
+     RunCheck},
     {CommandId::kMend, "mend",
      "Make movies importable where that changes no sample: data handler, sound layout", RunMend},
     {CommandId::kHash, "hash",
-     "Print the MD5 of each frame's own bytes, in the form of ffmpeg's framemd5", RunHash},
+     "Print the MD5 of each frame's own bytes, in the format of ffmpeg's framemd5", RunHash},
     {CommandId::kTimecode, "timecode", "Print movies' start timecodes", RunTimecode},
     {CommandId::kAudio, "audio",
      "Write the sound of movies as WAV files: of 32-bit floats, or as it is in the file", RunAudio},
@@ -70,7 +73,8 @@ constexpr CommandInfo kCommands[] = {
     {CommandId::kSheet, "sheet",
      "Draw contact sheets: frames of the whole movie with their times, and its sound", RunSheet},
     {CommandId::kReport, "report",
-     "Make a page of movies: what they hold, what is wrong with them, frames and sound", RunReport},
+     "Make a page about movies: what they contain, what is wrong with them, frames and sound",
+     RunReport},
 };
 
 constexpr CommandSet kInfo = In(CommandId::kInfo);
@@ -82,7 +86,7 @@ constexpr CommandSet kFrames = In(CommandId::kFrames);
 constexpr CommandSet kSheet = In(CommandId::kSheet);
 constexpr CommandSet kReport = In(CommandId::kReport);
 
-// Of what is said behind the command, and not before it.
+// For what goes after the command and not before it.
 constexpr CommandSet OfEachCommand() {
     CommandSet commands = 0;
     for (const CommandInfo& command : kCommands) {
@@ -94,107 +98,106 @@ constexpr CommandSet kEach = OfEachCommand();
 
 constexpr OptionInfo kOptions[] = {
     Flag(Id::kRecursive, kEach, "--recursive",
-         "Take the movies in folders and in the folders inside: .mov and .qt, in order of name")
+         "Take the movies in folders and their subfolders: .mov and .qt, in order of name")
         .Letter("-r"),
     Path(Id::kFilesFrom, kEach, "--files-from", "FILE|-",
-         "Take the movies that FILE names, one a line; - is standard input"),
-    Flag(Id::kNull, kEach, "--null", "A zero byte ends each name of --files-from, not a line")
+         "Take the movies that FILE lists, one per line; - is standard input"),
+    Flag(Id::kNull, kEach, "--null",
+         "Names in --files-from end with a zero byte, not with the line")
         .Letter("-0")
         .Needs(Id::kFilesFrom),
     Flag(Id::kLog, kInfo, "--log", "Show what the importer logged"),
-    Flag(Id::kJson, kInfo, "--json", "Print JSON, an array of one object a movie")
+    Flag(Id::kJson, kInfo, "--json", "Print JSON, an array with one object per movie")
         .Excludes(Id::kLog),
-    Flag(Id::kJsonLines, kInfo, "--json-lines", "Print JSON, one object a line").Excludes(Id::kLog),
-    Flag(Id::kJson, kCheck, "--json", "Print JSON, an array of one object a movie"),
-    Flag(Id::kJsonLines, kCheck, "--json-lines", "Print JSON, one object a line"),
+    Flag(Id::kJsonLines, kInfo, "--json-lines", "Print JSON, one object per line")
+        .Excludes(Id::kLog),
+    Flag(Id::kJson, kCheck, "--json", "Print JSON, an array with one object per movie"),
+    Flag(Id::kJsonLines, kCheck, "--json-lines", "Print JSON, one object per line"),
     Path(Id::kOutput, kMend, "--output", "COPY",
-         "Mend a copy, and leave the movie as it is; without it the movie itself is mended")
+         "Mend a copy, and leave the movie as it is; otherwise the movie itself is mended")
         .Letter("-o"),
     Flag(Id::kDryRun, kMend, "--dry-run",
-         "Change nothing, and list what would be: offset, old and new bytes")
+         "Change nothing, and list what would be changed: offset, old and new bytes")
         .Letter("-n"),
-    Flag(Id::kForce, kMend, "--force", "Replace a COPY that is there already").Needs(Id::kOutput),
+    Flag(Id::kForce, kMend, "--force", "Replace an existing COPY").Needs(Id::kOutput),
     Flag(Id::kAnyway, kMend, "--anyway",
-         "Mend what can be mended of movies that are refused afterwards, or heard as noise"),
-    Flag(Id::kSound, kHash, "--sound", "Hash the sound instead: its own samples, by seconds"),
+         "Mend what can be mended, even if the movie is still refused or plays as noise"),
+    Flag(Id::kSound, kHash, "--sound",
+         "Hash the sound instead: its own samples, one second at a time"),
     Path(Id::kOutput, kHash, "--output", "LIST|DIR|-",
-         "The list to write; without it, or for -, standard output. Of several movies, the folder "
-         "for the list of each, MOVIE.framemd5")
+         "The list to write; by default, and for -, standard output. For several movies, the "
+         "folder for the list of each, MOVIE.framemd5")
         .Letter("-o"),
     Number(Id::kStream, kHash, "--stream", "N", "0", 0, kUnlimited,
            "The stream of that kind, as `kvx info` numbers them"),
     Path(Id::kCompare, kHash, "--compare", "FILE|-",
-         "Print nothing, and compare with a list that this or ffmpeg has written; of one movie")
+         "Print nothing, and compare one movie with a list written by kvx or ffmpeg")
         .Excludes(Id::kOutput),
     Number(Id::kThreads, kHash, "--threads", "N", nullptr, 1, 256,
-           "How many frames are hashed at once; without it one for each processor"),
+           "How many frames are hashed at once; by default one for each processor"),
     Path(Id::kOutput, kAudio, "--output", "OUT.wav|DIR|-",
          "The WAV file to write; - is standard output. With --all, a name that does not end in "
-         ".wav is that of a folder. Of several movies, the folder for what comes of each")
+         ".wav is a folder. For several movies, the folder for the output of each")
         .Letter("-o")
         .Required(),
     Number(Id::kStream, kAudio, "--stream", "N", "0", 0, kUnlimited,
            "The sound stream, as `kvx info` numbers them"),
     Flag(Id::kAll, kAudio, "--all",
-         "All streams: into one file, their channels beside each other, or into a folder, a file "
-         "for each")
+         "All streams: into one file, with all their channels, or into a folder, a file for each")
         .Excludes(Id::kStream),
     Flag(Id::kNative, kAudio, "--native",
-         "The file's own values, without loss: all samples of the track, edits aside; also of "
+         "The file's own values, lossless: all samples of the track, ignoring edits; also of "
          "movies that are refused"),
     Flag(Id::kPartial, kAudio, "--partial",
-         "Write what there is of a sound that is not all in the file"),
+         "Write the available part of a sound that is not all in the file"),
     Path(Id::kOutput, kFrames, "--output", "DIR|FILE|-",
          "The folder to write into, a file for each frame named by its number; with --y4m the "
          "file. - writes to standard output: with --raw or --y4m all frames, one after the other, "
-         "else one picture. Of several movies, the folder for what comes of each")
+         "otherwise one picture. For several movies, the folder for the output of each")
         .Letter("-o")
         .Required(),
     Text(Id::kRange, kFrames, "--range", "A:B|TC..TC",
-         "The frames from A up to but without B, counted from 0, or the same by timecodes; either "
-         "end may be left out. Several with commas between them"),
+         "The frames from A up to but not including B, counted from 0, or the same by timecode; "
+         "either end may be omitted. Several, separated by commas"),
     Number(Id::kEvery, kFrames, "--every", "N", "1", 1, kUnlimited,
-           "Of each range the first frame, and every one N further on"),
+           "The first frame of each range, and then every Nth"),
     Flag(Id::kTimecodeNames, kFrames, "--timecode-names",
          "Name files by the frame's timecode: 01-00-00-00.png"),
     Flag(Id::kRaw, kFrames, "--raw",
-         "Write each frame as the bytes that it has in the file, not as a picture"),
+         "Write each frame's bytes as they are in the file, not a picture"),
     Flag(Id::kY4m, kFrames, "--y4m",
          "Write the frames of 2vuy and v210 as one YUV4MPEG2 stream, of 8 and of 10 bits")
         .Excludes(Id::kRaw),
     Choice(Id::kDepth, kFrames, "--depth", "8", 8, 16, "The bits of a component in a picture")
         .Excludes(Id::kRaw),
     Number(Id::kCompression, kFrames | kSheet, "--compression", "N", "1", kLeastCompression,
-           kMostCompression,
-           "How hard to try for small pictures: 0 not at all, 1 fast, 9 most patient"),
+           kMostCompression, "How hard to try for small files: 0 not at all, 1 fast, 9 slowest"),
     Number(Id::kThreads, kFrames | kSheet, "--threads", "N", nullptr, 1, kMostThreads,
-           "How many threads compress pictures; if not said, one for each processor"),
+           "How many threads compress pictures; by default one for each processor"),
     Flag(Id::kCustom, kFrames, "--custom",
-         "Have the host ask for the importer's own pixel format, which carries the file's bytes "
-         "behind a header. What is written are again the frame's own bytes, taken from behind the "
-         "header")
+         "Request the importer's own pixel format, which carries the file's bytes after a header. "
+         "What is written is the frame's own bytes all the same, without the header")
         .Needs(Id::kRaw),
     Flag(Id::kPartial, kFrames, "--partial",
          "With --raw on standard output, and with --y4m, fill the places of frames that can't be "
          "read: with zeros, and with black"),
     Path(Id::kOutput, kSheet, "--output", "SHEET.png|-",
-         "The picture to write; - is standard output. Of several movies, the folder to write into")
+         "The picture to write; - is standard output. For several movies, the folder to write into")
         .Letter("-o")
         .Required(),
     Number(Id::kColumns, kSheet, "--columns", "N", "4", 1, 20, "Frames beside each other"),
     Number(Id::kRows, kSheet, "--rows", "N", "3", 1, 100, "Frames below each other"),
     Number(Id::kWidth, kSheet, "--width", "N", "1600", 400, 16000, "Of the sheet, in pixels"),
     Path(Id::kOutput, kReport, "--output", "PAGE.html|-",
-         "The page to write, an HTML file with all that it shows; - is standard output")
+         "The page to write, a self-contained HTML file; - is standard output")
         .Letter("-o")
         .Required(),
     Number(Id::kFrames, kReport, "--frames", "N", "6", 0, kMostFrames,
            "Frames of each movie on the page"),
     Path(Id::kModule, kInAllCommands, "--module", "PATH", "The importer module to load"),
     Number(Id::kTimeout, kInAllCommands, "--timeout", "SECONDS", "10", 1, kUnlimited,
-           "How long a file may take to answer"),
-    Flag(Id::kQuiet, kInAllCommands, "--quiet",
-         "Say nothing of what went well, and draw no bar while at work"),
+           "How long to wait for a file that does not respond"),
+    Flag(Id::kQuiet, kInAllCommands, "--quiet", "Report only problems, and draw no progress bar"),
 };
 
 bool ReadNumber(const std::string& text, int64_t& number) {

@@ -1,5 +1,5 @@
 // The command line as data: what commands there are, what options each takes, and what was given.
-// Help, and whatever else tells of the command line, is made from the tables here.
+// Help, and everything else that describes the command line, is made from the tables here.
 #pragma once
 
 #include <cstdint>
@@ -75,7 +75,7 @@ struct OptionInfo {
     OptionId id;
     CommandSet commands;
     const char* name;      // with its dashes
-    const char* argument;  // what stands for its value in help; null for a flag
+    const char* argument;  // its value's name in help; null for a flag
     const char* help;
     ValueKind kind;
     const char* initial = nullptr;  // the value where the option is not given; null: none
@@ -108,11 +108,11 @@ struct OptionInfo {
     }
 };
 
-// What the program takes beside the tables.
+// What the program takes besides the tables.
 struct ProgramInfo {
     const char* summary;
     const char* exitStatuses;  // one sentence
-    const char* movies;        // what the words behind a command are
+    const char* movies;        // what the words after a command are
     OptionInfo help;           // of the program and of each command
     OptionInfo version;        // of the program alone
 };

@@ -65,7 +65,8 @@ bool TakesNextWord(const std::string& word) {
     });
 }
 
-// Where the command stands, behind what may be said before it; the number of words if nowhere.
+// The position of the command, after the options that may precede it; the number of words if there
+// is none.
 size_t PlaceOfCommand(const std::vector<std::string>& words) {
     size_t place = 0;
     while (place < words.size() && words[place].rfind("--", 0) == 0) {
@@ -78,7 +79,7 @@ size_t PlaceOfCommand(const std::vector<std::string>& words) {
 int ComplainOfUsage(std::string words) {
     words.erase(words.find_last_not_of('\n') + 1);
     std::replace(words.begin(), words.end(), '\n', ' ');
-    return Complain(kExitUsage, words + " (`kvx --help` tells how it is used)");
+    return Complain(kExitUsage, words + " (see `kvx --help`)");
 }
 
 bool IsCommand(const std::string& name) {

@@ -6,7 +6,7 @@
 
 namespace kvx_cli {
 
-// Each does what its subcommand was called for, and answers an ExitCode.
+// Each does what its subcommand was called for, and returns an ExitCode.
 int RunInfo(const Arguments& arguments);
 int RunCheck(const Arguments& arguments);
 int RunHash(const Arguments& arguments);

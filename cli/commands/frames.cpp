@@ -23,7 +23,7 @@ using kvx_hostkit::PixelBuffers;
 
 namespace {
 
-// Frames that can't be had, told in stretches that have the same reason.
+// Missing frames, reported in ranges that have the same reason.
 class MissingFrames {
   public:
     explicit MissingFrames(std::string movie) : mMovie(std::move(movie)) {}
@@ -42,7 +42,7 @@ class MissingFrames {
 
     ExitCode Code() const { return mCode; }
 
-    // Those that have not been told. Call it at the end.
+    // Those that have not been reported. Call it at the end.
     void Tell() {
         if (mCount == 1) {
             Complain(kExitRefused, mMovie, "frame " + std::to_string(mFirst) + ": " + mReason);
@@ -226,7 +226,7 @@ class FramesCommand {
     TimecodeStart mStart = {};
 };
 
-// What the table of options can't tell.
+// What the table of options can't express.
 std::string UsageProblem(const Arguments& arguments) {
     const bool isRaw = arguments.Has(OptionId::kRaw);
     const bool isY4m = arguments.Has(OptionId::kY4m);

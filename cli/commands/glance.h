@@ -17,8 +17,8 @@
 
 namespace kvx_cli {
 
-// What the movie has, and what is missing of it, which is told on standard error. A sound that
-// can't be had leaves the rest: the pictures are still of use.
+// What the movie has, and what is missing of it, which is reported on standard error. A sound that
+// is not available leaves the rest: the pictures are still of use.
 class Glance {
   public:
     // `movie` must outlive it.
@@ -31,7 +31,7 @@ class Glance {
     std::vector<std::string> Facts() const;
 
     // The sounds, as many stretches as `columns`. Of a long one not every sample is read, but some
-    // in each stretch. `notes` takes what can't be had.
+    // in each stretch. `notes` takes what is not available.
     std::vector<Waveform> ReadSounds(int columns, std::vector<std::string>& notes);
 
     struct Frame {
@@ -40,8 +40,8 @@ class Glance {
         bool isThere = false;
     };
 
-    // `room` frames at most, spread over the movie; `count` takes how many there will be. Behind
-    // the sounds, and not twice.
+    // `room` frames at most, spread over the movie; `count` takes how many there will be. After
+    // the sounds, and only once.
     Problem BeginFrames(int64_t room, int& count);
 
     // The next of them, whose pixels stay until the call after. Not called more often than there

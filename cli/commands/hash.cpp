@@ -88,7 +88,7 @@ Problem CheckSound(const TrackFacts& track) {
                                   std::to_string(sound.bits) + " bits, which is no PCM"};
     }
     if (!(sound.rate >= 1 && sound.rate < 1 << 30)) {
-        return {kExitRefused, "its sound does not tell its rate"};
+        return {kExitRefused, "its sound does not state its rate"};
     }
     return {};
 }
@@ -100,7 +100,7 @@ int64_t SoundLength(const TrackFacts& track) {
                                                    std::numeric_limits<int64_t>::max()));
 }
 
-// Where the rows go: into a file or to standard output, or beside those of a list.
+// Where the rows go: into a file or to standard output, or against those of a list.
 class RowTaker {
   public:
     // `place` is a file, or "-". Begins it with the header.
@@ -225,7 +225,7 @@ class Hasher {
         return FindOutput(mArguments, mMovie, ".framemd5", place);
     }
 
-    // What lies in them is not listed by the movie atom, and cannot be had.
+    // What lies in them is not listed by the movie atom, and cannot be found.
     void TellOfFragments() {
         for (const kvx_inspect::Finding& finding : mReport->findings) {
             if (finding.code == kvx_inspect::Code::Fragmented) {

@@ -157,7 +157,7 @@ class Mender {
     static void Tell(const std::string& text) { std::fputs(text.c_str(), stdout); }
 
     static ExitCode Fail(const std::string& path, const Problem& problem) {
-        // What has been told of the movies before stands before it.
+        // What has been reported of earlier movies comes before it.
         std::fflush(stdout);
         Complain(path, problem);
         return problem.code;

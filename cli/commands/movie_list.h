@@ -8,8 +8,8 @@
 
 namespace kvx_cli {
 
-// The frame of the commands that tell of several movies: finds the facts of each and prints them,
-// by `inWords` or, if asked for, as JSON. Answers the exit code that counts: that no movie can be
+// The frame of the commands that report on several movies: finds the facts of each and prints them,
+// by `inWords` or, if asked for, as JSON. Returns the exit code that counts: that no movie can be
 // read or printed before a refusal, that before warnings (if `countsWarnings`), those before
 // nothing at all.
 int TellOfMovies(const Arguments& arguments, bool countsWarnings,

@@ -124,10 +124,10 @@ class ReportCommand {
             return PageMovie(facts, number, {}, {}, {});
         }
         const auto movie = std::make_shared<OpenedMovie>();
-        const bool hasAnswered = mLimit.Run(
+        const bool hasReturned = mLimit.Run(
             [session = mSession, movie, path = facts.path] { *movie = OpenMovie(*session, path); });
-        if (!hasAnswered || movie->clip == nullptr) {
-            const std::string words = hasAnswered ? movie->problem.words : mLimit.Words();
+        if (!hasReturned || movie->clip == nullptr) {
+            const std::string words = hasReturned ? movie->problem.words : mLimit.Words();
             mCode = Graver(mCode, ExitCode(Complain(kExitFailed, facts.path, words)));
             return PageMovie(facts, number, {}, {}, {words});
         }

@@ -15,7 +15,7 @@ namespace kvx_cli {
 
 namespace {
 
-// The importer has one answer for a movie without a timecode and for one that it can't count.
+// The importer does not distinguish a movie without a timecode from one that it can't count.
 std::string WhyNone(const MovieAtWork& movie) {
     const TrackLook look =
         LookAtTrack(movie.limit, movie.path, kvx_inspect::TrackKind::Timecode, 0);
@@ -27,7 +27,7 @@ std::string WhyNone(const MovieAtWork& movie) {
             return words;
         }
     }
-    return "its timecode track tells no start";
+    return "its timecode track has no start";
 }
 
 }  // namespace

@@ -63,10 +63,10 @@ int DoEach(const MovieFiles& movies, const std::function<int(const NamedMovie&)>
 int WithMovie(const std::shared_ptr<const Session>& session, const NamedMovie& named,
               TimeLimit& limit, const std::function<int(const MovieAtWork&)>& work) {
     const auto movie = std::make_shared<OpenedMovie>();
-    const bool hasAnswered = limit.Run([session, movie, path = named.path] {  //
+    const bool hasReturned = limit.Run([session, movie, path = named.path] {  //
         *movie = OpenMovie(*session, path);
     });
-    if (!hasAnswered) {
+    if (!hasReturned) {
         return Complain(kExitFailed, named.path, limit.Words());
     }
     if (movie->clip == nullptr) {

@@ -26,7 +26,7 @@ struct MovieAtWork : NamedMovie {
     TimeLimit& limit;  // for calls that read
 };
 
-// How long a file may take to answer.
+// How long to wait for a file: `--timeout`.
 std::chrono::milliseconds Timeout(const Arguments& arguments);
 
 // Does `work` with the movies that were named, one after the other: the frame of the subcommands

@@ -28,7 +28,7 @@ bool ParseRow(const std::string& line, int& stream, ChecksumRow& row) {
         "%d , %" SCNd64 " , %" SCNd64 " , %" SCNd64 " , %" SCNu64 " , %63[0-9a-fA-F] %c", &stream,
         &row.decodeTime, &row.time, &row.duration, &row.size, hash, &rest);
     row.hash = hash;
-    // Behind the hash the list may have words on side data.
+    // After the hash the list may describe side data.
     return (read == 6 || (read == 7 && rest == ',')) && row.hash.size() == 32;
 }
 

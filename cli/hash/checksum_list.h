@@ -9,7 +9,7 @@
 
 namespace kvx_cli {
 
-// What stands before the rows.
+// What comes before the rows.
 struct ChecksumHeader {
     int64_t timeScale = 0;  // units a second
     bool isSound = false;
@@ -35,7 +35,7 @@ struct ChecksumRow {
 
 std::string RowText(const ChecksumRow& row);
 
-// Holds rows against a list that was written before, as they come.
+// Compares rows with a list that was written earlier, as they come.
 class ChecksumComparison {
   public:
     ChecksumComparison() = default;
@@ -44,9 +44,9 @@ class ChecksumComparison {
     ChecksumComparison(const ChecksumComparison&) = delete;
     ChecksumComparison& operator=(const ChecksumComparison&) = delete;
 
-    // Opens the list and reads what stands before its rows; "-" is standard input. A problem if it
-    // cannot be read or is none of version 2 with MD5, and at the first difference from `header`:
-    // of the time base, or of the dimensions of pictures.
+    // Opens the list and reads its header; "-" is standard input. A problem if it cannot be read or
+    // is not of version 2 with MD5, and at the first difference from `header`, in the time base or
+    // in the dimensions of pictures.
     Problem Open(const std::string& path, const ChecksumHeader& header);
 
     // The next row. A problem, of kExitRefused, if the list has another one or none.

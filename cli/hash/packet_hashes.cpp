@@ -75,7 +75,7 @@ struct PacketHashes::Shared {
 
     std::mutex lock;
     std::condition_variable isDone;   // a result has come, or the packets have ended
-    std::condition_variable isTaken;  // a result has gone
+    std::condition_variable isTaken;  // a result has been taken
     uint64_t handedOut = 0;
     uint64_t taken = 0;
     bool isAtEnd = false;

@@ -16,7 +16,7 @@
 
 namespace kvx_cli {
 
-// Bytes of a file that are hashed together, and the row that tells of them, but for its hash.
+// Bytes of a file that are hashed together, and their row except for its hash.
 struct Packet {
     int64_t number = 0;  // of all packets, those that were left out included
     ChecksumRow row;

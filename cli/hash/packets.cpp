@@ -18,12 +18,12 @@ using kvx_inspect::TrackFacts;
 
 namespace {
 
-// A table of runs ("stts", "ctts"), told value by value.
+// A table of runs ("stts", "ctts"), value by value.
 class RunWalk {
   public:
     explicit RunWalk(const kvx_inspect::AtomView& table) : mEntries(table, kEntrySize) {}
 
-    // Behind the last run the last value goes on; 0 without any.
+    // After the last run the last value repeats; 0 without any.
     int32_t Next() {
         while (mLeft <= 0 && mEntry < mEntries.count) {
             const char* const entry = mEntries.bytes + mEntry++ * kEntrySize;
@@ -76,7 +76,7 @@ class FrameWalk {
         : FrameWalk(std::move(report), track.tables, track.media.size) {}
 
     bool Next(Packet& packet) {
-        // Of frames after the end of the file one is enough to be told of.
+        // One frame after the end of the file is enough to report.
         if (mIsPastEnd) {
             const int64_t skipped = mSamples.SkipChunk();
             mNumber += skipped;
@@ -154,7 +154,7 @@ class SoundWalk {
     }
 
   private:
-    // Of packets after the end of the file one is enough to be told of.
+    // One packet after the end of the file is enough to report.
     void SkipPastEnd() {
         if (mRange.offset >= mMediaSize) {
             const uint64_t packets = mRange.length / mPacketSize;

@@ -7,11 +7,11 @@ namespace kvx_cli {
 
 namespace {
 
-// The word that makes help of what follows, beside the commands.
+// The word that asks for help on what follows, besides the commands.
 constexpr char kHelpCommand[] = "help";
-constexpr char kHelpOfHelp[] = "Tell of a command";
+constexpr char kHelpOfHelp[] = "Describe a command";
 
-// What fits beside a word that is offered: the first sentence.
+// What fits next to a suggested word: the first sentence.
 std::string Brief(const std::string& help) {
     return help.substr(0, help.find(". "));
 }

@@ -62,16 +62,16 @@ std::string OptionEntry(const OptionInfo& option, const CommandInfo* command) {
         text += " " + std::to_string(option.least) + " or " + std::to_string(option.most) + ".";
     }
     if (option.initial != nullptr) {
-        text += std::string(" Without it ") + option.initial + ".";
+        text += std::string(" Default: ") + option.initial + ".";
     }
     if (option.required) {
-        text += " It has to be given.";
+        text += " Required.";
     }
     if (command != nullptr && option.needs != OptionId::kNone) {
-        text += " Goes with " + NameOf(option.needs, *command) + ".";
+        text += " Requires " + NameOf(option.needs, *command) + ".";
     }
     if (command != nullptr && option.excludes != OptionId::kNone) {
-        text += " Not together with " + NameOf(option.excludes, *command) + ".";
+        text += " Cannot be combined with " + NameOf(option.excludes, *command) + ".";
     }
     return entry + "\n" + Shown(text) + "\n";
 }

@@ -24,7 +24,7 @@ class ModuleLog {
     std::string TextFrom(size_t position) const;
 
     std::FILE* mFile;
-    size_t mTold = 0;  // bytes that NewLines has answered
+    size_t mTold = 0;  // bytes that NewLines has returned
     int mStandardError = -1;
 };
 

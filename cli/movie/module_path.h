@@ -4,8 +4,8 @@
 
 namespace kvx_cli {
 
-// Where the module lies that belongs to this program: beside it, or else under lib/ of the tree
-// that it was installed in. Both can be taken elsewhere together.
+// The path of the module that belongs to this program: next to it, or else under lib/ of the tree
+// that it was installed in. Both can be moved elsewhere together.
 std::string FindModule();
 
 }  // namespace kvx_cli

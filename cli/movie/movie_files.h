@@ -20,12 +20,12 @@ struct MovieFiles {
     std::vector<MovieFile> files;
     bool areMany = false;  // one alone was not what was asked for, however many there are
     Problem problem;       // nothing can be done: the list can't be read
-    // kExitFailed if a folder can't be read, which has been told.
+    // kExitFailed if a folder can't be read, which has been reported.
     ExitCode code = kExitDone;
 };
 
 // The movies of the command line in the order in which they are named, then those of the list. With
-// --recursive a folder stands for the movies in it and in the folders inside, each folder in the
+// --recursive a folder means the movies in it and in its subfolders, each folder in the
 // order of its names: files in .mov and .qt, in capitals or not, whose names begin with no dot.
 // Links to files are followed, those to folders only where they are named.
 MovieFiles FindMovies(const Arguments& arguments);

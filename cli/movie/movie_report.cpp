@@ -52,7 +52,7 @@ constexpr Name<int32_t> kSampleTypes[] = {
     {kPrAudioSampleType_32BitIntBigEndian, "32-bit integer, big-endian"},
     {kPrAudioSampleType_32BitFloat, "32-bit float, little-endian"},
     {kPrAudioSampleType_32BitFloatBigEndian, "32-bit float, big-endian"},
-    // The one type that the host has for doubles does not tell their byte order.
+    // The one type that the host has for doubles does not distinguish their byte order.
     {kPrAudioSampleType_64BitFloat, "64-bit float"},
 };
 
@@ -162,7 +162,7 @@ std::string VideoReport(const imFileInfoRec8& stream,
            Line("rate", RateText(scale, frameLength)) +
            Line("fields", OrUnknown(Find(kFieldTypes, int32_t{stream.fieldType})) + source) +
            Line("pixel aspect", aspectH == 0 || aspectV == 0
-                                    ? "not told"
+                                    ? "not stated"
                                     : std::to_string(aspectH) + ":" + std::to_string(aspectV)) +
            DisplayAspectLine(video) + ColourLine(video) + CleanApertureLine(video) +
            Line("duration", DurationText(duration, scale) + " (" +
@@ -250,7 +250,7 @@ std::string WarningsReport(const Report& report) {
 }
 
 // All that keeps the movie from being imported, and what helps; in the words for the importer's own
-// reason if no finding tells it.
+// reason if no finding states it.
 std::string ReasonsReport(const MovieFacts& facts) {
     std::string text;
     for (const kvx_inspect::Finding& finding : facts.report.findings) {

@@ -19,25 +19,25 @@ namespace kvx_cli {
 namespace {
 
 struct Reason {
-    const char* format;  // as it stands in the module's code, without the end of the line
+    const char* format;  // as it is in the module's code, without the end of the line
     const char* value;   // that must be among those printed; null: any will do
     const char* sentence;
     ExitCode code = kExitRefused;
 };
 
 // The module logs a line at each level that a failure passes; the cause is the innermost, the
-// first. The first row that fits that line decides, so rows that explain more stand before rows
+// first. The first row that fits that line decides, so rows that explain more come before rows
 // that explain less.
 constexpr Reason kReasons[] = {
     {"Unsupported data handler type %s and subtype %s", "'url '",
      "its tracks name the data handler \"url \", as ffmpeg's movies do; only media under "
-     "QuickTime's own handler, \"alis\", is imported. `kvx mend` makes one of the other and "
+     "QuickTime's own handler, \"alis\", is imported. `kvx mend` replaces it and "
      "changes no sample"},
     {"Unsupported data handler type %s and subtype %s", nullptr,
      "its tracks name a data handler that is not QuickTime's own, \"alis\""},
     {"Unrecognised 5.1 channel layout tag 0x%08x", nullptr,
      "its six-channel sound has a channel layout that is none of the four MPEG 5.1 orders; "
-     "`kvx mend` makes one of ffmpeg's \"5.1\" and changes no sample"},
+     "`kvx mend` changes ffmpeg's \"5.1\" to one of these and changes no sample"},
     {"Unsupported sound description version: %d", nullptr,
      "its sound is described in a version of the format that the importer does not know"},
     {"Unable to determine bytes per frame", nullptr,
@@ -108,12 +108,12 @@ constexpr Reason kReasons[] = {
     {"pread returned %d", nullptr, "the file with its sound could not be read", kExitFailed},
 };
 
-// The module has one answer for all these movies, and no log line: it cannot be said which it is.
+// The module has one status for all these movies, and no log line: they cannot be told apart.
 const char kNotPlayable[] =
     "it can be read as a QuickTime movie, but it is not of the kind that is imported. Such a movie "
     "has exactly one video track, which is uncompressed (2vuy, 2Vuy, r210 or v210; not H.264, "
     "ProRes or another compression), and its sound tracks, if any, are all PCM of one and the same "
-    "sample size, number form and byte order. The importer does not tell which of these is amiss";
+    "sample size, number form and byte order. The importer does not say which of these is wrong";
 
 constexpr char kReadFailed[] = "pread returned %ld for request %p";
 constexpr char kTooSmall[] = "Sample too small for its frame: %lld of %lld bytes";

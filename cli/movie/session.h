@@ -17,7 +17,7 @@ namespace kvx_cli {
 class Session {
   public:
     // Loads the module at `path`, or the one that belongs to this program if `path` is empty. Null
-    // on failure; `problem` then says why. Shared, for work that may be left behind.
+    // on failure; `problem` then says why. Shared, for work that may be abandoned.
     static std::shared_ptr<const Session> Start(const std::string& path, Problem& problem);
 
     const kvx_hostkit::Importer& Importer() const { return mImporter; }
@@ -53,7 +53,7 @@ struct OpenedMovie {
     std::string log;                          // what the module logged meanwhile
 };
 
-// May not come back, where a disk does not answer.
+// May not come back, where a disk does not respond.
 OpenedMovie OpenMovie(const Session& session, const std::string& path);
 
 }  // namespace kvx_cli

@@ -18,10 +18,10 @@ const imFileInfoRec8* FindVideo(const std::vector<imFileInfoRec8>& streams);
 // in them. `video` may be null.
 Problem CheckPictures(const imFileInfoRec8* video);
 
-// The frames of a stream with video, 0 if it does not tell how long one is.
+// The frames of a stream with video, 0 if it does not state how long one is.
 int64_t FrameCount(const imFileInfoRec8& video);
 
-// The shape of its pixels; square if it does not tell.
+// The shape of its pixels; square if it is not stated.
 PixelAspect PixelAspectOf(const imFileInfoRec8& video);
 
 // The number of streams with sound. They are the first ones, since both kinds are numbered from 0.

@@ -67,7 +67,7 @@ bool TimeLimit::StartWorker() {
 bool TimeLimit::Run(std::function<void()> work) {
     mFailure = nullptr;
     if (mWorker == nullptr && !StartWorker()) {
-        mFailure = "there is no thread to be had to read it";
+        mFailure = "no thread can be started to read it";
         return false;
     }
     std::unique_lock<std::mutex> guard(mWorker->lock);
@@ -86,7 +86,7 @@ bool TimeLimit::Run(std::function<void()> work) {
 }
 
 std::string TimeLimit::Words() const {
-    return mFailure != nullptr ? mFailure : "it did not answer within " + SecondsText(mLimit);
+    return mFailure != nullptr ? mFailure : "it did not respond within " + SecondsText(mLimit);
 }
 
 bool TimeLimit::HasLeftThreadBehind() {

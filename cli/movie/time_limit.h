@@ -21,8 +21,8 @@ class TimeLimit {
     TimeLimit(const TimeLimit&) = delete;
     TimeLimit& operator=(const TimeLimit&) = delete;
 
-    // False if the work did not end in time or threw std::bad_alloc, and if there is no thread to
-    // be had for it; Words() then tells which. The work throws nothing else.
+    // False if the work did not end in time or threw std::bad_alloc, and if no thread can be
+    // started for it; Words() then says which. The work throws nothing else.
     bool Run(std::function<void()> work);
 
     // The same for work with a result.
@@ -35,7 +35,7 @@ class TimeLimit {
 
     std::chrono::milliseconds Limit() const { return mLimit; }
 
-    // Why the last Run() failed: "it did not answer within 10 seconds". The same before any.
+    // Why the last Run() failed: "it did not respond within 10 seconds". That also before any.
     std::string Words() const;
 
     // Whether any thread of the program has been abandoned; it can only end at once then.

@@ -89,7 +89,7 @@ int64_t FindFrame(const TimecodeStart& start, const std::string& timecode, int64
     if (count < 0) {
         count += static_cast<int>(CTimeCode::LargestFrameCountBeforeTimeCodeWraps(counter));
     }
-    // Where the rates differ, a label belongs to several frames, or the frame is one beside.
+    // Where the rates differ, a label belongs to several frames, or the frame is off by one.
     constexpr int64_t kNear = 4;
     const int64_t guess = KVX::Util::tcfConvertFrameCount(count, counter, video, false);
     for (int64_t frame = std::max<int64_t>(guess - kNear, 0);

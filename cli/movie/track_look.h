@@ -19,7 +19,7 @@ struct TrackLook {
     std::string timecode;                 // in words what is wrong with a timecode track
 };
 
-// Looks at the track of that kind with that index. A file that does not answer tells nothing.
+// Looks at the track of that kind with that index. Nothing of a file that does not respond.
 TrackLook LookAtTrack(TimeLimit& limit, const std::string& path, kvx_inspect::TrackKind kind,
                       size_t index);
 

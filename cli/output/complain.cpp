@@ -36,7 +36,7 @@ int Complain(int exitCode, const std::string& words) {
     for (size_t written = 0; written < line.size();) {
         const ssize_t count = write(descriptor, line.data() + written, line.size() - written);
         if (count <= 0) {
-            break;  // there is nowhere to tell it
+            break;  // there is nowhere to report it
         }
         written += static_cast<size_t>(count);
     }

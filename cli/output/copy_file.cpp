@@ -39,7 +39,7 @@ bool Clone(int from, int to, uint64_t size) {
 #endif
 }
 
-// A stretch of data, [begin, end), behind `offset`; at the end of the file where only a hole is
+// A stretch of data, [begin, end), after `offset`; at the end of the file where only a hole is
 // left.
 struct Stretch {
     uint64_t begin;
@@ -60,7 +60,7 @@ class Copier {
   public:
     Copier(int from, int to) : mFrom(from), mTo(to) {}
 
-    // Copies some of the `size` bytes at `offset`, and answers how many; 0 at the end of the file,
+    // Copies some of the `size` bytes at `offset`, and returns how many; 0 at the end of the file,
     // below 0 on failure.
     ssize_t Copy(uint64_t offset, uint64_t size) {
 #ifdef __linux__

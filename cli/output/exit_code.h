@@ -8,8 +8,8 @@ namespace kvx_cli {
 // How every subcommand ends.
 enum ExitCode : int {
     kExitDone = 0,
-    kExitRefused = 1,   // a movie can't be imported, or not all of what was asked could be had
-    kExitUsage = 2,     // wrong usage; an output that is an input counts as such
+    kExitRefused = 1,   // a movie can't be imported, or part of what was requested is not available
+    kExitUsage = 2,     // usage error, including an output that is also an input
     kExitFailed = 3,    // a movie can't be read, an output can't be written, no module
     kExitWarnings = 4,  // imports, with warnings
 };

@@ -11,13 +11,13 @@
 
 namespace kvx_cli {
 
-// One file, which gets its name when it is whole. What is written stands beside its place until
-// then; where a link leads elsewhere, beside that place. A place that is a device or a pipe is
-// written straight into, as is standard output.
+// One file, which gets its name when it is whole. Until then it is
+// written next to its destination; if that is a link, next to its target. A device or a pipe is
+// written to directly, as is standard output.
 class OutputFile {
   public:
     OutputFile() = default;
-    // Leaves nothing behind of a file that was not finished.
+    // Removes a file that was not finished.
     ~OutputFile();
 
     OutputFile(const OutputFile&) = delete;
@@ -57,12 +57,12 @@ bool IsStandardOutputFile();
 // Refuses if standard output has been led into one of `inputs`.
 Problem CheckStandardOutput(const InputFiles& inputs);
 
-// Hands on what has been printed. Tells on standard error if it could not be written, and answers
-// false then.
+// Flushes what has been printed. If it could not be written, reports that on standard error and
+// returns false.
 bool FlushStandardOutput();
 
-// Closes standard output. Tells on standard error if not all that went there could be written, once
-// for the whole program, and answers how to end then; `exitCode` otherwise.
+// Closes standard output. If not everything could be written there, reports that on standard error,
+// once for the whole program, and returns the exit code for it; otherwise `exitCode`.
 int CloseStandardOutput(int exitCode);
 
 // Makes the folder if it is not there.

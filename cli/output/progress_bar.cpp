@@ -15,7 +15,7 @@ constexpr std::chrono::milliseconds kQuietTime{400};
 constexpr std::chrono::milliseconds kBetweenDraws{100};
 
 bool gDrawsNone = false;
-ProgressBar* gDrawn = nullptr;  // what stands on the terminal's line
+ProgressBar* gDrawn = nullptr;  // what is on the terminal's line
 
 std::FILE* OpenTerminal() {
     return !gDrawsNone && isatty(STDERR_FILENO) == 1 ? fdopen(dup(STDERR_FILENO), "w") : nullptr;

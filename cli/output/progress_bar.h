@@ -17,11 +17,11 @@ class ProgressBar {
     // No bar of the program is drawn from now on.
     static void DrawNone();
 
-    // Empties the line that a bar of the program stands on, before something else is printed. The
-    // next Update draws it anew. Where bars are used inside each other, the one drawn last stands.
+    // Clears the line that a bar of the program is on, before something else is printed. The
+    // next Update draws it anew. Where bars are used inside each other, the one drawn last stays.
     static void Wipe();
 
-    // Leaves an empty line behind.
+    // Leaves an empty line.
     ~ProgressBar();
 
     ProgressBar(const ProgressBar&) = delete;

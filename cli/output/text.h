@@ -7,7 +7,7 @@
 namespace kvx_cli {
 
 // Frames a second from a time scale and a frame's length in its units: "25", or "29.97
-// (30000/1001)" where the decimals do not tell all. "unknown" unless both are above 0.
+// (30000/1001)" where the decimals are not exact. "unknown" unless both are above 0.
 std::string RateText(int64_t timeScale, int64_t frameLength);
 
 // "01:02:03.004" of `units` at `timeScale` units a second, to the nearest millisecond. "unknown"

@@ -18,7 +18,7 @@ namespace kvx_cli {
 namespace {
 
 // Held while a file is made or put into place, and by whoever ends the program, from the removal
-// on: no file comes to be behind its back.
+// on: no file is made unnoticed.
 struct Unfinished {
     std::mutex lock;
     std::vector<std::string> names;

@@ -17,7 +17,7 @@ void EndTidilyOnSignals();
 // Removes unfinished files and ends the program, without waiting for any other thread of it.
 [[noreturn]] void EndAtOnce(int exitCode);
 
-// A file under a temporary name beside its place, ".NAME.kvx-XXXXXX", until it is whole.
+// A file under a temporary name next to its destination, ".NAME.kvx-XXXXXX", until it is whole.
 class UnfinishedFile {
   public:
     UnfinishedFile() = default;

@@ -236,8 +236,8 @@ std::string Sounds(const std::vector<Waveform>& sounds) {
     return lanes.empty() ? "" : "<h3>Sound</h3>\n" + lanes;
 }
 
-// What `kvx info` tells: headings indented by two, and below them a label and its value, which
-// stands in a column of its own.
+// What `kvx info` prints: headings indented by two, and below them a label and its value, which
+// is in a column of its own.
 std::string Facts(const MovieFacts& facts) {
     constexpr size_t kValueColumn = 20;
     std::istringstream lines(MovieReport(facts));

@@ -225,7 +225,7 @@ class Plan {
     double mCellHeight = 0;
 };
 
-// A frame that can't be had: crossed out.
+// A frame that is not available: crossed out.
 void DrawMissing(cairo_t* context, double x, double y, double width, double height) {
     SetColour(context, kLane);
     cairo_rectangle(context, x, y, width, height);

@@ -14,7 +14,7 @@
 namespace kvx_cli {
 
 struct SheetFrame {
-    Picture picture;  // of 8 bits; empty: it can't be had
+    Picture picture;  // of 8 bits; empty: it is not available
     std::string caption;
 };
 
@@ -28,7 +28,7 @@ struct SheetContents {
     // Gives the frames one after the other, each drawn before the next is asked for. The sheet is
     // given up at a problem.
     std::function<Problem(SheetFrame& frame)> nextFrame;
-    std::vector<Waveform> sounds;    // as many columns as SheetSoundColumns() tells
+    std::vector<Waveform> sounds;    // as many columns as SheetSoundColumns() says
     std::vector<std::string> notes;  // lines at the bottom
 };
 
@@ -53,7 +53,7 @@ Problem CheckLayout(const SheetLayout& layout);
 // Draws the sheet.
 Problem DrawSheet(const SheetContents& contents, const SheetLayout& layout, Picture& sheet);
 
-// The frames that stand for `count` frames when there is room for `room`: in the middles of equal
+// The frames that represent `count` frames when there is room for `room`: in the middles of equal
 // stretches, so that neither the black at the start nor that at the end is among them.
 std::vector<int64_t> SpreadFrames(int64_t count, int64_t room);
 

@@ -67,7 +67,7 @@ class BitWriter {
     unsigned mCount = 0;
 };
 
-// A stretch of bytes with codes of their own, and how often the last of them comes again behind it.
+// A stretch of bytes with codes of their own, and how often the last of them repeats after it.
 struct Stretch {
     uint32_t bytes;
     uint32_t repeats;
@@ -79,10 +79,10 @@ uint32_t Load32(const uint8_t* bytes) {
     return value;
 }
 
-// The first place from `place` on where a run begins, or one behind which none can.
+// The first place from `place` on where a run begins, or one after which none can.
 size_t FindRun(const uint8_t* bytes, size_t place, size_t count) {
 #ifdef __SSE2__
-    // 16 places at a time: bit for bit, whether a byte is like the one before, and the three behind
+    // 16 places at a time: bit for bit, whether a byte is like the one before, and the three after
     // it as well.
     constexpr size_t kStep = 13;
     for (; place + 16 <= count; place += kStep) {
@@ -120,7 +120,7 @@ std::vector<Stretch> FindRuns(const uint8_t* bytes, size_t count) {
     return stretches;
 }
 
-// A length of 3 to 258 as its symbol and the bits behind it.
+// A length of 3 to 258 as its symbol and its extra bits.
 struct LengthSymbol {
     size_t symbol;
     unsigned bitCount;
@@ -141,7 +141,8 @@ LengthSymbol SymbolOf(size_t length) {
     return {257 + 4 * bitCount + (rest >> bitCount), bitCount, rest & ((1U << bitCount) - 1)};
 }
 
-// Calls `take` with the lengths that a run is told in, and `single` for a byte that is left over.
+// Calls `take` with the lengths that a run is split into, and `single` for a byte that is left
+// over.
 template <typename Take, typename Single>
 void SplitRun(size_t repeats, const Take& take, const Single& single) {
     for (; repeats >= kLongestRun + 3 || repeats == kLongestRun; repeats -= kLongestRun) {
@@ -192,7 +193,7 @@ Frequencies CountSymbols(const uint8_t* bytes, const std::vector<Stretch>& stret
     return frequencies;
 }
 
-// The lengths of codes as the head of a block tells them: symbols, of which 16 to 18 stand for
+// The lengths of codes as the header of a block has them: symbols, of which 16 to 18 mean
 // several lengths.
 struct ToldLength {
     uint8_t symbol;
@@ -310,7 +311,7 @@ size_t StoredSize(size_t count) {
     return count + (count + kLongestStored - 1) / kLongestStored * 5;
 }
 
-// What the symbols take with this code, in bits, but for the bits behind lengths.
+// What the symbols take with this code, in bits, except for the extra bits of lengths.
 uint64_t SizeOf(const Frequencies& frequencies, const PrefixCode<kSymbols>& code) {
     uint64_t bits = 0;
     for (size_t symbol = 0; symbol < kSymbols; ++symbol) {
@@ -331,7 +332,7 @@ void AppendCoded(const uint8_t* bytes, size_t count, std::vector<uint8_t>& strea
         AppendStored(bytes, count, stream);
         return;
     }
-    // Behind each length there are up to 5 bits, and one for the distance.
+    // After each length there are up to 5 bits, and one for the distance.
     uint64_t lengthCount = 0;
     for (size_t symbol = kEndOfBlock + 1; symbol < kSymbols; ++symbol) {
         lengthCount += frequencies[symbol];

@@ -16,7 +16,7 @@ constexpr int kMostCompression = 9;
 // well, with more patience at higher levels, and the shorter form is taken. Throws std::bad_alloc.
 void AppendDeflated(const uint8_t* bytes, size_t count, int level, std::vector<uint8_t>& stream);
 
-// Appends what ends a stream behind its last piece.
+// Appends what ends a stream after its last piece.
 void AppendEndOfDeflated(std::vector<uint8_t>& stream);
 
 }  // namespace kvx_cli

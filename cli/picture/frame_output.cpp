@@ -73,7 +73,7 @@ Problem PngOutput::FinishFirst() {
         problem = picture.encoding->WriteInto(file);
     }
     if (problem) {
-        mPictures.clear();  // nothing comes behind one that is missing
+        mPictures.clear();  // nothing follows one that is missing
     }
     return problem;
 }

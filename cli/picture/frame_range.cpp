@@ -23,7 +23,7 @@ bool ReadNumber(const std::string& text, int64_t& number) {
            std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc();
 }
 
-// "01:00:00:00", with any of the signs that stand between its numbers.
+// "01:00:00:00", with any of the separators between its numbers.
 bool IsTimecode(const std::string& text) {
     constexpr size_t kLength = 11;
     bool is = text.size() == kLength;

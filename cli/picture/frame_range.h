@@ -12,7 +12,7 @@ namespace kvx_cli {
 // A stretch of a movie's frames, counted from 0.
 struct FrameRange {
     int64_t first;
-    int64_t end;  // the frame behind the last
+    int64_t end;  // the frame after the last
 };
 
 // The first frame with a timecode; -1 if there is none. A problem if nothing can have one.

@@ -19,7 +19,7 @@ namespace {
 
 constexpr milliseconds kBetweenLooks{20};
 
-// A read at the end of a file never completes its frame. Once the log has told of the end, other
+// A read at the end of a file never completes its frame. Once the log has reported the end, other
 // frames that were asked for are given this long, and one that was asked for alone the other time.
 constexpr milliseconds kPastEnd{1000};
 constexpr milliseconds kPastEndAlone{100};
@@ -27,7 +27,7 @@ constexpr milliseconds kPastEndAlone{100};
 // What frames that were asked for may take, in the host's buffers and in those that are read into.
 constexpr size_t kBytesAhead = size_t{96} << 20;
 
-const char kBehindEnd[] = "the file ends before it does";
+const char kPastEndWords[] = "the file ends before it does";
 
 // As many as there is memory for, and one in any case.
 size_t FramesAhead(const kvx_hostkit::Clip& clip, PrPixelFormat format) {
@@ -46,11 +46,11 @@ size_t FramesAhead(const kvx_hostkit::Clip& clip, PrPixelFormat format) {
 
 }  // namespace
 
-// What frames under way must find at the end of their road.
+// What frames in flight must find at the end of their path.
 struct FrameReader::HostSide {
     explicit HostSide(kvx_hostkit::Host& host) : buffers(host, Settings()), cache(host) {}
 
-    // A frame that could not be read is told by the log, so that none need be filled before.
+    // A frame that could not be read is in the log, so that none need be filled before.
     static kvx_hostkit::PixelBufferSettings Settings() {
         kvx_hostkit::PixelBufferSettings settings;
         settings.fills = false;
@@ -97,7 +97,7 @@ FrameReader::FrameReader(const kvx_hostkit::Clip& clip, std::vector<int64_t> fra
 
 FrameReader::~FrameReader() {
     LetGo();
-    // Frames may still be under way, and must find the host's side of their road when they end.
+    // Frames may still be in flight, and must find the host's side of their path when they end.
     const bool mayComeLate = mProblem || mIsShort;
     const bool haveCome = mCache->WaitForAdditions(mAdditionsBefore + mOutstanding,
                                                    mayComeLate ? mTimeout / 100 : mTimeout);
@@ -132,10 +132,10 @@ bool FrameReader::Next(Frame& frame) {
                                          " did not arrive within " + SecondsText(mTimeout)};
             return false;
         } else if (arrival == Arrival::kMissing) {
-            frame.failure = kBehindEnd;
+            frame.failure = kPastEndWords;
             mCarefulEnd = mFrames.size();
         } else if (!mFailure.words.empty() && !(isAlone && mHasFailedOnce)) {
-            // It may be this one that failed, or one behind it; alone, the line may be a late one.
+            // It may be this one that failed, or one after it; alone, the line may be a late one.
             mHasFailedOnce = isAlone;
             AskAgainOneByOne();
             continue;

@@ -18,8 +18,8 @@ namespace kvx_cli {
 
 // Delivers a movie's frames one after the other, as an editing host gets them: asked for ahead, a
 // bounded number at a time, and then found in the host's cache. Takes the module's log while it
-// lives: a frame that could not be read reaches the cache all the same, and only the log tells,
-// without its number. Where the log tells of a failure, frames are asked for again, one at a time.
+// lives: a frame that could not be read reaches the cache all the same, and only the log says so,
+// without its number. Where the log reports a failure, frames are requested again, one at a time.
 class FrameReader {
   public:
     // At most; fewer where frames are large. More would only take memory: the module reads with
@@ -28,7 +28,7 @@ class FrameReader {
 
     struct Frame {
         int64_t number = 0;
-        PPixHand ppix = nullptr;  // valid until the next call; null: it can't be had
+        PPixHand ppix = nullptr;  // valid until the next call; null: it is not available
         std::string failure;      // then in words why not
     };
 
@@ -48,11 +48,11 @@ class FrameReader {
     // Call it first.
     Problem Start();
 
-    // The next frame, whether it can be had or not. False at the end, and when nothing more is to
-    // be expected, which GetProblem() tells apart.
+    // The next frame, whether it is available or not. False at the end, and when nothing more is to
+    // be expected, which GetProblem() distinguishes.
     bool Next(Frame& frame);
 
-    // How many frames Next has answered.
+    // How many frames Next has returned.
     size_t Delivered() const { return mNext; }
 
     const Problem& GetProblem() const { return mProblem; }
@@ -92,9 +92,9 @@ class FrameReader {
     size_t mNext = 0;                // of mFrames, how many were delivered
     size_t mCarefulEnd = 0;          // up to this one of mFrames, one at a time
     int mOutstanding = 0;            // additions to the cache that are still to come
-    FailedFrame mFailure;            // what the log told since a frame was taken last
+    FailedFrame mFailure;            // what was logged since a frame was last taken
     bool mHasHitEnd = false;         // of the file, since the last request
-    bool mIsShort = false;           // the log has told of the file's end, or somebody else
+    bool mIsShort = false;           // the log has reported the file's end, or somebody else
     bool mHasFailedOnce = false;     // the frame that is next, asked for alone
     PPixHand mFrame = nullptr;
     Problem mProblem;

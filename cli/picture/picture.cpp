@@ -18,7 +18,7 @@ constexpr uint16_t kHostWhite = 32768;  // of 16 bits
 void WriteRowOf8(const char* pixels, int width, uint8_t* bytes) {
     int x = 0;
 #ifdef __SSSE3__
-    // Four pixels a step; the bytes behind their twelve are written again by what follows.
+    // Four pixels per step; the bytes after their twelve are written again by what follows.
     const __m128i order = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
     for (; x + 6 <= width; x += 4, pixels += 4 * kComponents, bytes += 12) {
         const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels));
@@ -41,8 +41,8 @@ uint16_t Stretched(uint16_t level) {
 void WriteRowOf16(const char* pixels, int width, uint8_t* bytes) {
     int x = 0;
 #ifdef __SSSE3__
-    // Two pixels a step; the bytes behind their twelve are written again by what follows. As signed
-    // numbers the levels from white up are below 0, and white is the least.
+    // Two pixels per step; the bytes after their twelve are written again by what follows. As
+    // signed numbers the levels from white up are below 0, and white is the least.
     const __m128i order = _mm_setr_epi8(5, 4, 3, 2, 1, 0, 13, 12, 11, 10, 9, 8, -1, -1, -1, -1);
     const __m128i least = _mm_set1_epi16(INT16_MIN);
     const __m128i middle = _mm_set1_epi16(kHostWhite / 2);

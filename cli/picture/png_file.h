@@ -14,7 +14,7 @@
 
 namespace kvx_cli {
 
-// How much wider than high a pixel is shown; 1:1 where a movie does not tell.
+// How much wider than high a pixel is shown; 1:1 where a movie does not state it.
 struct PixelAspect {
     uint32_t width = 1;
     uint32_t height = 1;
@@ -22,7 +22,7 @@ struct PixelAspect {
 
 constexpr int kDefaultCompression = 1;
 
-// What a PNG file tells beside its pixels, and how it is made.
+// What a PNG file contains besides its pixels, and how it is made.
 struct PngSettings {
     PixelAspect aspect;  // in the pHYs chunk unless pixels are square
     int compression = kDefaultCompression;
@@ -44,8 +44,8 @@ struct PictureRows {
 // One picture on its way into a PNG file. Slices of it are compressed by the threads of a pool.
 class PngEncoding {
   public:
-    // Begins at once. `pool` must outlive the encoding. A slice that there is no memory for is told
-    // by WriteInto() and Append().
+    // Begins at once. `pool` must outlive the encoding. A slice that there is no memory for is
+    // reported by WriteInto() and Append().
     PngEncoding(WorkerPool& pool, PictureRows rows, const PngSettings& settings);
 
     // Waits for threads that are at it.

@@ -46,7 +46,7 @@ void MakeRoom(std::array<uint32_t, kLongest + 1>& counts, int limit) {
         taken += counts[static_cast<size_t>(length)] << (limit - length);
     }
     for (; taken > uint32_t{1} << limit; --taken) {
-        // A code becomes a bit longer, and makes a place beside it for one of the longest.
+        // A code becomes one bit longer, which makes room next to it for one of the longest.
         auto length = static_cast<size_t>(limit) - 1;
         while (counts[length] == 0) {
             --length;

@@ -23,7 +23,7 @@ struct ByteSpan {
 };
 
 // The parts of the buffer that are the frame's bytes in the file, in order: its rows without the
-// padding that the host gave them, or what lies behind the header of a kKVXCustomPixelFormat frame.
+// padding that the host gave them, or what follows the header of a kKVXCustomPixelFormat frame.
 // Empty if that header makes no sense.
 std::vector<ByteSpan> RawBytes(const kvx_hostkit::PixelBufferView& view);
 

@@ -12,7 +12,7 @@ namespace {
 constexpr size_t kComponents = 4;  // B, G, R, A in the host's memory
 constexpr uint32_t kWhole = 256;   // the weight of a row or column that counts in full
 
-// The part of `from` that place `index` of `to` stands for, each end in 1/256.
+// The part of `from` that place `index` of `to` covers, each end in 1/256.
 struct Span {
     Span(int index, int from, int to)
         : begin(static_cast<uint64_t>(index) * static_cast<uint64_t>(from) * kWhole /
@@ -21,7 +21,7 @@ struct Span {
               static_cast<uint64_t>(to)) {}
 
     size_t First() const { return static_cast<size_t>(begin / kWhole); }
-    size_t Behind() const { return static_cast<size_t>((end + kWhole - 1) / kWhole); }
+    size_t PastEnd() const { return static_cast<size_t>((end + kWhole - 1) / kWhole); }
     uint32_t Weight(size_t place) const {
         return static_cast<uint32_t>(std::min(end, (uint64_t{place} + 1) * kWhole) -
                                      std::max(begin, uint64_t{place} * kWhole));
@@ -49,7 +49,7 @@ Picture ScaledDown(const kvx_hostkit::PixelBufferView& view, int width, int heig
     for (int y = 0; y < height; ++y) {
         const Span rows(y, view.height, height);
         std::fill(sums.begin(), sums.end(), 0);
-        for (size_t row = rows.First(); row < rows.Behind(); ++row) {
+        for (size_t row = rows.First(); row < rows.PastEnd(); ++row) {
             // The host's first row is the lowest.
             const char* const pixels =
                 view.pixels + (view.height - 1 - static_cast<ptrdiff_t>(row)) * view.rowBytes;
@@ -58,7 +58,7 @@ Picture ScaledDown(const kvx_hostkit::PixelBufferView& view, int width, int heig
         for (int x = 0; x < width; ++x) {
             const Span columns(x, view.width, width);
             uint64_t sum[3] = {};
-            for (size_t column = columns.First(); column < columns.Behind(); ++column) {
+            for (size_t column = columns.First(); column < columns.PastEnd(); ++column) {
                 const uint64_t weight = columns.Weight(column);
                 for (size_t component = 0; component < 3; ++component) {
                     sum[component] += weight * sums[column * kComponents + component];

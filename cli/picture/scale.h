@@ -5,7 +5,7 @@
 
 namespace kvx_cli {
 
-// A frame in PictureFormat(8) made smaller: each pixel is the mean of the area that it stands for.
+// A frame in PictureFormat(8) made smaller: each pixel is the average of the area that it covers.
 // `width` and `height` are above 0, and at most the frame's own.
 Picture ScaledDown(const kvx_hostkit::PixelBufferView& view, int width, int height);
 

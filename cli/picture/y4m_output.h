@@ -14,7 +14,7 @@ namespace kvx_cli {
 Problem CheckY4m(const imFileInfoRec8& video);
 
 // Frames one after the other in a YUV4MPEG2 file, or on standard output, as the planes of their own
-// Y'CbCr levels: C422 of 8 bits from 2vuy, C422p10 from v210. Its head tells size, rate, fields,
+// Y'CbCr levels: C422 of 8 bits from 2vuy, C422p10 from v210. Its header has size, rate, fields,
 // pixel aspect and that the levels are those of studio range. It has no place for the matrix.
 class Y4mOutput : public FrameOutput {
   public:

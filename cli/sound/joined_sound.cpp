@@ -13,7 +13,7 @@ JoinedSound::JoinedSound(std::vector<std::unique_ptr<SoundSource>> sources)
         mFormat.channels += source->Format().channels;
         mFrames = std::max(mFrames, source->Frames());
     }
-    // Which speaker is which is told of one sound alone.
+    // Speakers are named only for a single sound.
     mFormat.namesSpeakers = mSources.size() == 1;
 }
 

@@ -7,7 +7,7 @@
 
 namespace kvx_cli {
 
-// Several sounds as one, whose channels are all of theirs, one sound's behind the other's. The
+// Several sounds as one, whose channels are all of theirs, one sound's after the other's. The
 // shorter ones end in silence.
 class JoinedSound : public SoundSource {
   public:

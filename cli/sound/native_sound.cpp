@@ -59,7 +59,7 @@ Problem CheckForm(const TrackFacts& track) {
                 "its samples are unsigned and have " + bits + " bits, which no WAV file has"};
     }
     if (!(sound.rate >= 1 && sound.rate < 1 << 30)) {
-        return {kExitRefused, "its sound does not tell its rate"};
+        return {kExitRefused, "its sound does not state its rate"};
     }
     return {};
 }

@@ -9,12 +9,12 @@
 
 namespace kvx_cli {
 
-// A sound track's own values, without loss: all samples of its media in order, edits aside. What a
-// WAV file has otherwise is turned: the byte order, the sign of 8-bit samples, the order of the
-// channels of 5.1.
+// A sound track's own values, without loss: all samples of its media in order, edits aside. What
+// a WAV file does differently is converted: the byte order, the sign of 8-bit samples, the order of
+// the channels of 5.1.
 class NativeSound : public SoundSource {
   public:
-    // Null on failure; `problem` then says why. `limit` must outlive it. `report` must tell of
+    // Null on failure; `problem` then says why. `limit` must outlive it. `report` must contain
     // `track`, whose tables can be walked.
     static std::unique_ptr<NativeSound> Create(std::shared_ptr<const kvx_inspect::Report> report,
                                                const kvx_inspect::TrackFacts& track,
@@ -27,7 +27,7 @@ class NativeSound : public SoundSource {
     const Problem& GetProblem() const override { return mProblem; }
     bool HasTimedOut() const override { return mHasTimedOut; }
 
-    // Of the samples that the tables tell of, those behind the end of the file, which do not come.
+    // Of the samples in the tables, those after the end of the file, which are not delivered.
     uint64_t MissingFrames() const { return mMissing; }
 
   private:

@@ -49,7 +49,7 @@ bool SoundReader::Start() {
 }
 
 int64_t SoundReader::FindLength() {
-    // Up to `known` frames are delivered, of those behind `end` none.
+    // Up to `known` frames are delivered, of those after `end` none.
     int64_t known = 0;
     int64_t end = std::max<int64_t>(mLength, 0);
     for (int64_t probe = end - 1; known < end && !mHasTimedOut; probe = known + (end - known) / 2) {
@@ -60,7 +60,7 @@ int64_t SoundReader::FindLength() {
         }
     }
     if (!mHasTimedOut) {
-        mProblem = {};  // that of a request behind the end
+        mProblem = {};  // that of a request after the end
     }
     return known;
 }

@@ -20,7 +20,7 @@ class SoundReader {
     SoundReader(const kvx_hostkit::Clip& clip, int32_t streamID, const imFileInfoRec8& info,
                 TimeLimit& limit);
 
-    // Whether the importer can deliver this sound at all. GetProblem() tells why not. Call it
+    // Whether the importer can deliver this sound at all. GetProblem() says why not. Call it
     // first.
     bool Start();
 
@@ -29,7 +29,7 @@ class SoundReader {
     int64_t FindLength();
 
     // The next block: the number of frames in Planes(), 0 at the end or after a failure, which
-    // GetProblem() tells apart.
+    // GetProblem() distinguishes.
     size_t ReadBlock();
 
     // Up to `frames` frames, at most kBlockFrames, from any position: the number of those in
@@ -50,7 +50,7 @@ class SoundReader {
     static constexpr size_t kBlockFrames = 1 << 16;
 
   private:
-    // Outlives the reader when a call is left behind.
+    // Outlives the reader when a call is abandoned.
     struct Buffer {
         std::vector<float> samples;
         std::vector<float*> planes;

@@ -24,8 +24,8 @@ class SoundSource {
     // Samples of all channels that will come, unless the file changes.
     virtual uint64_t Frames() const = 0;
 
-    // The next block, of kBlockFrames or, as the last one, of fewer. Answers how many; 0 at the end
-    // and after a failure, which GetProblem() tells apart.
+    // The next block, of kBlockFrames or, as the last one, of fewer. Returns how many; 0 at the end
+    // and after a failure, which GetProblem() distinguishes.
     virtual size_t ReadBlock(std::vector<uint8_t>& block) = 0;
 
     virtual const Problem& GetProblem() const = 0;

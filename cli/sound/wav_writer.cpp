@@ -16,7 +16,7 @@ constexpr uint32_t kDs64Size = 28;
 constexpr uint16_t kFormatPcm = 1;
 constexpr uint16_t kFormatFloat = 3;
 constexpr uint16_t kFormatExtensible = 0xFFFE;
-// A format as the extensible form's identifier, behind its number: the rest of
+// A format as the extensible form's identifier, after its number: the rest of
 // 00000003-0000-0010-8000-00AA00389B71.
 constexpr uint8_t kIdentifierRest[14] = {0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80,
                                          0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
@@ -25,8 +25,8 @@ constexpr uint32_t kSpeakersStereo = 0x3;  // front left and right
 // Front left, right and centre, LFE, side left and right.
 constexpr uint32_t kSpeakers51 = 0x60F;
 
-// The broadcast extension, version 1 (EBU Tech 3285): the fields before and behind the ones that
-// are told.
+// The broadcast extension, version 1 (EBU Tech 3285): the fields before and after the ones that
+// are set.
 constexpr uint32_t kBextSize = 602;
 constexpr size_t kBextOriginator = 256;
 constexpr size_t kBextTimeReference = 338;

@@ -29,7 +29,7 @@ struct WavFormat {
 
 size_t BytesPerFrame(const WavFormat& format);
 
-// What stands before the samples of a file of `frames` frames. The size of the header does not
+// What precedes the samples of a file of `frames` frames. The size of the header does not
 // depend on `frames`: up to 4 GiB it is a RIFF file with a JUNK chunk in the place where a larger
 // one, an RF64 file, has its ds64 chunk of 64-bit sizes (EBU Tech 3306).
 std::vector<uint8_t> WavHeader(const WavFormat& format, uint64_t frames);
@@ -49,7 +49,7 @@ class WavWriter {
     // `interleaved` as the file has them.
     Problem Write(const void* interleaved, size_t frames);
 
-    // The file gets its name here. All the frames that the header tells of must have been written.
+    // The file gets its name here. All the frames that the header announces must have been written.
     Problem Finish();
 
   private:

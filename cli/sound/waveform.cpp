@@ -18,16 +18,16 @@ void Waveform::Add(const float* const* planes, size_t count) {
                         columns - 1);
     };
     const int64_t first = mPosition;
-    const int64_t behind = first + static_cast<int64_t>(count);
-    while (mPosition < behind) {
+    const int64_t past = first + static_cast<int64_t>(count);
+    while (mPosition < past) {
         // As many as lie in one column: about so many, then as rounding has it.
         const size_t column = columnOf(mPosition);
-        int64_t end = behind;
+        int64_t end = past;
         if (column + 1 < columns) {
             const double next = static_cast<double>(column + 1) / wide;
             end = static_cast<int64_t>(next * static_cast<double>(mFrames));
-            end = std::clamp(end, mPosition + 1, behind);
-            for (; end < behind && columnOf(end) == column; ++end) {
+            end = std::clamp(end, mPosition + 1, past);
+            for (; end < past && columnOf(end) == column; ++end) {
             }
             for (; end > mPosition + 1 && columnOf(end - 1) != column; --end) {
             }

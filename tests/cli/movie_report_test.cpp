@@ -78,7 +78,7 @@ TEST(CliMovieReport, WhatIsNotToldIsNotInvented) {
     stream.fieldType = prFieldsUnknown;
     stream.videoSampleSize = 0;
     const std::string report = MovieReport({stream}, {0x21212121});
-    EXPECT_THAT(report, HasSubstr("pixel aspect    not told\n"));
+    EXPECT_THAT(report, HasSubstr("pixel aspect    not stated\n"));
     EXPECT_THAT(report, HasSubstr("fields          unknown\n"));
     EXPECT_THAT(report, HasSubstr("rate            unknown\n"));
     EXPECT_THAT(report, HasSubstr("(0 frames)\n"));

@@ -38,7 +38,7 @@ TEST(CliTimeLimit, GoesOnAfterWorkThatRanOutOfMemory) {
     TimeLimit limit(kLong);
     EXPECT_FALSE(limit.Run([] { throw std::bad_alloc(); }));
     EXPECT_EQ(limit.Ask<int>([] { return 9; }), 9);
-    EXPECT_EQ(limit.Words(), "it did not answer within 3600 seconds");
+    EXPECT_EQ(limit.Words(), "it did not respond within 3600 seconds");
 }
 
 // Whichever of its allocations fails, threads that run are handed back, and none is left to itself.

@@ -183,7 +183,7 @@ TEST(EndToEndCommand, WrongUsageIsToldApart) {
 }
 
 TEST(EndToEndCommand, WrongUsageIsToldInOneLine) {
-    const std::string tail = " (`kvx --help` tells how it is used)\n";
+    const std::string tail = " (see `kvx --help`)\n";
     const struct {
         const char* arguments;
         const char* words;
@@ -231,7 +231,7 @@ TEST(EndToEndCommand, TellsItsVersionAndOfOneCommand) {
         EXPECT_EQ(RunCommand(other).output, help.output) << other;
         EXPECT_EQ(RunCommand(other).exitCode, 0) << other;
     }
-    EXPECT_THAT(RunCommand("help").output, HasSubstr("4 (check alone) imports, with warnings"));
+    EXPECT_THAT(RunCommand("help").output, HasSubstr("4 (check only) imports, with warnings"));
 }
 
 TEST(EndToEndCommand, HelpNamesTheSubcommands) {

@@ -491,7 +491,7 @@ TEST_F(EndToEndOutputs, AFileThatDoesNotAnswerIsLeftBehind) {
     const std::string module = std::string(" --timeout 1 --module ") + kvx_test::kSilentModule;
     const CommandRun info = RunCommand("info " + silent + " " + mFolder.File("other.mov") + module);
     EXPECT_EQ(info.exitCode, 3);
-    EXPECT_THAT(info.output, HasSubstr("it did not answer within 1 second\n"));
+    EXPECT_THAT(info.output, HasSubstr("it did not respond within 1 second\n"));
     EXPECT_THAT(info.output, HasSubstr(mFolder.File("other.mov")));
     for (const std::string& arguments :
          {"timecode " + silent, "audio " + silent + " -o " + mFolder.File("x.wav"),
@@ -499,7 +499,7 @@ TEST_F(EndToEndOutputs, AFileThatDoesNotAnswerIsLeftBehind) {
           "sheet " + silent + " -o " + mFolder.File("x.png")}) {
         const CommandRun run = RunCommand(arguments + module);
         EXPECT_EQ(run.exitCode, 3) << arguments;
-        EXPECT_EQ(run.output, "kvx: " + silent + ": it did not answer within 1 second\n");
+        EXPECT_EQ(run.output, "kvx: " + silent + ": it did not respond within 1 second\n");
     }
     EXPECT_EQ(Names(), (std::vector<std::string>{"other.mov", "silent.mov"}));
 }
