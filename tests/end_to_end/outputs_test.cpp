@@ -171,16 +171,13 @@ TEST_F(EndToEndOutputs, TellThatThereIsNotEnoughMemory) {
     if (kvx_test::IsUnderSanitizer()) {
         GTEST_SKIP() << "sanitizers take more addresses than there is memory";
     }
-    MovieRecipe recipe = SmallMovie();
-    const auto duration = recipe.tracks[0].headerDuration;
-    // 2 GiB a frame.
-    recipe.tracks[0] = kvx_test::VideoTrackRecipe({"2vuy", 32767, 32767, 24}, kFrameSize, kFrames);
-    recipe.tracks[0].headerDuration = duration;
-    const std::string movie = WriteMovie(mFolder, recipe);
+    // A list with one name of 400 MB.
+    const std::string list = mFolder.File("list");
+    std::ofstream(list).close();
+    fs::resize_file(list, uintmax_t{400} << 20);
     const std::vector<std::string> before = Names();
-    const AddressLimit limit(rlim_t{3} << 29);
-    const CommandRun run =
-        RunCommand("frames --y4m --range 0:1 " + movie + " -o " + mFolder.File("out.y4m"));
+    const AddressLimit limit(rlim_t{200} << 20);
+    const CommandRun run = RunCommand("check --files-from " + list);
     EXPECT_EQ(run.exitCode, 3);
     EXPECT_EQ(run.output, "kvx: there is not enough memory\n");
     EXPECT_EQ(Names(), before);
