@@ -11,7 +11,7 @@ setup_packages build sample tests
 setup_build release kvx_tests kvx_sweep_tests kvx_fault_tests
 
 failed=()
-for program in kvx_tests kvx_sweep_tests kvx_fault_tests; do
+for program in kvx_tests convert/kvx_sweep_tests kvx_fault_tests; do
     setup_say "complete sets of $program"
     "build/release/tests/$program" --gtest_also_run_disabled_tests --gtest_brief=1 \
         --gtest_filter='*DISABLED_*' "$@" || failed+=("$program")
