@@ -17,8 +17,8 @@
 #error "vectors are told in SSSE3 and in NEON of 64 bits"
 #endif
 
-// For what stands in the inner loops: the compiler's own judgement leaves calls in them, with all
-// registers saved and all constants loaded again.
+// For functions called in the inner loops: by its own judgement the compiler leaves calls there,
+// with all registers saved and all constants loaded again.
 #define KVX_ALWAYS_INLINE inline __attribute__((always_inline))
 
 // One of two expressions.
@@ -393,7 +393,7 @@ KVX_ALWAYS_INLINE Integers TakeDwords(Integers v) {
         neon::Of(__builtin_shufflevector(neon::Dwords(v), neon::Dwords(v), k0, k1, k2, k3)));
 }
 
-// Two of `low` and behind them two of `high`.
+// Two of `low` and after them two of `high`.
 template <int k0, int k1, int k2, int k3>
 KVX_ALWAYS_INLINE Integers TakeDwords(Integers low, Integers high) {
     return KVX_VECTOR_FORM(
@@ -466,7 +466,7 @@ KVX_ALWAYS_INLINE Floats InterleaveHighFloats(Floats a, Floats b) {
     return KVX_VECTOR_FORM(_mm_unpackhi_ps(a, b), vzip2q_f32(a, b));
 }
 
-// The lower or the upper two of `a` and behind them those of `b`.
+// The lower or the upper two of `a` and after them those of `b`.
 
 KVX_ALWAYS_INLINE Floats JoinLowFloats(Floats a, Floats b) {
     return KVX_VECTOR_FORM(_mm_movelh_ps(a, b), __builtin_shufflevector(a, b, 0, 1, 4, 5));
@@ -516,8 +516,8 @@ KVX_ALWAYS_INLINE Floats MaxFloats(Floats a, Floats b) {
     return KVX_VECTOR_FORM(_mm_max_ps(a, b), vbslq_f32(vcgtq_f32(a, b), a, b));
 }
 
-// What is no number is none in the result, but which one of them is the processor's: no operand in
-// the converters is one.
+// NaN operands give NaN, but which one depends on the processor: no operand in the converters is
+// one.
 
 KVX_ALWAYS_INLINE Floats MultiplyFloats(Floats a, Floats b) {
     return KVX_VECTOR_FORM(_mm_mul_ps(a, b), vmulq_f32(a, b));

@@ -113,7 +113,7 @@ long AsyncImportModule::InitiateAsyncRead(imSourceVideoRec* sourceVideo) {
         KVX_LOG("Failed to allocate a new ImportFrame object\n");
         return Core::kStatusNoMemory;
     }
-    // Whatever the host's suites do: a frame that is not on its way goes.
+    // Whatever the host's suites do, a frame that was not issued is released.
     Core::Hold makersReference(frame);
     status = frame->Init();
     if (Failed(status, "ImportFrame::Init")) {

@@ -22,7 +22,7 @@ class LeavingBuffers {
     void Add(char* memory);
     bool IsEmpty() const { return mCount == 0; }
 
-    // Gives all back on a thread of its own, if there can be one: not a moment of the caller's.
+    // Frees them all on a thread of its own if one can be started: the caller need not wait.
     void FreeElsewhere();
 
   private:
@@ -33,8 +33,8 @@ class LeavingBuffers {
     size_t mCount = 0;
 };
 
-// Buffers that are kept, the last that came on top. What lies at the bottom is what nobody has
-// asked for longest: it makes room, and it is what the system may take. No lock of its own.
+// Buffers that are kept, the most recent on top. The bottom one has gone unused longest: it makes
+// room for others, and it is what the system may take. Has no lock of its own.
 class BufferShelf {
   public:
     using Buffer = ReadBuffers::Buffer;

@@ -33,9 +33,9 @@ struct Destinations {
 // Those of an uncompressed or compressed source format that is offered; null for any other.
 const Destinations* FindDestinations(uint32_t source);
 
-// Whether frames of the source format can be asked for in the host's format. Wider than what can be
-// filled: compressed sources are taken although nothing decodes them, and formats that any source
-// is taken for are not checked against it.
+// Whether frames of the source format can be requested in the host's format. That is more than can
+// be filled: compressed sources are accepted although nothing decodes them, and formats that are
+// accepted for any source are not checked against it.
 bool IsDestination(uint32_t source, PrPixelFormat format);
 
 // Whether the host's format is the same bytes as the source format.

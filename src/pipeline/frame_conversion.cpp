@@ -15,7 +15,7 @@ namespace {
 
 using Core::LogSite;
 
-// To whoever reads the log, the choice of a road is a part of ImportFrame::Convert.
+// In the log, the choice of a path is a part of ImportFrame::Convert.
 constexpr const char* kConvert = "Convert";
 
 // The sample, all of which has been read.

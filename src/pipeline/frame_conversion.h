@@ -22,7 +22,7 @@ struct FrameConversion {
 };
 
 // Copies or converts. Nothing is read past what is available, nor written past the host's rows by a
-// copy in one piece. Compressed frames pass without a word: nothing decodes them, and the host gets
+// copy in one piece. Compressed frames are passed silently: nothing decodes them, and the host gets
 // the pixels as it made them. Returns 22 for a source format that is not known and for a sample too
 // small for its frame, otherwise the converter's status. Logs as "Convert".
 long CopyOrConvert(const FrameConversion& frame);

@@ -49,10 +49,10 @@ class ImportFrame : public Core::Lockable, public Core::Refcounted {
     void ReadCompleted(long status, void* arg);
 
     // Brings the bytes read into their final form, on a conversion thread, and ends the frame's
-    // road. The bytes go with that if nobody else holds the frame.
+    // path. The bytes are freed with that if nothing else holds the frame.
     long Convert();
 
-    // The end of every road: the frame goes to the cache, whatever the status.
+    // The end of every path: the frame goes to the cache, whatever the status.
     void ConvertCompleted(long status);
 
     // The source formats, by the four-character code of the track's sample description. An

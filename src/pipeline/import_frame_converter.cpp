@@ -57,7 +57,7 @@ void* ImportFrameConverter::WorkToDo() {
 namespace {
 
 // Nothing is thrown through a thread, whatever the conversion or the host does: the frame still
-// reaches the end of its road.
+// reaches the end of its path.
 long Convert(ImportFrame* frame) {
     try {
         return frame->Convert();

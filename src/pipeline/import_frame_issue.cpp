@@ -21,7 +21,7 @@ using Core::LogSite;
 
 namespace {
 
-// The steps of Issue log under its name: to whoever reads the log they are one operation.
+// The steps of Issue log under its name: in the log they are one operation.
 constexpr const char* kIssue = "Issue";
 
 bool IsPageAligned(long long value) {

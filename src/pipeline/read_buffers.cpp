@@ -22,7 +22,7 @@ pthread_mutex_t sLock = PTHREAD_MUTEX_INITIALIZER;
 BufferShelf sShelf;
 std::atomic<int> sKeepers{0};
 
-// Whoever cannot have the lock does without the shelf.
+// Without the lock, a call does without the shelf.
 bool Lock() {
     return !Failed(pthread_mutex_lock(&sLock), "pthread_mutex_lock");
 }
@@ -50,8 +50,8 @@ char* AllocateFresh(size_t size) {
     return memory;
 }
 
-// Puts a buffer on the shelf, or to those that leave: the last keeper counts itself out before it
-// takes the lock to clear the shelf. Returns a buffer that the system is to be offered next.
+// Puts a buffer on the shelf, or among those to be freed: the last keeper counts itself out before
+// it takes the lock to clear the shelf. Returns the buffer to offer to the system next.
 Buffer Keep(const Buffer& buffer, bool isOffered) {
     LeavingBuffers leaving;
     if (!Lock()) {

@@ -13,11 +13,11 @@ namespace KVX {
 // What is kept is bounded: kMostKept buffers, kMostBytesKept bytes in all, none below kLeastSize,
 // which the allocator keeps by itself; those that nobody has asked for longest make room. A host
 // asks for some thirty frames at once; of those that come back together all but kMostBytesHeld are
-// left to the system to take, should it run short of memory, and again those first that lie there
-// longest. Before memory is refused all that is kept goes back. And buffers are kept only as long
-// as somebody means to ask for frames, which a Keeper says: with the last one everything goes back,
-// on a thread of its own, and without one every buffer does as soon as it is freed. Any thread may
-// call anything at any time.
+// offered to the system, which may take them when it runs short of memory, again those first that
+// have gone unused longest. Before an allocation fails, all kept buffers are freed. And buffers are
+// kept only while a Keeper announces that frames will be asked for: when the last one goes all are
+// freed, on a thread of its own, and without one every buffer is freed at once. Any thread may call
+// anything at any time.
 class ReadBuffers {
   public:
     static constexpr size_t kMostKept = 64;

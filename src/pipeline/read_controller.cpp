@@ -90,8 +90,8 @@ void* ReadController::WorkToDo() {
 
 namespace {
 
-// The frame's road may end in here, and what the host does there is its own: nothing is thrown
-// through a thread.
+// The frame's path may end in here, where the host's suites are called: nothing they throw leaves
+// the thread.
 long Execute(ReadTicket* ticket) {
     ReadRequest* request = ticket->mRequest;
     try {

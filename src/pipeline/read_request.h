@@ -11,8 +11,8 @@ namespace KVX {
 
 class ReadRequest;
 
-// One slice of a request, read by one `pread`. Made by ReadRequest::GetReadTicket and deleted by
-// whoever ran it. The ticket holds no reference on its request; the read pool takes one for it.
+// One slice of a request, read by one `pread`. Made by ReadRequest::GetReadTicket, deleted by the
+// thread that ran it. It holds no reference on its request; the read pool takes one for it.
 struct ReadTicket {
     ReadRequest* mRequest;
     char* mBuffer;

@@ -31,7 +31,7 @@ class AudioTrack : public Track {
     // outside their atom; or what Track::Init returns.
     //
     // A version 1 description that tells neither frame size nor channels, and an "esds" of 4 GiB or
-    // more, leave a log line and a track without tables, and answer 0.
+    // more, leave a log line and a track without tables, and return 0.
     long Init(const std::string& path, Atom* moovAtom, Atom* trakAtom) override;
 
     // A track for the caller to delete, or null after a log line. `path` is the movie's.

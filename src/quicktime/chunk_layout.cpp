@@ -24,7 +24,7 @@ class EqualSizes {
   public:
     explicit EqualSizes(unsigned int size) : mSize(size) {}
 
-    // Passes the samples of a chunk, which lie back to back from the place's position on. Answers
+    // Passes the samples of a chunk, which lie back to back from the place's position on. Returns
     // 0, or 22 after a log line.
     long Pass(long long count, Place& place) {
         // The format's sizes are 32 bits wide, and so is a chunk's.
@@ -53,7 +53,7 @@ class TableSizes {
         mRuns.Expect(static_cast<size_t>(mKept));
     }
 
-    // As EqualSizes has it.
+    // As in EqualSizes.
     long Pass(long long count, Place& place) {
         if (count > mHeld - place.sample) {
             return Refuse(count, place.sample);
@@ -150,7 +150,7 @@ class ChunkWalk {
         return status;
     }
 
-    // Behind the last chunk.
+    // After the last chunk.
     Place End() const { return {mEnd.sample, mMap.empty() ? 0 : mEnd.position}; }
 
   private:

@@ -69,7 +69,7 @@ void ReleaseString(CFStringRef string) {
 }
 
 // Replaces `path` by the path that the alias record of a "dref" entry holds. The record is
-// believed: nobody looks whether its target is there, or has moved. Logs in the name of its caller.
+// trusted: its target may be missing or have moved. Logs in the name of its caller.
 long ReadAlias(AtomFields& entry, std::string& path, Core::LogSite site = Core::LogSite::Here()) {
     const char* const record = entry.Bytes(kAliasRecord, 0);
     if (record == nullptr) {

@@ -38,7 +38,7 @@ long Track::SetEditList(Atom* trakAtom) {
         const int32_t count = editList.Signed32(kCountOffset);
         if (count > 0) {
             // The count only tells that there are entries; the atom's length tells how many. Bytes
-            // that are left behind the last whole entry are padding.
+            // that are left after the last whole entry are padding.
             mEditRates.Reserve(static_cast<size_t>(editList.Length() / kEntrySize));
             long long elapsed = 0;
             uint64_t offset = kEntriesOffset;

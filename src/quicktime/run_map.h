@@ -57,8 +57,8 @@ struct TableAllocator {
 };
 
 // An ordered map from the first sample or time of a run to what is known about the run. A file
-// states its runs in order, and nothing changes after the movie is read, so the entries stand in
-// one sorted array: a movie of 400,000 runs is appended in a millisecond or two and takes 16 or 24
+// states its runs in order, and nothing changes after the movie is read, so the entries are in one
+// sorted array: a movie of 400,000 runs is appended in a millisecond or two and takes 16 or 24
 // bytes a run. Reads like std::map.
 template <typename Value>
 class RunMap {

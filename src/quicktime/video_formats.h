@@ -6,8 +6,8 @@ namespace KVX::QT {
 
 enum class VideoFamily { kUnknown, kUncompressed, kDpx, kDVCPro, kProRes, kJpeg, kH264 };
 
-// What is known of a sample description's four-character code, and all that is: whoever treats
-// video formats differently asks here.
+// All that is known about a sample description's four-character code: code that treats video
+// formats differently looks here.
 struct VideoFormat {
     // For frames of this size, as descriptions have it, pixels across that are really stored.
     struct StoredWidth {

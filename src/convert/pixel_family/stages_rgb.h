@@ -9,7 +9,7 @@ namespace KVX::PixelConversion {
 
 // Options of stages. Each has one value so far.
 using PrecisionFlag = int;    // 0: levels are truncated
-using PixelCenterFlag = int;  // 0: chroma stands at the even pixels
+using PixelCenterFlag = int;  // 0: chroma is sited at the even pixels
 
 namespace details {
 

@@ -17,7 +17,7 @@ struct FormatRoutines {
     Routine* mVectorMisSrc;  // for a misaligned source and an aligned destination
 };
 
-// Answers null for a format that is not in the table.
+// Returns null for a format that is not in the table.
 template <typename Routine, size_t kCount>
 Routine* PickRoutine(const FormatRoutines<Routine> (&table)[kCount], int pixelFormat,
                      ConversionMode mode, Alignment alignment) {

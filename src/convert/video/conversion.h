@@ -22,7 +22,7 @@ enum ColourSpace : int {
 enum ConversionMode : int {
     kConversionModeAuto = 0,    // vector code; scalar code, and a log line, where alignment forbids
     kConversionModeScalar = 1,  // scalar code, silently
-    kConversionModeVector = 2,  // vector code with no test: the caller answers for alignment
+    kConversionModeVector = 2,  // vector code with no test: the caller ensures alignment
 };
 
 // The widest frame that is taken for standard definition, in pixels.

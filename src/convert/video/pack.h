@@ -2,8 +2,8 @@
 // uyvy and v210 share.
 //
 // A run of four pixels is two pairs in eight 16-bit words, U Y0 V Y1 U Y0 V Y1, less their black
-// and neutral levels. The sums that the matrix makes of them stand in 32 bits and count 64 units to
-// an 8-bit level.
+// and neutral levels. The sums that the matrix makes of them are 32-bit numbers; 64 units are an
+// 8-bit level.
 #pragma once
 
 #include "convert/video/conversion.h"

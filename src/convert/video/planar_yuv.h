@@ -2,9 +2,9 @@
 // those of pack.h to the bit, at less than half the instructions.
 //
 // The gain is in 16-bit arithmetic on planes. A product of a sample at the top of its word and a
-// coefficient is had in two halves; its high half is the product truncated as the sums want it.
-// Where luma and chroma are truncated together, the carry out of the two low halves makes good for
-// having truncated them apart.
+// coefficient is computed in two halves; its high half is the product, truncated as the sums need
+// it. Where luma and chroma are to be truncated together, the carry out of the two low halves
+// corrects for having truncated them separately.
 #pragma once
 
 #include <cstddef>

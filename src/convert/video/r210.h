@@ -8,24 +8,23 @@ namespace KVX::Converter::Video {
 
 class r210 {
   public:
-    // Makes the tables ready for a host format: PrPixelFormat_BGRA_4444_8u, 16u or 32f. The V210
-    // formats need none and are let through. Safe from several threads; once the tables stand they
-    // stay until the process ends. Answers 0, 22 for any other format, or 12 when a table could not
-    // be allocated: those that could stay set, and the next call starts all four anew.
+    // Builds the tables for a host format: PrPixelFormat_BGRA_4444_8u, 16u or 32f. The V210
+    // formats need none and are accepted. Safe from several threads; once built, the tables exist
+    // until the process ends. Returns 0, 22 for any other format, or 12 if a table could not be
+    // allocated: those that could be stay set, and the next call starts again with all four.
     static long Init(int pixelFormat);
 
-    // Converts a frame to one of the BGRA formats, turning it over, or to one of the V210 formats,
-    // row by row as it stands. V210 has vector code alone, whatever the mode, and asks for an
-    // aligned destination. Row bytes may be negative. Whole steps of 8 pixels (BGRA) or 24 (V210)
-    // are read and written by vector code, past the width where need be. Answers 0, 12 or 22 (a
-    // format that cannot be made, or V210 to a misaligned destination); then nothing has been
-    // written.
+    // Converts a frame to one of the BGRA formats and flips it, or to one of the V210 formats
+    // without flipping. V210 has only vector code, whatever the mode, and requires an aligned
+    // destination. Row bytes may be negative. Vector code reads and writes whole steps of 8 pixels
+    // (BGRA) or 24 (V210), past the width if necessary. Returns 0; or, without writing anything,
+    // 12, or 22 for a format that cannot be made and for V210 with a misaligned destination.
     static long ConvertTo(const char* src, int srcRowBytes, int dstPixelFormat, char* dst,
                           int dstRowBytes, int width, int height, ColourSpace colourSpace,
                           ConversionMode mode);
 
-    // The way back: `src` is one of the BGRA formats, `dst` r210. The colour space plays no part.
-    // The V210 formats answer 0 and write nothing.
+    // The reverse: `src` is one of the BGRA formats, `dst` r210. The colour space is not used. For
+    // the V210 formats it returns 0 and writes nothing.
     static long CreateFrom(const char* src, int srcRowBytes, int srcPixelFormat, char* dst,
                            int dstRowBytes, int width, int height, ColourSpace colourSpace,
                            ConversionMode mode);
@@ -43,7 +42,7 @@ class r210 {
     static void VectorConvertTo32f(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                                    int width, int height);
 
-    // 24 pixels a step, whole steps. Answer 0.
+    // 24 pixels a step, whole steps. They return 0.
     static long VectorConvertToV210(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                                     int width, int height, TransformMatrix* matrix);
     static long VectorConvertToV210MisSrc(const char* src, int srcRowBytes, char* dst,
@@ -64,7 +63,7 @@ class r210 {
 
     // Scalar code, for T = unsigned char, unsigned short and float: exactly `width` pixels a row,
     // at any alignment. Full scale comes out one level higher than from vector code. `lut` is the
-    // component table for T; CreateFrom reads sR210LUT, so Init has to have gone before.
+    // component table for T; CreateFrom reads sR210LUT, so Init must have succeeded before.
     template <typename T>
     static void ScalarConvertTo(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                                 int width, int height, T* lut);

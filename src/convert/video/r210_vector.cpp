@@ -119,7 +119,7 @@ struct To16u {
     static constexpr int kBytesPerPixel = 8;
 
     // t x 37 + t / 4 + t / 8 + t / 32, each quotient truncated, from t x 64. The first two terms
-    // are t x 149 / 4 truncated once, the last two (t / 8) x 5 / 4. A is had as 0x7FFF and 1.
+    // are t x 149 / 4 truncated once, the last two (t / 8) x 5 / 4. A is made as 0x7FFF plus 1.
     template <typename Source>
     static KVX_ALWAYS_INLINE void Convert(const char* from, char* to) {
         const auto levels = LoadLevelsTimes64<Source>(from);

@@ -116,7 +116,7 @@ struct WideArithmetic {
     // From means of each pixel with the one to its left.
     static KVX_ALWAYS_INLINE Integers ChromaOfR(Integers means,
                                                 const RGBToYUVCoefficients& coefficients) {
-        // R stands in the even words; what is in the odd ones meets a coefficient of 0.
+        // R is in the even words; what is in the odd ones is multiplied by 0.
         const Integers r = Mean(means, ShiftUnsignedDwordsRight<16>(means));
         return TakeTurns(
             PackDwordsToWords(ShiftDwordsRight<15>(MultiplyAddWords(r, coefficients.mCbFromR)),
@@ -130,9 +130,9 @@ struct WideArithmetic {
     }
 };
 
-// Words of 14 bits whose two lowest bits are clear: both means that the filter takes are whole. A
-// product of R doubled is had shifted by 15, if it is not negative where it makes luma. With B and
-// G doubled as well, their sums stand in the upper halves of double words, as words.
+// Words of 14 bits whose two lowest bits are clear: both means that the filter takes are exact. The
+// high half of a product with R doubled is the product shifted by 15, if luma's coefficient is not
+// negative. With B and G doubled as well, their sums are in the upper halves of double words.
 struct NarrowArithmetic {
     static constexpr int kBGFactor = 2;
 

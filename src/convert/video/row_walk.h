@@ -21,10 +21,10 @@ void WalkRowsFlipped(const char* src, ptrdiff_t srcRowBytes, char* dst, ptrdiff_
     }
 }
 
-// Rows in the order that `visit(source row, destination row)` may take them for speed. A row that
-// stays inside its own row bytes can be converted at any time, and then the source is read as it
-// rises in memory, which is what prefetching is good at: the other way round takes twice as long. A
-// row that spills over its end has to go before the one that it spills into.
+// Calls `visit(source row, destination row)` for all rows, in the fastest order that is allowed.
+// Rows that stay inside their own row bytes can be converted in any order: then the source is read
+// upward in memory, which suits the prefetchers; downward takes twice as long. A row that is
+// written past its end has to be converted before the one that this overwrites.
 template <typename Visit>
 void VisitRowsFlipped(ptrdiff_t srcRowBytes, ptrdiff_t dstRowBytes, int height,
                       ptrdiff_t bytesWrittenPerRow, Visit visit) {
@@ -68,10 +68,10 @@ struct GroupLayout {
 // The largest group in use: 24 pixels of four floats.
 constexpr int kLargestGroupBytes = 24 * 16;
 
-// Turns a frame over with `convertGroups(src, dst, count)` for runs of whole groups, and writes
-// nothing past the last row. All other rows may spill over their end: rows rise in memory, and the
-// row that is spilled into is written afterwards. The remainder of the last row goes by a block on
-// the stack. A width or height below 1 does nothing.
+// Flips a frame with `convertGroups(src, dst, count)` for runs of whole groups, and writes nothing
+// past the last row. All other rows may be written past their end: rows ascend in memory, and the
+// row that is overwritten is converted afterwards. The remainder of the last row is converted in a
+// block on the stack. A width or height below 1 does nothing.
 template <typename ConvertGroups>
 void WalkRowsWithinFrame(const char* src, ptrdiff_t srcRowBytes, char* dst, ptrdiff_t dstRowBytes,
                          int width, int height, const GroupLayout& layout,

@@ -8,17 +8,17 @@ namespace KVX::Converter::Video {
 
 class uyvy {
   public:
-    // Converts a frame to one of the BGRA formats, turning it over; both pixels of a pair take the
+    // Converts a frame to one of the BGRA formats and flips it; both pixels of a pair get the
     // pair's own chroma. Row bytes may be negative. Vector code reads and writes whole steps of 16
-    // pixels, past the width where need be, scalar code whole pairs. Answers 0, or 22 for any other
-    // format, when nothing has been written.
+    // pixels, past the width if necessary, scalar code whole pairs. Returns 0, or 22 without
+    // writing anything for any other format.
     static long ConvertTo(const char* src, int srcRowBytes, int dstPixelFormat, char* dst,
                           int dstRowBytes, int width, int height, ColourSpace colourSpace,
                           ConversionMode mode);
 
-    // The way back: `src` is one of the BGRA formats, `dst` 4:2:2 with chroma filtered to the even
-    // pixels. Vector code works in steps of 24 pixels but writes nothing past the last row; the
-    // remainder of that row in a width that is no multiple of 24 does not come from its own pixels.
+    // The reverse: `src` is one of the BGRA formats, `dst` 4:2:2 with chroma filtered to the even
+    // pixels. Vector code works in steps of 24 pixels but writes nothing past the last row; if the
+    // width is no multiple of 24, the remainder of that row is not made from its own pixels.
     static long CreateFrom(const char* src, int srcRowBytes, int srcPixelFormat, char* dst,
                            int dstRowBytes, int width, int height, ColourSpace colourSpace,
                            ConversionMode mode);
@@ -46,7 +46,7 @@ class uyvy {
                                     int width, int height, TransformMatrix* matrix);
 
     // Scalar code, for T = unsigned char, unsigned short and float: pairs of pixels, at any
-    // alignment, so that an odd width takes one pixel more.
+    // alignment, so that an odd width includes one pixel more.
     template <typename T>
     static void ScalarConvertTo(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                                 int width, int height, TransformMatrix* matrix);

@@ -90,8 +90,8 @@ void ConvertToBGRA(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
     }
 }
 
-// The remainder of the last row is taken from four times its true offset: other pixels of the
-// frame than its own. Known, and kept as it is.
+// The remainder of the last row is read at four times its true offset, from other pixels of the
+// frame. Frames made so exist, and this stays.
 constexpr int kRemainderOffsetFactor = 4;
 
 template <typename Source>

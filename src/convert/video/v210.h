@@ -9,23 +9,23 @@ namespace KVX::Converter::Video {
 
 class v210 {
   public:
-    // Converts a frame to one of the BGRA formats, turning it over; both pixels of a pair take the
+    // Converts a frame to one of the BGRA formats and flips it; both pixels of a pair get the
     // pair's own chroma. A destination with negative row bytes is first taken as the same memory
     // walked upward from its lowest row. Vector code reads whole groups of 24 pixels and writes
     // them past the width in all rows but the last, scalar code whole groups of six in every row.
-    // Answers 0, or 22 for any other format, when nothing has been written.
+    // Returns 0, or 22 without writing anything for any other format.
     static long ConvertTo(const char* src, int srcRowBytes, int dstPixelFormat, char* dst,
                           int dstRowBytes, int width, int height, ColourSpace colourSpace,
                           ConversionMode mode);
 
-    // The way back: `src` is one of the BGRA formats, `dst` v210 with chroma filtered to the even
+    // The reverse: `src` is one of the BGRA formats, `dst` v210 with chroma filtered to the even
     // pixels. Whole groups of 24 pixels (vector) or six (scalar) are read and written in every row.
     static long CreateFrom(const char* src, int srcRowBytes, int srcPixelFormat, char* dst,
                            int dstRowBytes, int width, int height, ColourSpace colourSpace,
                            ConversionMode mode);
 
-    // Vector code. Destinations are aligned to 16 bytes, pointer and row bytes; sources may lie
-    // anywhere.
+    // Vector code. Destinations are aligned to 16 bytes, pointer and row bytes; sources may have
+    // any alignment.
     static void VectorConvertTo8u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
                                   int width, int height, TransformMatrix* matrix);
     static void VectorConvertTo16u(const char* src, int srcRowBytes, char* dst, int dstRowBytes,

@@ -16,8 +16,8 @@ constexpr int kGroupBytes = 64;
 
 using Coefficients = YUVToRGBCoefficients<10>;
 
-// Two pairs of pixels as U Y0 V Y1 U Y0 V Y1, less their black. A sample stands in the low, middle
-// or high third of its 32-bit word; the two bytes that hold it are shuffled into place and moved to
+// Two pairs of pixels as U Y0 V Y1 U Y0 V Y1, less their black. A sample is in the low, middle or
+// high third of its 32-bit word; the two bytes that hold it are shuffled into place and moved to
 // the top of a 16-bit word, which pushes out what is above it, and back.
 KVX_ALWAYS_INLINE Integers TakeRun(Integers words, Integers bytes, Integers factors) {
     const Integers atTop = MultiplyWordsLow(ShuffleBytes(words, bytes), factors);

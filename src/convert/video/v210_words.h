@@ -8,7 +8,7 @@
 
 namespace KVX::Converter::Video {
 
-// Factors of the sample kFirst of a run and the seven behind it, from those of six samples.
+// Factors of the sample kFirst of a run and the seven after it, from those of six samples.
 template <int kFirst>
 KVX_ALWAYS_INLINE Integers Repeat(const short (&six)[6]) {
     return MakeWords(six[kFirst % 6], six[(kFirst + 1) % 6], six[(kFirst + 2) % 6],

@@ -15,7 +15,7 @@ enum class YUVDirection { kToHost, kFromHost };
 struct YUVConversion {
     YUVDirection mDirection;
     const char* mFileLayout;  // in quotes, as revert lines have it
-    // Whether destination rows that fall in memory are turned into the same rows rising.
+    // Whether a destination with negative row bytes is walked upward from its lowest row instead.
     bool mNeedsRisingRows;
     FormatRoutines<YUVRoutine> mRoutines[3];  // for each of the BGRA formats
 };
@@ -29,8 +29,8 @@ struct YUVFrame {
     int mHeight;
 };
 
-// Converts with what fits the host's format, the mode and the alignment, reverting to scalar code
-// with a line where that must be. Answers 0, or refuses an unknown format with 22.
+// Converts with the routine that suits the host's format, the mode and the alignment; reverts to
+// scalar code with a log line where necessary. Returns 0, or 22 for an unknown format.
 long ConvertYUV(const YUVConversion& conversion, const YUVFrame& frame, int hostFormat,
                 ColourSpace colourSpace, ConversionMode mode);
 
