@@ -6,6 +6,7 @@
 #include "hostkit/record_block.h"
 #include "quicktime/movie.h"
 #include "quicktime/timecode_track.h"
+#include "support/replaced_call.h"
 
 // What SetTimeInfo8 made of the text shows in what it passes on: the movie refuses it all.
 namespace {
@@ -25,20 +26,17 @@ Passed sPassed = {};
 
 }  // namespace
 
-// The names by which the linker leads calls of KVX::QT::Movie::SetTimecode through here.
 extern "C" {
 
-long __real__ZN3KVX2QT5Movie11SetTimecodeEiiiibll(KVX::QT::Movie* movie, int hours, int minutes,
-                                                  int seconds, int frames, bool dropFrame,
-                                                  long timeScale, long frameDuration);
+kvx_test::CalledLike<&KVX::QT::Movie::SetTimecode> kvx_true_SetTimecode;
+kvx_test::CalledLike<&KVX::QT::Movie::SetTimecode> kvx_instead_of_SetTimecode;
 
-long __wrap__ZN3KVX2QT5Movie11SetTimecodeEiiiibll(KVX::QT::Movie* movie, int hours, int minutes,
-                                                  int seconds, int frames, bool dropFrame,
-                                                  long timeScale, long frameDuration) {
+long kvx_instead_of_SetTimecode(KVX::QT::Movie* movie, int hours, int minutes, int seconds,
+                                int frames, bool dropFrame, long timeScale, long frameDuration) {
     sPassed = {sPassed.calls + 1, hours,     minutes,      seconds, frames,
                dropFrame,         timeScale, frameDuration};
-    return __real__ZN3KVX2QT5Movie11SetTimecodeEiiiibll(movie, hours, minutes, seconds, frames,
-                                                        dropFrame, timeScale, frameDuration);
+    return kvx_true_SetTimecode(movie, hours, minutes, seconds, frames, dropFrame, timeScale,
+                                frameDuration);
 }
 }
 

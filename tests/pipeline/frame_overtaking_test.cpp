@@ -6,6 +6,7 @@
 
 #include "pipeline/frame_test.h"
 #include "pipeline/read_controller.h"
+#include "support/replaced_call.h"
 
 namespace {
 
@@ -16,7 +17,7 @@ using kvx_test::kPageUYVY;
 using kvx_test::MovieOfPicture;
 using kvx_test::ReferencesTo;
 
-// What stands between the frame and the pool.
+// Between the frame and the pool.
 std::atomic<bool> sWaitsForTheEnd{false};
 std::atomic<int> sReferencesAtTheEnd{0};
 
@@ -31,16 +32,13 @@ void WaitForTheEnd(ReadRequest* request) {
 
 }  // namespace
 
-// KVX::ReadController::AddRequest(KVX::ReadRequest*): the linker leads the frame's call here.
 extern "C" {
 
-long __real__ZN3KVX14ReadController10AddRequestEPNS_11ReadRequestE(KVX::ReadController* pool,
-                                                                   ReadRequest* request);
+kvx_test::CalledLike<&KVX::ReadController::AddRequest> kvx_true_AddRequest;
+kvx_test::CalledLike<&KVX::ReadController::AddRequest> kvx_instead_of_AddRequest;
 
-long __wrap__ZN3KVX14ReadController10AddRequestEPNS_11ReadRequestE(KVX::ReadController* pool,
-                                                                   ReadRequest* request) {
-    const long status =
-        __real__ZN3KVX14ReadController10AddRequestEPNS_11ReadRequestE(pool, request);
+long kvx_instead_of_AddRequest(KVX::ReadController* pool, ReadRequest* request) {
+    const long status = kvx_true_AddRequest(pool, request);
     if (sWaitsForTheEnd) {
         WaitForTheEnd(request);
     }

@@ -1,8 +1,9 @@
-// Every layout that a frame asks the row bytes of has some: the linker leads the frame's question
-// here, so that the answer can be a failure all the same.
+// Every layout that a frame asks the row bytes of has some: the frame's call is led here, so that
+// it can fail all the same.
 #include <gtest/gtest.h>
 
 #include "pipeline/frame_test.h"
+#include "support/replaced_call.h"
 
 namespace {
 
@@ -17,18 +18,14 @@ long sRowBytesStatus = 0;
 
 }  // namespace
 
-// KVX::ImportFrame::GetUncompressedRowBytes(KVX::QT::VideoTrack*, long&)
 extern "C" {
 
-long __real__ZN3KVX11ImportFrame23GetUncompressedRowBytesEPNS_2QT10VideoTrackERl(
-    VideoTrack* videoTrack, long& rowBytes);
+kvx_test::CalledLike<&ImportFrame::GetUncompressedRowBytes> kvx_true_GetUncompressedRowBytes;
+kvx_test::CalledLike<&ImportFrame::GetUncompressedRowBytes> kvx_instead_of_GetUncompressedRowBytes;
 
-long __wrap__ZN3KVX11ImportFrame23GetUncompressedRowBytesEPNS_2QT10VideoTrackERl(
-    VideoTrack* videoTrack, long& rowBytes) {
-    return sRowBytesStatus != 0
-               ? sRowBytesStatus
-               : __real__ZN3KVX11ImportFrame23GetUncompressedRowBytesEPNS_2QT10VideoTrackERl(
-                     videoTrack, rowBytes);
+long kvx_instead_of_GetUncompressedRowBytes(VideoTrack* videoTrack, long& rowBytes) {
+    return sRowBytesStatus != 0 ? sRowBytesStatus
+                                : kvx_true_GetUncompressedRowBytes(videoTrack, rowBytes);
 }
 }
 

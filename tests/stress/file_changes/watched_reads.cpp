@@ -11,6 +11,7 @@
 
 #include "pipeline/read_controller.h"
 #include "support/entries_under_test.h"
+#include "support/replaced_call.h"
 
 namespace kvx_stress {
 
@@ -150,12 +151,10 @@ __attribute__((visibility("default"))) ssize_t pread(int descriptor, void* buffe
     return result;
 }
 
-// KVX::ReadController::AddRequest(KVX::ReadRequest*)
-long __real__ZN3KVX14ReadController10AddRequestEPNS_11ReadRequestE(KVX::ReadController* pool,
-                                                                   KVX::ReadRequest* request);
+kvx_test::CalledLike<&KVX::ReadController::AddRequest> kvx_true_AddRequest;
+kvx_test::CalledLike<&KVX::ReadController::AddRequest> kvx_instead_of_AddRequest;
 
-long __wrap__ZN3KVX14ReadController10AddRequestEPNS_11ReadRequestE(KVX::ReadController* pool,
-                                                                   KVX::ReadRequest* request) {
+long kvx_instead_of_AddRequest(KVX::ReadController* pool, KVX::ReadRequest* request) {
     using namespace kvx_stress;
     if (WatchedFrame* const watched = sAsking) {
         request->Retain();
@@ -166,6 +165,6 @@ long __wrap__ZN3KVX14ReadController10AddRequestEPNS_11ReadRequestE(KVX::ReadCont
         watched->end.store(begin + static_cast<uintptr_t>(request->mBufferSize), kRelaxed);
         watched->begin.store(begin, kRelaxed);
     }
-    return __real__ZN3KVX14ReadController10AddRequestEPNS_11ReadRequestE(pool, request);
+    return kvx_true_AddRequest(pool, request);
 }
 }
