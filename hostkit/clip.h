@@ -44,7 +44,7 @@ class Clip {
     long GetInfo(int32_t index, imFileInfoRec8* info) const;
 
     // All streams, from index 0 for as long as the importer says that there are more. `result`
-    // takes the last answer: imNoErr when all went well.
+    // takes the last call's result: imNoErr when all went well.
     std::vector<imFileInfoRec8> Streams(long* result = nullptr) const;
 
     long GetPixelFormat(int index, PrPixelFormat* format) const;

@@ -17,15 +17,15 @@
 namespace kvx_hostkit {
 
 // The host's frame cache and its suite. It holds the frames that importers add, finds them again,
-// and lets go of the oldest when it is full. One at a time, beside the Host and its PixelBuffers.
+// and releases the oldest when it is full. One at a time, beside the Host and its PixelBuffers.
 class FrameCache {
   public:
     static constexpr size_t kUnbounded = static_cast<size_t>(-1);
 
-    // Offers its suite on `host`. Holds up to `capacity` frames; 0 lets go of each at once.
+    // Offers its suite on `host`. Holds up to `capacity` frames; with 0 it releases each at once.
     explicit FrameCache(Host& host, size_t capacity = kUnbounded);
 
-    // Lets go of all frames.
+    // Releases all frames.
     ~FrameCache();
 
     FrameCache(const FrameCache&) = delete;
@@ -37,7 +37,7 @@ class FrameCache {
     bool WaitForFrame(int32_t importerID, int32_t frameIndex, std::chrono::milliseconds limit,
                       int additions = 1);
 
-    // Waits until `additions` frames of whatever file and index have been added in all.
+    // Waits until `additions` frames of any file and index have been added in all.
     bool WaitForAdditions(int additions, std::chrono::milliseconds limit);
 
     // Takes the newest frame of that index out of the cache, with the cache's hold on it: the
@@ -48,7 +48,7 @@ class FrameCache {
     int Additions() const;
     size_t Size() const;
 
-    // Lets go of all frames and forgets what was added.
+    // Releases all frames and forgets what was added.
     void Forget();
 
     SuiteFaults faults;  // AddFrameToCache, GetFrameFromCache

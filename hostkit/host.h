@@ -54,7 +54,7 @@ class Host {
     // Offers `suite`, which must last as long as the process, under a name and version.
     void AddSuite(const std::string& name, int32_t version, const void* suite);
 
-    // Lets every acquisition of a suite return `status`; 0 ends that.
+    // Makes every acquisition of a suite return `status`; 0 ends that.
     void FailAcquisition(const std::string& name, int32_t status);
 
     int AcquisitionCount(const std::string& name, int32_t version) const;

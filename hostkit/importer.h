@@ -14,7 +14,7 @@ class Importer {
     // Both must outlive the importer.
     Importer(Host& host, const EntryPoints& entries) : mHost(&host), mEntries(entries) {}
 
-    // Any selector, with whatever the two parameters are for it.
+    // Any selector, with the two parameters that it takes.
     long Call(int selector, long param1, long param2) const;
     long Call(int selector, const void* param1, const void* param2) const;
     long CallAsync(int selector, void* record) const;

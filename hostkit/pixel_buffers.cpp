@@ -273,7 +273,7 @@ int32_t PixelBuffers::SuiteCreateCustomPPix(PPixHand* ppix, int32_t, PrPixelForm
 int32_t PixelBuffers::SuiteDispose(PPixHand ppix) {
     const Published<PixelBuffers>::Call buffers;
     const int32_t fault = !buffers ? 0 : buffers->faults.Count("Dispose");
-    // A host that reports a failure here has let go all the same.
+    // A host that reports a failure here has released the buffer all the same.
     Dispose(ppix);
     return fault;
 }

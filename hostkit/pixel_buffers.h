@@ -22,7 +22,7 @@ struct PixelBufferSettings {
     int rowBytesMultiple = 1;
     int extraRowBytes = 0;  // added to each row before the rounding
     RowOrder rows = RowOrder::kRising;
-    // Behind the last row, for code that finishes its last vector; then come the guard bytes.
+    // After the last row, for code that finishes its last vector; then come the guard bytes.
     size_t slackBytes = 512;
     size_t guardBytes = 64;  // before the pixels and after the slack
     bool fills = true;       // new pixels hold kFreshPixel

@@ -35,13 +35,13 @@ class Published {
         state.left.wait(lock, [&] { return state.calls == 0; });
     }
 
-    // What calls are counted under, for whoever watches locks and conditions from outside.
+    // The lock and condition that the count of calls uses, for tests that watch those from outside.
     static std::pair<const std::mutex*, const std::condition_variable*> Counting() {
         const State& state = TheState();
         return {&state.lock, &state.left};
     }
 
-    // For whoever knows by other means that it stays.
+    // For callers that know by other means that the object stays.
     static Object* Get() {
         State& state = TheState();
         const std::lock_guard<std::mutex> lock(state.lock);

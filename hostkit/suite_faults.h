@@ -12,12 +12,12 @@ namespace kvx_hostkit {
 // threads.
 class SuiteFaults {
   public:
-    // Lets call number `call` (from 1, counted from now) of the suite function `name`, and with
-    // `fromThenOn` every later one, answer `status`.
+    // Makes call number `call` (from 1, counted from now) of the suite function `name`, and with
+    // `fromThenOn` every later one, return `status`.
     void FailAt(const std::string& name, int call, int32_t status, bool fromThenOn = false);
 
-    // Lets call number `call` of `name`, and with `fromThenOn` every later one, run `action` on the
-    // calling thread before anything else. It may take its time, or throw.
+    // Makes call number `call` of `name`, and with `fromThenOn` every later one, run `action` on
+    // the calling thread before anything else. It may take its time, or throw.
     void RunAt(const std::string& name, int call, std::function<void()> action,
                bool fromThenOn = false);
 
@@ -29,7 +29,7 @@ class SuiteFaults {
 
     int Calls(const std::string& name) const;
 
-    // Calls of `name` that have answered an ordered status.
+    // Calls of `name` that have returned an ordered status.
     int Failures(const std::string& name) const;
 
   private:

@@ -11,7 +11,7 @@ namespace KVX::Core {
 }  // namespace KVX::Core
 
 // For what only this code can break: files and hosts get a status. The condition must
-// have no effects; it is compiled everywhere and looked at only where KVX_ASSERTS is defined.
+// have no effects; it is compiled everywhere and evaluated only where KVX_ASSERTS is defined.
 #if defined(KVX_ASSERTS)
 #define KVX_ASSERT(condition) \
     ((condition) ? void() : ::KVX::Core::AssertionFailed(#condition, {__func__, __LINE__}))

@@ -17,7 +17,7 @@ class Hold {
     Hold(const Hold&) = delete;
     Hold& operator=(const Hold&) = delete;
 
-    // Somebody else drops the reference, or has dropped it.
+    // The reference is dropped elsewhere, or has been.
     void Forget() { mObject = nullptr; }
 
   private:

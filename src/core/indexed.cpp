@@ -9,7 +9,7 @@ namespace KVX::Core {
 
 namespace {
 
-// Without destructors, so that they can be looked at for as long as there is a process.
+// Without destructors, so that they can be read for as long as there is a process.
 std::atomic<bool> sTableHasEnded{false};
 std::atomic<int> sTableUses{0};
 

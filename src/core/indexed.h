@@ -24,9 +24,9 @@ class Indexed {
     Indexed(const Indexed&) = delete;
     Indexed& operator=(const Indexed&) = delete;
 
-    // Registers the object, to be called when it is fully made. An object that stood under the same
-    // index is replaced. Returns 0, the status of the one-time set-up or of the lock, or 89 when
-    // the table has ended.
+    // Registers the object; to be called when it is fully constructed. An object registered under
+    // the same index is replaced. Returns 0, the status of the one-time set-up or of the lock, or
+    // 89 when the table has ended.
     long Init();
 
     // The object registered under `index`, or null. No reference is taken for the caller. After the

@@ -41,7 +41,7 @@ bool Lockable::IsLocked() {
 
 namespace {
 
-// The first failure of a scope is the one that its caller hears of.
+// The caller gets the first failure of a scope.
 void KeepFirst(long* result, long status) {
     if (result != nullptr && *result == 0) {
         *result = status;

@@ -18,7 +18,7 @@ class Lockable {
     long Lock();
     long Unlock();
 
-    // Whether somebody holds the lock, for assertions.
+    // Whether any thread holds the lock, for assertions.
     bool IsLocked();
 
   protected:

@@ -14,7 +14,7 @@ struct LogSite {
         return {function, line};
     }
 
-    // For what is one operation to whoever reads the log, and several functions in the code.
+    // For what is one operation in the log, and several functions in the code.
     static constexpr LogSite In(const char* operation, int line = __builtin_LINE()) {
         return {operation, line};
     }

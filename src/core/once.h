@@ -14,8 +14,8 @@ class Once {
     Once(const Once&) = delete;
     Once& operator=(const Once&) = delete;
 
-    // Returns the status of the one-time mechanism alone: what the function itself met with is not
-    // known here.
+    // Returns the status of the one-time mechanism alone: whether the function itself succeeded is
+    // not known here.
     long Call();
 
   private:

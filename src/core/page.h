@@ -1,5 +1,5 @@
 // The unit of aligned file reads: offsets, lengths and addresses are multiples of it where a read
-// is to pass the file cache by.
+// is to bypass the file cache.
 #pragma once
 
 namespace KVX::Core {

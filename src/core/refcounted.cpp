@@ -10,8 +10,8 @@ long Refcounted::Retain() {
 }
 
 long Refcounted::Release() {
-    // Only the value that the atomic operation itself returns is looked at: exactly one thread
-    // sees the zero.
+    // Only the value that the atomic operation itself returns is used: exactly one thread sees the
+    // zero.
     const int32_t count = OSAtomicAdd32Barrier(-1, &mRefCount);
     if (count < 0) {
         KVX_LOG("Negative reference count: %d\n", count);

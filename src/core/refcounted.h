@@ -4,8 +4,8 @@
 
 namespace KVX::Core {
 
-// An object shared between threads by an atomic reference count. It is born with one reference,
-// which belongs to its maker, and is deleted by whoever drops the last one.
+// An object shared between threads by an atomic reference count. It begins with one reference,
+// which belongs to its maker, and is deleted by the thread that drops the last one.
 class Refcounted {
   public:
     // Adds a reference. Returns the new count.

@@ -1,5 +1,5 @@
-// Statuses are errno numbers of the target platform, kept as those numbers everywhere: files and
-// hosts see the same answers wherever the code runs. 0 is success.
+// Statuses are errno values of the target platform, and the same numbers on every platform, so that
+// hosts get the same results wherever the code runs. 0 is success.
 #pragma once
 
 namespace KVX::Core {

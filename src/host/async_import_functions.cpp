@@ -22,7 +22,7 @@ long CancelAsyncRead(void* record) {
     return ModuleAtHead(record)->CancelAsyncRead(SourceVideoOf(record));
 }
 
-// Of whichever module: the record is not looked at.
+// The same for every module: the record is not used.
 long Flush(void*) {
     return AsyncImportModule::Flush();
 }

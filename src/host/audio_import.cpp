@@ -15,7 +15,7 @@ namespace KVX {
 
 namespace {
 
-// Behind the last frame. A request for no frames has a buffer by them.
+// After the last frame. With them a request for no frames has a buffer too.
 constexpr size_t kSpareBytes = 16;
 
 struct FreeDeleter {
@@ -34,7 +34,7 @@ Buffer AllocateFrames(long long count, unsigned long long frameSize) {
     return Buffer(static_cast<char*>(std::calloc(1, static_cast<size_t>(size))));
 }
 
-// Below 0 from a start after the end; also where a table's negative counts leave 64 bits too few.
+// Negative for a start after the end, and where a table's negative counts make 64 bits overflow.
 long long FramesLeft(const QT::Track& track, long long start) {
     long long left = 0;
     return __builtin_sub_overflow(track.mSampleCount, start, &left) ? -1 : left;

@@ -21,8 +21,8 @@ namespace KVX {
 // all streams that the host opens on the file, deleted when the last of them is closed. The host
 // carries the pointer in the private data word of its records.
 //
-// The operations are the work of the selectors of the same names (host/entry.h), and answer the
-// host's results, or numbers of errno where told. They run on the host's threads and take no lock:
+// The operations are the work of the selectors of the same names (host/entry.h), and return the
+// host's results, or errno values where noted. They run on the host's threads and take no lock:
 // apart from the registry and the reference count, the host calls a module from one thread at a
 // time. Pointers to records are trusted.
 //
@@ -66,7 +66,7 @@ class FileImportModule : public Core::Indexed<long>, public Core::Refcounted {
     long GetIndPixelFormat(int index, imIndPixelFormatRec* record);
     long GetPreferredFrameSize(imPreferredFrameSizeRec* record);
 
-    // Reads audio frames of the track that `streamRef`, a stream handle, stands for into the planes
+    // Reads audio frames of the track that `streamRef`, a stream handle, refers to into the planes
     // of the record. Returns errno of a failed read, or 22 for audio that is not converted.
     long ImportAudio7(void* streamRef, imImportAudioRec7* record);
 

@@ -32,7 +32,7 @@ constexpr FormatFieldType kCompressedFieldTypes[] = {
     {FourCharCode("dvsd"), 576, prFieldsLowerFirst},
 };
 
-// The frame sizes of compressed formats that hold fewer pixels in a row than they stand for.
+// The frame sizes of compressed formats that store fewer pixels in a row than are displayed.
 struct SizePixelAspect {
     int16_t width;
     int16_t height;

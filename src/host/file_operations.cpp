@@ -19,8 +19,8 @@ CFStringRef CreateString(const prUTF16Char* units, CFIndex count) {
     return CFStringCreateWithCharacters(kCFAllocatorDefault, units, count);
 }
 
-// Stores the reference of the file or directory at a path. A failure is told by its result and the
-// function that failed.
+// Stores the reference of the file or directory at a path. A failure is its result and the name of
+// the function that failed.
 long GetRef(const prUTF16Char* units, CFIndex count, Boolean isDirectory, FSRef& ref,
             const char*& failed) {
     const CFOwned<CFStringRef> path(CreateString(units, count));

@@ -12,7 +12,7 @@ PrSDKAppInfoSuite::VersionInfo gPremiereVersionInfo = {};
 
 namespace {
 
-// The version is written before the answer and read after it, by whichever thread.
+// The version is written before the answer and read after it, on any thread.
 int32_t KnownAnswer() {
     return __atomic_load_n(&gAppIsPremiere, __ATOMIC_ACQUIRE);
 }

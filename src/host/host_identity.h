@@ -12,7 +12,7 @@ namespace KVX {
 // before any other.
 extern int32_t gAppIsPremiere;
 
-// The host's version; zero until the host was asked. GetIndPixelFormat goes by the major version.
+// The host's version; zero until the host was asked. GetIndPixelFormat uses the major version.
 extern PrSDKAppInfoSuite::VersionInfo gPremiereVersionInfo;
 
 // Returns whether the host is the expected application, and asks it if that is not known yet. Only

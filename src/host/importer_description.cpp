@@ -9,7 +9,7 @@ namespace KVX {
 
 namespace {
 
-// The version answers of the host's interfaces of those generations.
+// What importers for those generations of the host's interface return as their version.
 constexpr long kSupports7 = 100;
 constexpr long kSupports8 = 101;
 

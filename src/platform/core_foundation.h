@@ -1,8 +1,8 @@
 // The part of CoreFoundation that paths pass through: CFString and the making of a CFURL.
 //
-// With the system's headers at hand these are used. Otherwise the same declarations stand here,
-// letter for letter in their calling convention, so that a macOS build without the SDK links
-// against the real framework. platform/portable/ implements them where there is no framework.
+// The system's headers are used where there are any. Elsewhere the same declarations are made here,
+// identical in calling convention, so that a macOS build without the SDK links against the real
+// framework. platform/portable/ implements them where there is no framework.
 //
 // Ownership follows CoreFoundation's rule: what a function with "Create" in its name returns is the
 // caller's to CFRelease. Objects are immutable and may be used from any thread.
@@ -74,8 +74,8 @@ CFIndex CFGetRetainCount(CFTypeRef object);
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef allocator, const UniChar* characters,
                                          CFIndex count);
 
-// A string that reads `characters` where they lie. They must outlive it; `deallocator` frees them
-// at its end.
+// A string that uses `characters` without copying them. They must outlive it; `deallocator` frees
+// them at its end.
 CFStringRef CFStringCreateWithCharactersNoCopy(CFAllocatorRef allocator, const UniChar* characters,
                                                CFIndex count, CFAllocatorRef deallocator);
 
@@ -98,7 +98,7 @@ Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex size,
                            CFStringEncoding encoding);
 
 // Converts units from the start of `range` until the buffer is full, or until one cannot be
-// converted and `lossByte` is 0; otherwise `lossByte` stands for each such unit. A null `buffer`
+// converted and `lossByte` is 0; otherwise `lossByte` replaces each such unit. A null `buffer`
 // only counts. Returns the units converted, and stores the bytes in `used` unless null.
 CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding encoding,
                          UInt8 lossByte, Boolean isExternalRepresentation, UInt8* buffer,

@@ -51,7 +51,7 @@ void OfferMemory(void* memory, size_t size) {
     const uintptr_t begin = (address + page - 1) / page * page;
     const uintptr_t end = (address + size) / page * page;
     if (begin < end) {
-        // Memory that the system does not care for is merely kept.
+        // If the system refuses the offer, the memory is just kept.
         madvise(static_cast<char*>(memory) + (begin - address), end - begin, MADV_FREE);
     }
 }

@@ -1,5 +1,5 @@
-// The base types of the macOS interfaces, as MacTypes.h publishes them. Only for builds without
-// the system's own headers; whoever includes this has looked.
+// The base types of the macOS interfaces, as MacTypes.h publishes them. To be included only where
+// the system's own headers are missing.
 #pragma once
 
 using Boolean = unsigned char;

@@ -1,5 +1,5 @@
-// Tells whoever watches the process's memory of memory that is kept and in nobody's hands. The
-// product tells nobody; a build with the address sanitizer reports each use of such memory.
+// Marks memory that is kept and not in use, for tools that watch the process's memory: a build with
+// the address sanitizer reports each use of it. In the product these functions do nothing.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// In place of memory_marks.cpp where the address sanitizer watches.
+// Instead of memory_marks.cpp in builds with the address sanitizer.
 #include <sanitizer/asan_interface.h>
 
 #include "platform/memory_marks.h"

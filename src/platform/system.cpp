@@ -21,7 +21,7 @@ void StayLoaded() {
     static const char sOwn = 0;
     Dl_info module = {};
     if (dladdr(&sOwn, &module) != 0) {
-        // The handle is another hold, never given back.
+        // The handle is one more reference, and never closed.
         dlopen(module.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
     }
 }

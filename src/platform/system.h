@@ -20,7 +20,7 @@ extern "C" int32_t OSAtomicAdd32Barrier(int32_t amount, volatile int32_t* value)
 namespace KVX::Platform {
 
 // Asks that data of the open file `descriptor` stay out of the system's file cache: F_NOCACHE where
-// it exists, otherwise the nearest request that puts no demands on the alignment of reads. Answers
+// it exists, otherwise the nearest request that puts no demands on the alignment of reads. Returns
 // 0, or what the system's call returned.
 int RequestUncachedReads(int descriptor);
 

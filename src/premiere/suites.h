@@ -78,7 +78,7 @@ struct PrSDKPPixCacheSuite {
 };
 static_assert(offsetof(PrSDKPPixCacheSuite, AddFrameToCache) == 0, "host suite");
 static_assert(offsetof(PrSDKPPixCacheSuite, GetFrameFromCache) == 8, "host suite");
-// What GetFrameFromCache answers for a frame that it does not have.
+// What GetFrameFromCache returns for a frame that it does not have.
 constexpr int32_t kPPixCacheMiss = INT32_MIN;
 static_assert(static_cast<uint32_t>(kPPixCacheMiss) == 0x80000000, "host result");
 

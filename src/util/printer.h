@@ -3,8 +3,8 @@
 // A printer takes a value and returns a text that is to be used at once, in one log line. It is
 // never freed and never kept: names are constants, and all other texts lie in the calling thread's
 // ring (core/per_thread_buffer.h), of which a line of several texts takes several pieces. Printers
-// may be called from any thread and do not fail: without memory they answer kMemoryErrorString, or
-// what is said beside them.
+// may be called from any thread and do not fail: without memory they return kMemoryErrorString,
+// unless noted otherwise.
 //
 // The second argument is read by UTF16 alone. All printers have it, so that they are of one kind.
 #pragma once
@@ -17,7 +17,7 @@ extern const char* kUnknownString;
 extern const char* kMemoryErrorString;
 
 // Any value, in decimal, in hexadecimal and as four characters. Without memory kUnknownString. This
-// is what each printer below answers for a value that it has no name for.
+// is what each printer below returns for a value that it has no name for.
 const char* Unknown(long value);
 
 // A four-character code in single quotes, or a number below 0x10000 as it is.

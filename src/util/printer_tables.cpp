@@ -28,7 +28,7 @@ const char* NamesOfBits(NameTable table, long value) {
     if (text == nullptr) {
         return kMemoryErrorString;
     }
-    // The first name's joint lies on the blanks, which the result leaves out.
+    // The joint before the first name takes the place of the blanks, which the result leaves out.
     constexpr char kNone[] = "   0";
     std::memcpy(text, kNone, sizeof(kNone));
     char* end = text;

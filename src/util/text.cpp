@@ -16,7 +16,7 @@ pthread_once_t StringStorage::key_once = PTHREAD_ONCE_INIT;
 
 namespace {
 
-// Without a key of our own, 0 would be somebody else's.
+// Before our own key is made, 0 would be another library's.
 bool sHasKey = false;
 
 }  // namespace

@@ -90,8 +90,8 @@ bool TakeCountedUnits(std::string_view value, std::string_view& units) {
     return reader.Take16(count) && reader.Take(size_t{count} * 2, units) && reader.IsAtEnd();
 }
 
-// A tag that comes again replaces what it said before. Whether a value is sound is looked at when
-// the path needs it.
+// A repeated tag replaces the earlier one. Whether a value is well-formed is checked when the path
+// needs it.
 void ReadItem(uint16_t tag, std::string_view value, AliasFields& fields) {
     switch (tag) {
         case kTagColonPath:

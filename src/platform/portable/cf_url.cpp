@@ -10,7 +10,7 @@
 
 namespace {
 
-// A relative path is one below the folder that is current now, whatever becomes of it later.
+// A relative path is one below the folder that is current now, even if that changes later.
 bool MakeAbsolute(std::string& path) {
     if (path.empty() || path.front() == '/') {
         return true;

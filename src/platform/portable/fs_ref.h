@@ -1,8 +1,8 @@
 // What an FSRef refers to where the kernel cannot open a file by its number.
 //
 // An FSRef has 80 bytes and is copied and dropped at will, so that it can neither hold a path nor
-// own one. It holds a serial number, and the device and inode of its file; the path stands in a
-// table that keeps the last 256. An FSRef serves for one operation right after it was made, and is
+// own one. It holds a serial number, and the device and inode of its file; the path is in a table
+// that keeps the last 256. An FSRef serves for one operation right after it was made, and is
 // refused once 256 others have been made; the table never grows beyond 256 paths.
 #pragma once
 
