@@ -71,7 +71,7 @@ constexpr size_t kGroupBytes = 16;
 constexpr size_t kGroupLuma = 12;
 constexpr size_t kGroupChroma = 6;
 
-uint32_t SampleAt(const char* group, int word, int place) {
+uint32_t SampleAt(const char* group, size_t word, int place) {
     uint32_t samples;
     std::memcpy(&samples, group + 4 * word, sizeof samples);
     return samples >> 10 * place & 0x3FF;
@@ -126,7 +126,7 @@ void SplitRow10(const char* row, size_t width, uint8_t* luma, uint8_t* blue, uin
 }
 
 // Rows of luma that are handed on while they are in a processor's second cache.
-constexpr size_t kStripBytes = 128 * 1024;
+constexpr size_t kStripBytes = size_t{128} * 1024;
 
 }  // namespace
 
