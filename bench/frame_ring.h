@@ -7,7 +7,7 @@
 
 namespace kvx_bench {
 
-// Frames of one size, taken in turn, that together take twice the last-level cache: nobody finds
+// Frames of one size, taken in turn, that together take twice the last-level cache: no turn finds
 // what the use before left there. They start at pages and hold noise, and what is read or written a
 // little past their ends is theirs too.
 class FrameRing {

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Whoever starts the program with one of these closed must not have a movie opened in its place,
+// If the program is started with one of these closed, no movie may be opened in its place,
 // and has to learn that nothing can be written there.
 void OccupyStandardDescriptors() {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {

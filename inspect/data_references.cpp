@@ -116,7 +116,7 @@ enum class Manner {
     Forgiving,  // any that means the movie itself counts
 };
 
-// Takes the entries down. False, after a finding, for one that stops the importer.
+// Records the entries. False, after a finding, for one that stops the importer.
 bool ReadEntries(TrackReader& reader, const AtomView& dref, Manner manner) {
     const auto broken = [&reader, manner](const char* text) {
         if (manner == Manner::Importers) {

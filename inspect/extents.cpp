@@ -20,7 +20,7 @@ struct MissingRun {
     int64_t end;
 };
 
-// The first is what counts; the others are looked at where edits turn the order round.
+// The first is what counts; the others are used where edits reverse the order.
 constexpr size_t kMostRuns = 64;
 constexpr size_t kMostEdits = 4096;
 

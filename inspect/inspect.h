@@ -8,7 +8,7 @@
 
 namespace kvx_inspect {
 
-// Looks a movie file over: everything that keeps the importer from taking it, and everything that
+// Examines a movie file: everything that keeps the importer from taking it, and everything that
 // will not be as expected, at once. Where the importer ends at the first fault, this goes on with
 // what is sound. Reads the file's atoms, the first timecode sample and the sizes of media files;
 // no media. Takes no lock, logs nothing, never waits for a pipe or a device.

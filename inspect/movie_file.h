@@ -25,7 +25,7 @@ class MovieFile {
     // none to look into. A finding of a refusal may be left on success too.
     bool Read(std::vector<Finding>& findings);
 
-    // Lets the movie atom in memory be as it would be after changes; the file stays as it is.
+    // Changes the movie atom in memory as the file's would be changed; the file stays as it is.
     void PretendChanges(const std::vector<Change>& changes);
 
     AtomView Moov() const;

@@ -18,7 +18,7 @@ struct SampleTables {
     AtomView keyFrames;       // "stss"
 
     uint32_t fixedSize = 0;      // bytes of every sample; 0 if they differ
-    int64_t sampleCount = 0;     // of `durations`, whatever the other tables say
+    int64_t sampleCount = 0;     // of `durations`, even if the other tables differ
     int64_t sampleDuration = 0;  // the importer's unit: the shortest, but for the last sample's
     int64_t mediaDuration = 0;   // of all samples, in media time units
 

@@ -42,7 +42,7 @@ constexpr int kVersionCount = sizeof(kFixedPart) / sizeof(kFixedPart[0]);
 constexpr uint64_t kLayoutTag = 12;
 constexpr uint32_t kSurroundChannels = 6;
 
-// How the numbers of a description run into each other, wide enough for what a file says.
+// How the numbers of a description combine, wide enough for any that a file may hold.
 struct Description {
     int version = 0;
     double rate = 0;

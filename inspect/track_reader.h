@@ -1,4 +1,4 @@
-// The parts of looking a track over. Each takes what it needs from the atoms, fills its share of
+// The parts of examining a track. Each takes what it needs from the atoms, fills its share of
 // the facts and says what it finds.
 #pragma once
 

@@ -96,7 +96,7 @@ void AssumeFields(const TrackReader& reader, VideoFacts& video) {
 
 constexpr int kWidestOf601 = 720;
 
-// Matrix coefficients by their code (ITU-T H.273). 601 goes by two codes.
+// Matrix coefficients by their code (ITU-T H.273). 601 has two codes.
 const char* MatrixName(int code) {
     switch (code) {
         case 0:

@@ -75,7 +75,7 @@ size_t PlaceOfCommand(const std::vector<std::string>& words) {
     return std::min(place, words.size());
 }
 
-// In one line, whatever the library says in several.
+// The library's message of several lines, in one line.
 int ComplainOfUsage(std::string words) {
     words.erase(words.find_last_not_of('\n') + 1);
     std::replace(words.begin(), words.end(), '\n', ' ');

@@ -102,7 +102,7 @@ int WriteFrames(const MovieAtWork& movie, const std::vector<int64_t>& frames, bo
     if (!problem) {
         problem = reader.GetProblem();
     }
-    // Whatever happened, what came before it is finished.
+    // In any case, what came before it is finished.
     if (const Problem last = output.Finish(); !problem) {
         problem = last;
     }

@@ -95,7 +95,7 @@ class WritableMovie {
     uint64_t mNames = 1;
 };
 
-// Nobody may read a copy who may not read the movie. Its owner may write it.
+// Only those who may read the movie may read its copy. The copy's owner may write it.
 void HideLike(int movie, int copy) {
     struct stat ofMovie = {};
     struct stat ofCopy = {};

@@ -12,7 +12,7 @@
 
 namespace kvx_cli {
 
-// Looks a movie over. Null on failure; `problem` then says why.
+// Examines a movie. Null on failure; `problem` then says why.
 std::shared_ptr<const kvx_inspect::Report> LookAtMovie(TimeLimit& limit, const std::string& path,
                                                        Problem& problem);
 

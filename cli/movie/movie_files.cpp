@@ -29,7 +29,7 @@ bool HasMovieExtension(const fs::path& path) {
     return extension == ".mov" || extension == ".qt";
 }
 
-// A link that leads nowhere is a movie that somebody misses.
+// A link that leads nowhere is a movie that is missing, and is reported.
 bool MayBeMovie(const fs::directory_entry& entry) {
     std::error_code ignored;
     return HasMovieExtension(entry.path()) &&

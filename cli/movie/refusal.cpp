@@ -164,7 +164,7 @@ Problem FileProblem(const std::string& path) {
     if (S_ISDIR(status.st_mode)) {
         return {kExitFailed, "it is a folder, not a file; -r takes the movies in it"};
     }
-    // A pipe would be waited for, with nobody at its other end.
+    // Opening a pipe would wait for a writer.
     if (!S_ISREG(status.st_mode)) {
         return {kExitFailed, "it is a device, a pipe or a socket, not a file"};
     }

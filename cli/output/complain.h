@@ -7,7 +7,7 @@
 
 namespace kvx_cli {
 
-// Keeps standard error for what follows, whoever takes its place over later, as the module's log is
+// Keeps standard error for what follows, even if it is redirected later, as the module's log is
 // taken. Once, at the start of the program.
 void KeepStandardError();
 

@@ -35,7 +35,7 @@ class OutputFile {
     // Whether what was written can be written again.
     bool CanSeek() const { return mIsOwn; }
 
-    // What the errno of a failed write says.
+    // The message for the errno value of a failed write.
     Problem Failure() const;
 
     // Closes the file and gives it its name. The file is whole if there is no problem.

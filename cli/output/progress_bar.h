@@ -9,7 +9,7 @@ namespace kvx_cli {
 
 // A bar on standard error for work that takes a while. Nothing is drawn when standard error is not
 // a terminal, nor in the first moments, so that short work stays quiet. The bar is drawn where
-// standard error led when it was made, whoever takes it over later.
+// standard error led when it was made, even if standard error is redirected later.
 class ProgressBar {
   public:
     ProgressBar(std::string label, int64_t total);

@@ -17,8 +17,8 @@ namespace kvx_cli {
 
 namespace {
 
-// Held while a file is made or put into place, and by whoever ends the program, from the removal
-// on: no file is made unnoticed.
+// Held while a file is made or put into place, and by the thread that ends the program, from the
+// removal on: no file is made unnoticed.
 struct Unfinished {
     std::mutex lock;
     std::vector<std::string> names;
@@ -45,7 +45,7 @@ std::string TemporaryName(const std::string& place, std::random_device& random) 
     return place.substr(0, start) + "." + name + suffix;
 }
 
-// Renames to a name that nothing bears. Where the file system has no links, somebody else's file of
+// Renames to a name that no file has. Where the file system has no links, another program's file of
 // that name, made in this moment, would be replaced.
 bool RenameToNothing(const std::string& from, const std::string& to) {
     if (link(from.c_str(), to.c_str()) == 0) {
@@ -83,7 +83,7 @@ void EndTidilyOnSignals() {
 }
 
 void EndAtOnce(int exitCode) {
-    // Kept for good: who waits for it comes too late.
+    // Never released: a thread that waits for it is too late.
     All().lock.lock();
     for (const std::string& name : All().names) {
         unlink(name.c_str());

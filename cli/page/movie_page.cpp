@@ -107,7 +107,7 @@ std::string FileName(const MovieFacts& facts) {
     return std::filesystem::path(facts.path).filename().string();
 }
 
-// Names in whatever direction they are written keep to themselves.
+// The writing direction of a name does not affect the text around it.
 std::string Isolated(const std::string& text) {
     return "<bdi>" + HtmlText(text) + "</bdi>";
 }

@@ -230,7 +230,7 @@ bool FrameReader::TakeFrame(int64_t number, Frame& frame) {
         }
         frame.ppix = mFrame;
     }
-    // Nobody will ask for it again.
+    // It will not be requested again.
     DisposeOfCached(number);
     return true;
 }

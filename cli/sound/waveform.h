@@ -12,7 +12,7 @@ struct SampleRange {
     float high = -1.0F;
 };
 
-// A sound as a picture shows it: for each channel as many stretches as the picture has columns.
+// A sound as a picture shows it: each channel in as many parts as the picture has columns.
 class Waveform {
   public:
     // `frames` is the whole length of the sound, `columns` at least 1.

@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string path = "untouched";
     const OSStatus status = KVX::Platform::ReadAliasPath(data, size, path);
     if (status == noErr) {
-        // An absolute path that a system call can take as it stands.
+        // An absolute path that a system call can take as it is.
         Require(!path.empty() && path[0] == '/' && path.find('\0') == std::string::npos);
     } else {
         Require(path == "untouched");

@@ -61,7 +61,7 @@ class Block {
         }
     }
 
-    // The host's 16-bit scale ends at 32768, and the host answers for what it hands over. Rows need
+    // The host's 16-bit scale ends at 32768, and the host is responsible for its pixels. Rows need
     // not be whole words apart, so that this is asked of every byte.
     void LimitWords() {
         for (size_t i = 0; i < mSize; ++i) {

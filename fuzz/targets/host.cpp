@@ -192,7 +192,7 @@ class HostCalls {
     int mRequests = 0;
 };
 
-// Workers let go of a frame shortly after they have delivered it.
+// Workers release a frame shortly after they have delivered it.
 bool IsEmptied(const PixelBuffers& buffers) {
     const auto limit = std::chrono::steady_clock::now() + kPatience;
     while (buffers.LiveCount() != 0 && std::chrono::steady_clock::now() < limit) {
