@@ -127,7 +127,7 @@ Report Inspect(const std::string& path, const std::vector<Change>& changes) {
     report.path = path;
     const auto file = std::make_shared<MovieFile>(path);
     if (file->Read(report.findings)) {
-        file->PretendChanges(changes);
+        file->ApplyInMemory(changes);
         report.file = file;
         InspectMoov(*file, report);
     }

@@ -77,7 +77,7 @@ bool MovieFile::Read(std::vector<Finding>& findings) {
     return Open(findings) && FindMoov(place, findings) && ReadMoov(place, findings);
 }
 
-void MovieFile::PretendChanges(const std::vector<Change>& changes) {
+void MovieFile::ApplyInMemory(const std::vector<Change>& changes) {
     const AtomView moov = Moov();
     for (const Change& change : changes) {
         if (change.offset >= mMoovOffset && moov.Holds(change.offset - mMoovOffset, 4)) {

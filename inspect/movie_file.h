@@ -26,7 +26,7 @@ class MovieFile {
     bool Read(std::vector<Finding>& findings);
 
     // Changes the movie atom in memory as the file's would be changed; the file stays as it is.
-    void PretendChanges(const std::vector<Change>& changes);
+    void ApplyInMemory(const std::vector<Change>& changes);
 
     AtomView Moov() const;
     // Where a place inside the movie atom lies in the file.

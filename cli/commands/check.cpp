@@ -5,7 +5,7 @@
 namespace kvx_cli {
 
 int RunCheck(const Arguments& arguments) {
-    return TellOfMovies(arguments, true, CheckReport);
+    return ReportMovies(arguments, true, CheckReport);
 }
 
 }  // namespace kvx_cli

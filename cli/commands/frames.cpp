@@ -164,7 +164,7 @@ class FramesCommand {
         const int exitCode =
             WriteFrames(movie, frames, mArguments.Has(OptionId::kPartial), *output);
         if (exitCode == kExitDone || exitCode == kExitRefused) {
-            TellDone(mArguments, movie, place);
+            PrintDone(mArguments, movie, place);
         }
         return exitCode;
     }

@@ -181,7 +181,7 @@ class Hasher {
         if (problem) {
             return Complain(mReport->path, problem);
         }
-        TellOfFragments();
+        ReportFragments();
         const int64_t total = isSound ? SoundLength(mTrack) : mTrack.tables.sampleCount;
         ProgressBar progress(isSound ? "sound" : "frames", total);
         PacketHashes hashes(descriptor,
@@ -226,7 +226,7 @@ class Hasher {
     }
 
     // What lies in them is not listed by the movie atom, and cannot be found.
-    void TellOfFragments() {
+    void ReportFragments() {
         for (const kvx_inspect::Finding& finding : mReport->findings) {
             if (finding.code == kvx_inspect::Code::Fragmented) {
                 mIsMissing = true;
@@ -246,7 +246,7 @@ class Hasher {
 
     void Conclude(const RowTaker& taker, const std::string& place, const std::string& noun) const {
         if (mMovie.isOneOfMany) {
-            TellDone(mArguments, mMovie, place);
+            PrintDone(mArguments, mMovie, place);
         } else if (mArguments.Has(OptionId::kCompare) && !mIsMissing &&
                    !mArguments.Has(OptionId::kQuiet)) {
             std::printf("%s: as in %s, %s\n", Printable(mReport->path).c_str(),

@@ -23,7 +23,7 @@ std::string Indented(const std::string& text) {
 
 int RunInfo(const Arguments& arguments) {
     const bool showsLog = arguments.Has(OptionId::kLog);
-    return TellOfMovies(arguments, false, [showsLog](const MovieFacts& facts) {
+    return ReportMovies(arguments, false, [showsLog](const MovieFacts& facts) {
         std::string text = Printable(facts.path) + "\n" + MovieReport(facts);
         if (showsLog && !facts.importer.log.empty()) {
             text += "  the importer's log:\n" + Indented(facts.importer.log);

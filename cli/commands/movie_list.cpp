@@ -71,7 +71,7 @@ Format ChooseFormat(const Arguments& arguments,
 
 }  // namespace
 
-int TellOfMovies(const Arguments& arguments, bool countsWarnings,
+int ReportMovies(const Arguments& arguments, bool countsWarnings,
                  const std::function<std::string(const MovieFacts&)>& inWords) {
     const MovieFiles movies = FindMovies(arguments);
     if (movies.problem) {

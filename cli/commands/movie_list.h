@@ -12,7 +12,7 @@ namespace kvx_cli {
 // by `inWords` or, if asked for, as JSON. Returns the exit code that counts: that no movie can be
 // read or printed before a refusal, that before warnings (if `countsWarnings`), those before
 // nothing at all.
-int TellOfMovies(const Arguments& arguments, bool countsWarnings,
+int ReportMovies(const Arguments& arguments, bool countsWarnings,
                  const std::function<std::string(const MovieFacts&)>& inWords);
 
 }  // namespace kvx_cli

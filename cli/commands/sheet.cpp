@@ -76,7 +76,7 @@ int RunSheet(const Arguments& arguments) {
         if (problem) {
             return Complain(movie.path, problem);
         }
-        TellDone(arguments, movie, place);
+        PrintDone(arguments, movie, place);
         return glance.Code();
     });
 }

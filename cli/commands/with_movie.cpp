@@ -118,7 +118,7 @@ Problem FindOutput(const Arguments& arguments, const NamedMovie& movie,
     return MakeOutputFolder(path.parent_path().string());
 }
 
-void TellDone(const Arguments& arguments, const NamedMovie& movie, const std::string& words) {
+void PrintDone(const Arguments& arguments, const NamedMovie& movie, const std::string& words) {
     if (movie.isOneOfMany && !arguments.Has(OptionId::kQuiet)) {
         ProgressBar::Wipe();
         std::printf("%s: %s\n", Printable(movie.path).c_str(), Printable(words).c_str());

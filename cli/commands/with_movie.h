@@ -44,6 +44,6 @@ Problem FindOutput(const Arguments& arguments, const NamedMovie& movie,
                    const std::string& extension, std::string& place);
 
 // "MOVIE: WORDS" on standard output, for a movie of many that is done.
-void TellDone(const Arguments& arguments, const NamedMovie& movie, const std::string& words);
+void PrintDone(const Arguments& arguments, const NamedMovie& movie, const std::string& words);
 
 }  // namespace kvx_cli

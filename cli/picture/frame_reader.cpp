@@ -96,7 +96,7 @@ FrameReader::FrameReader(const kvx_hostkit::Clip& clip, std::vector<int64_t> fra
       mSource(std::make_unique<FrameSource>(clip)) {}
 
 FrameReader::~FrameReader() {
-    LetGo();
+    ReleaseFrame();
     // Frames may still be in flight, and must find the host's side of their path when they end.
     const bool mayComeLate = mProblem || mIsShort;
     const bool haveCome = mCache->WaitForAdditions(mAdditionsBefore + mOutstanding,
@@ -119,10 +119,10 @@ Problem FrameReader::Start() {
 }
 
 bool FrameReader::Next(Frame& frame) {
-    LetGo();
+    ReleaseFrame();
     while (!mProblem && mNext < mFrames.size()) {
         frame = {mFrames[mNext], nullptr, {}};
-        AskAhead();
+        RequestAhead();
         const Request& request = mRequests[mNext];
         const bool isAlone = mRequests.size() == mNext + 1;
         if (!request.refusal.empty()) {
@@ -137,7 +137,7 @@ bool FrameReader::Next(Frame& frame) {
         } else if (!mFailure.words.empty() && !(isAlone && mHasFailedOnce)) {
             // It may be this one that failed, or one after it; alone, the line may be a late one.
             mHasFailedOnce = isAlone;
-            AskAgainOneByOne();
+            RequestAgainOneByOne();
             continue;
         } else if (!TakeFrame(frame.number, frame)) {
             return false;
@@ -149,7 +149,7 @@ bool FrameReader::Next(Frame& frame) {
     return false;
 }
 
-void FrameReader::AskAhead() {
+void FrameReader::RequestAhead() {
     const size_t ahead = mNext < mCarefulEnd ? 1 : mAhead;
     const size_t end = std::min(mFrames.size(), mNext + ahead);
     while (mRequests.size() < end) {
@@ -201,7 +201,7 @@ FrameReader::Arrival FrameReader::WaitFor(size_t index) {
 }
 
 // Waits for all that were asked for, and goes back to the one that is next.
-void FrameReader::AskAgainOneByOne() {
+void FrameReader::RequestAgainOneByOne() {
     for (size_t index = mNext; index < mRequests.size(); ++index) {
         if (mRequests[index].refusal.empty() && WaitFor(index) == Arrival::kArrived) {
             DisposeOfCached(mFrames[index]);
@@ -235,7 +235,7 @@ bool FrameReader::TakeFrame(int64_t number, Frame& frame) {
     return true;
 }
 
-void FrameReader::LetGo() {
+void FrameReader::ReleaseFrame() {
     if (mFrame != nullptr) {
         PixelBuffers::Dispose(mFrame);
         mFrame = nullptr;

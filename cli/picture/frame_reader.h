@@ -63,13 +63,13 @@ class FrameReader {
     using Clock = std::chrono::steady_clock;
     enum class Arrival { kArrived, kMissing, kTooLate };
 
-    void AskAhead();
+    void RequestAhead();
     Arrival WaitFor(size_t index);
     void ReadLog();
     bool TakeFrame(int64_t number, Frame& frame);
-    void AskAgainOneByOne();
+    void RequestAgainOneByOne();
     void DisposeOfCached(int64_t number);
-    void LetGo();
+    void ReleaseFrame();
 
     struct Request {
         Clock::time_point time;

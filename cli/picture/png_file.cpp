@@ -149,7 +149,7 @@ void PngEncoding::Compress(Slice& slice) const {
     EndChunk(slice.chunk, chunk);
 }
 
-Problem PngEncoding::HandOn(const Write& write, bool& isWritten) {
+Problem PngEncoding::WritePieces(const Write& write, bool& isWritten) {
     if (mSlices.empty() || static_cast<uint32_t>(mRows.width) > kLargest) {
         return {kExitRefused, "there is no PNG picture of " + std::to_string(mRows.width) + " x " +
                                   std::to_string(mRows.height) + " pixels"};
@@ -175,7 +175,7 @@ Problem PngEncoding::HandOn(const Write& write, bool& isWritten) {
 
 Problem PngEncoding::WriteInto(OutputFile& file) {
     bool isWritten = true;
-    Problem problem = HandOn(
+    Problem problem = WritePieces(
         [&file](const Bytes& bytes) {
             errno = 0;
             return std::fwrite(bytes.data(), 1, bytes.size(), file.Stream()) == bytes.size();
@@ -189,7 +189,7 @@ Problem PngEncoding::WriteInto(OutputFile& file) {
 
 Problem PngEncoding::Append(std::string& bytes) {
     bool isWritten = true;
-    return HandOn(
+    return WritePieces(
         [&bytes](const Bytes& piece) {
             bytes.append(piece.begin(), piece.end());
             return true;

@@ -76,8 +76,8 @@ class PngEncoding {
     void Compress(Slice& slice) const;
     void Finish(Slice& slice);
 
-    // Hands the file on in pieces. `isWritten` becomes false where `write` is.
-    Problem HandOn(const Write& write, bool& isWritten);
+    // Writes the file in pieces. `isWritten` becomes false where `write` returns false.
+    Problem WritePieces(const Write& write, bool& isWritten);
 
     PictureRows mRows;
     PngSettings mSettings;
