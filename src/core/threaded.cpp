@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "core/assert.h"
 #include "core/log.h"
 #include "core/status.h"
 #include "core/timing.h"
@@ -115,6 +116,7 @@ long Threaded::WakeOne() {
     if (!IsReady()) {
         return kStatusInvalid;
     }
+    KVX_ASSERT(IsLocked());
     const long status = pthread_cond_signal(&mCond);
     Failed(status, "pthread_cond_signal");
     return status;
@@ -124,6 +126,7 @@ long Threaded::WakeAll() {
     if (!IsReady()) {
         return kStatusInvalid;
     }
+    KVX_ASSERT(IsLocked());
     const long status = pthread_cond_broadcast(&mCond);
     Failed(status, "pthread_cond_broadcast");
     return status;
@@ -133,6 +136,7 @@ long Threaded::Sleep(long long micros, bool* woken) {
     if (!IsReady()) {
         return kStatusInvalid;
     }
+    KVX_ASSERT(IsLocked());
     if (woken != nullptr) {
         *woken = true;
     }

@@ -2,7 +2,7 @@
 // and which the records is fixed by the host, selector by selector. Pointers are trusted.
 #include "host/entry.h"
 #include "host/file_import_module.h"
-#include "host/host_word.h"
+#include "host/host_values.h"
 
 namespace {
 

@@ -1,8 +1,7 @@
 // Files that the host has moved or deleted. No open movie takes notice.
 #include "core/log.h"
-#include "host/cf_owned.h"
 #include "host/file_import_module.h"
-#include "host/host_path.h"
+#include "host/host_values.h"
 #include "platform/core_foundation.h"
 #include "platform/file_manager.h"
 

@@ -2,7 +2,7 @@
 
 #include "core/four_char_code.h"
 #include "core/log.h"
-#include "host/std_parms.h"
+#include "host/host_values.h"
 #include "pipeline/host_suites.h"
 
 namespace KVX {

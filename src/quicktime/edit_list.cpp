@@ -23,7 +23,7 @@ constexpr uint64_t kTrackDurationOffset = 28;
 }  // namespace
 
 long Track::SetEditList(Atom* trakAtom) {
-    KVX_ASSERT(mMovieTimeScale != 0);
+    KVX_ASSERT(mMovieTimeScale != 0 && mMediaTimeScale != 0);
     mEditRates.clear();
     const auto toMediaTime = [this](long long movieTime) {
         return WrappingQuotient(WrappingProduct(mMediaTimeScale, movieTime), mMovieTimeScale);

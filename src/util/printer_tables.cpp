@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/assert.h"
 #include "core/per_thread_buffer.h"
 #include "util/printer.h"
 
@@ -37,6 +38,7 @@ const char* NamesOfBits(NameTable table, long value) {
             continue;
         }
         const size_t length = std::strlen(bit.name);
+        KVX_ASSERT(length + kJointLength < kPiece - static_cast<size_t>(end - text));
         std::memcpy(end, kJoint, kJointLength);
         std::memcpy(end + kJointLength, bit.name, length + 1);
         end += kJointLength + length;

@@ -133,8 +133,11 @@ TEST(ThreadedFault, FailedWakingIsPassedOn) {
     LogCapture log;
     const Fault signal(SystemCall::kCondSignal, 22);
     const Fault broadcast(SystemCall::kCondBroadcast, 22);
-    EXPECT_EQ(pool.WakeOne(), 22);
-    EXPECT_EQ(pool.WakeAll(), 22);
+    {
+        KVX::Core::Lock lock(&pool);
+        EXPECT_EQ(pool.WakeOne(), 22);
+        EXPECT_EQ(pool.WakeAll(), 22);
+    }
     EXPECT_EQ(log.Text(),
               "WakeOne: pthread_cond_signal returned 22\n"
               "WakeAll: pthread_cond_broadcast returned 22\n");
@@ -256,6 +259,7 @@ TEST(ThreadedFault, FailedDestroyIsLogged) {
 TEST(ThreadedFault, SleepPassesOnFailures) {
     CountingPool pool;
     ASSERT_EQ(pool.Init(0), 22);
+    KVX::Core::Lock lock(&pool);
     LogCapture log;
     bool woken = false;
     {

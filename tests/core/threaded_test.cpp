@@ -61,8 +61,11 @@ TEST(Threaded, PoolWithoutThreadsIsRefusedAndStaysReady) {
         CountingPool pool;
         EXPECT_EQ(pool.Init(count), 22);
         EXPECT_EQ(pool.mThreadCount, 0);
-        EXPECT_EQ(pool.WakeOne(), 0);
-        EXPECT_EQ(pool.WakeAll(), 0);
+        {
+            Lock lock(&pool);
+            EXPECT_EQ(pool.WakeOne(), 0);
+            EXPECT_EQ(pool.WakeAll(), 0);
+        }
         EXPECT_EQ(pool.StopAll(), 0);
     }
     EXPECT_EQ(log.Raw(), "");

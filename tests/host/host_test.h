@@ -9,7 +9,7 @@
 #include "host/entry.h"
 #include "host/file_import_module.h"
 #include "host/host_identity.h"
-#include "host/host_word.h"
+#include "host/host_values.h"
 #include "hostkit/clip.h"
 #include "hostkit/host.h"
 #include "hostkit/importer.h"

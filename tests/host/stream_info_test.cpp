@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/host_word.h"
+#include "host/host_values.h"
 
 namespace {
 

@@ -1,5 +1,7 @@
 #include "platform/portable/unicode.h"
 
+#include "platform/portable/cf_object.h"
+
 namespace KVX::Platform {
 
 namespace {
@@ -66,6 +68,7 @@ DecodedCharacter DecodeUtf8(const uint8_t* bytes, size_t size) {
 }
 
 EncodedCharacter EncodeUtf8(const uint16_t* units, size_t count) {
+    Require(count >= 1);
     const uint32_t unit = units[0];
     if (unit < 0x80) {
         return {{static_cast<uint8_t>(unit)}, 1, 1};

@@ -1,4 +1,4 @@
-#include "host/host_path.h"
+#include "host/host_values.h"
 
 namespace KVX {
 
