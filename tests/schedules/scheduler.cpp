@@ -482,6 +482,26 @@ int Scheduler::LockMutex(const pthread_mutex_t* mutex) {
     return 0;
 }
 
+int Scheduler::TryLockMutex(const pthread_mutex_t* mutex) {
+    Access(mutex, sizeof(*mutex), "lock of a mutex in");
+    const Inside inside(this);
+    // To the thread that holds it the result is the same in every order.
+    if (mMutexes[mutex].owner == mCurrent) {
+        return EBUSY;
+    }
+    Reschedule("try to lock", mutex);
+    Mutex& state = mMutexes[mutex];
+    if (state.isDestroyed) {
+        Fail("locks a destroyed mutex");
+    }
+    Touch(mutex);
+    if (state.owner >= 0) {
+        return EBUSY;
+    }
+    state.owner = mCurrent;
+    return 0;
+}
+
 int Scheduler::UnlockMutex(const pthread_mutex_t* mutex) {
     Access(mutex, sizeof(*mutex), "unlock of a mutex in");
     const Inside inside(this);

@@ -105,6 +105,7 @@ class Scheduler {
     int InitMutex(const pthread_mutex_t* mutex);
     int DestroyMutex(const pthread_mutex_t* mutex);
     int LockMutex(const pthread_mutex_t* mutex);
+    int TryLockMutex(const pthread_mutex_t* mutex);
     int UnlockMutex(const pthread_mutex_t* mutex);
 
     int InitCondition(const pthread_cond_t* condition);

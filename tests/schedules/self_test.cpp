@@ -203,6 +203,23 @@ void DestroysALockedMutex() {
     object->Unlock();
 }
 
+// Expects to find a mutex free that another thread may hold.
+void TriesALockedMutex() {
+    Mutex mutex;
+    gScheduler->BeginExploring();
+    HostThread thread([&] {
+        mutex.Lock();
+        Steps(&mutex, 1);
+        mutex.Unlock();
+    });
+    const bool isFree = pthread_mutex_trylock(&mutex.mutex) == 0;
+    if (isFree) {
+        mutex.Unlock();
+    }
+    thread.Join();
+    Stage::Require(isFree, "the mutex is not free");
+}
+
 void DoesNotEnd() {
     gScheduler->BeginExploring();
     HostThread thread([&] { Steps(&thread, 1 << 20); });
@@ -238,6 +255,8 @@ const Known kKnown[] = {
     {"a double free", &DoubleFree, 0, 0, true, 0, "frees memory twice"},
     {"a mutex destroyed while it is locked", &DestroysALockedMutex, 1, 0, true, 0,
      "destroys a locked mutex"},
+    {"a mutex that another thread holds", &TriesALockedMutex, 2, 0, true, 0,
+     "the mutex is not free"},
     {"no end", &DoesNotEnd, kUnlimited, 0, true, 0, "does not end"},
 };
 

@@ -67,6 +67,11 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) {
     return IsUnderSchedule() ? gScheduler->LockMutex(mutex) : KVX_REAL(pthread_mutex_lock)(mutex);
 }
 
+int pthread_mutex_trylock(pthread_mutex_t* mutex) {
+    return IsUnderSchedule() ? gScheduler->TryLockMutex(mutex)
+                             : KVX_REAL(pthread_mutex_trylock)(mutex);
+}
+
 int pthread_mutex_unlock(pthread_mutex_t* mutex) {
     return IsUnderSchedule() ? gScheduler->UnlockMutex(mutex)
                              : KVX_REAL(pthread_mutex_unlock)(mutex);
