@@ -8,7 +8,7 @@ namespace kvx_inspect {
 
 enum class Durability {
     EachChange,  // one is on the disk before the next is written
-    None,        // of a copy that nobody has a name for yet
+    None,        // of a copy that has no name yet
 };
 
 // Makes the changes in an open file, four bytes at a time and in their order. Each place must still

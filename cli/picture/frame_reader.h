@@ -94,7 +94,7 @@ class FrameReader {
     int mOutstanding = 0;            // additions to the cache that are still to come
     FailedFrame mFailure;            // what was logged since a frame was last taken
     bool mHasHitEnd = false;         // of the file, since the last request
-    bool mIsShort = false;           // the log has reported the file's end, or somebody else
+    bool mIsShort = false;           // the log has reported the file's end, or the caller has
     bool mHasFailedOnce = false;     // the frame that is next, asked for alone
     PPixHand mFrame = nullptr;
     Problem mProblem;

@@ -68,7 +68,7 @@ class PngEncoding {
         uint32_t checksum = 0;       // of what was compressed
         size_t size = 0;             // of the same
         bool isDone = false;
-        bool hasFailed = false;  // for want of memory
+        bool hasFailed = false;  // there was no memory
     };
 
     using Write = std::function<bool(const std::vector<uint8_t>& bytes)>;

@@ -68,7 +68,7 @@ constexpr int32_t kPrSDKPPixCacheSuiteVersion = 3;
 struct imFrameFormat;
 
 struct PrSDKPPixCacheSuite {
-    // The cache takes a hold of its own on `ppix`.
+    // The cache takes its own reference on `ppix`.
     int32_t (*AddFrameToCache)(uint32_t importerID, int32_t stream, PPixHand ppix,
                                int32_t frameIndex, void* preferences, int32_t preferencesSize);
     // Looks for a frame in one of `formats`. The caller disposes of what it is given.

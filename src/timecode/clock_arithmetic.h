@@ -5,7 +5,7 @@
 
 namespace KVX::Util {
 
-// `count` on a clock of `wrapCount` frames, from 0 up. A clock without frames always stands at 0.
+// `count` on a clock of `wrapCount` frames, from 0 up. A clock without frames is always at 0.
 inline int WrapFrameCount(long long count, int wrapCount) {
     if (wrapCount == 0) {
         return 0;
