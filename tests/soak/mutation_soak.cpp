@@ -39,10 +39,11 @@
 #include "support/entries_under_test.h"
 #include "support/random.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/common_interface_defs.h>
-#include <sanitizer/lsan_interface.h>
-#endif
+// Of the address sanitizer's library, and null without it.
+extern "C" {
+[[gnu::weak]] void __sanitizer_set_death_callback(void (*callback)());
+[[gnu::weak]] int __lsan_do_recoverable_leak_check();
+}
 
 namespace {
 
@@ -77,17 +78,11 @@ void TellSeed() {
     static_cast<void>(written);
 }
 
-#if defined(__SANITIZE_ADDRESS__)
 void TellSeedAtTheEnd() {
-    __sanitizer_set_death_callback(TellSeed);
-}
-
-// What a mutant leaves behind.
-bool HasLeaks() {
-    return __lsan_do_recoverable_leak_check() != 0;
-}
-#else
-void TellSeedAtTheEnd() {
+    if (__sanitizer_set_death_callback) {
+        __sanitizer_set_death_callback(TellSeed);
+        return;
+    }
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {
         std::signal(signal, [](int number) {
             TellSeed();
@@ -97,10 +92,10 @@ void TellSeedAtTheEnd() {
     }
 }
 
+// What a mutant leaves behind.
 bool HasLeaks() {
-    return false;
+    return __lsan_do_recoverable_leak_check && __lsan_do_recoverable_leak_check() != 0;
 }
-#endif
 
 // The importer, its host and one file that is written anew for each mutant.
 class Soak {

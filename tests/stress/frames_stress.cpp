@@ -33,6 +33,7 @@
 #include "support/movie_file.h"
 #include "support/random.h"
 #include "support/sample_descriptions.h"
+#include "support/sanitizers.h"
 #include "support/temp_directory.h"
 
 namespace {
@@ -340,14 +341,14 @@ class HostThread {
     // A host may close a descriptor under a read: the read fails, or reads what has the number
     // next. The thread sanitizer calls that a race, and of descriptors it is one, so that under it
     // the files close when their reads have ended; the address sanitizer sees them close at once.
-    void LetReadsEnd([[maybe_unused]] const Clip& clip,
-                     [[maybe_unused]] const std::vector<int>& started) {
-#if defined(__SANITIZE_THREAD__)
+    void LetReadsEnd(const Clip& clip, const std::vector<int>& started) {
+        if (!kvx_test::IsUnderThreadSanitizer()) {
+            return;
+        }
         for (const int frame : started) {
             Require(mCache.WaitForFrame(clip.ImporterID(), frame, kPatience),
                     "a frame never arrives");
         }
-#endif
     }
 
     const Importer& mImporter;

@@ -41,11 +41,8 @@
 #include "support/movie_file.h"
 #include "support/open_descriptors.h"
 #include "support/random.h"
+#include "support/sanitizers.h"
 #include "support/temp_directory.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KVX_TEST_IS_SANITIZED 1
-#endif
 
 namespace {
 
@@ -674,14 +671,14 @@ int main(int argc, char** argv) {
     const long sequences = argc > 1 ? std::atol(argv[1]) : 10000;
     const long first = argc > 2 ? std::atol(argv[2]) : 0;
     // Sanitizers tell what they find beside the log.
-#if !defined(KVX_TEST_IS_SANITIZED)
-    if (sequences > 1) {
-        dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
+    if (!kvx_test::IsUnderSanitizer()) {
+        if (sequences > 1) {
+            dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
+        }
+        for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGABRT}) {
+            std::signal(signal, TellAndDie);
+        }
     }
-    for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGABRT}) {
-        std::signal(signal, TellAndDie);
-    }
-#endif
 
     const kvx_test::TempDirectory directory;
     const kvx_test::TempDirectory scratch;

@@ -33,6 +33,7 @@
 #include "support/log_capture.h"
 #include "support/open_descriptors.h"
 #include "support/random.h"
+#include "support/sanitizers.h"
 #include "support/temp_directory.h"
 
 namespace kvx_stress {
@@ -97,11 +98,9 @@ void Convert(const Stage& stage, Movie& movie) {
 constexpr long kReadThreads = 8;
 
 // The thread sanitizer starts one beside the first of the program's.
-#if defined(__SANITIZE_THREAD__)
-constexpr long kSanitizerThreads = 1;
-#else
-constexpr long kSanitizerThreads = 0;
-#endif
+long CountSanitizerThreads() {
+    return kvx_test::IsUnderThreadSanitizer() ? 1 : 0;
+}
 
 long CountThreads() {
     long count = 0;
@@ -118,8 +117,8 @@ int main(int argc, char** argv) {
     const int64_t seed = argc > 2 ? std::atoll(argv[2]) : 1;
     // With the pools', which start with the first frame. Those that give buffers back to the system
     // end by themselves.
-    const long threads =
-        CountThreads() + kReadThreads + std::thread::hardware_concurrency() + kSanitizerThreads;
+    const long threads = CountThreads() + kReadThreads + std::thread::hardware_concurrency() +
+                         CountSanitizerThreads();
 
     const kvx_test::TempDirectory directory;
     std::vector<Movie> movies;

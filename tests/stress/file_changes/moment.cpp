@@ -12,6 +12,7 @@
 #include "quicktime/movie.h"
 #include "stress/file_changes/check.h"
 #include "support/entries_under_test.h"
+#include "support/sanitizers.h"
 
 namespace kvx_stress {
 
@@ -221,11 +222,12 @@ void Moment::ChangeTheFile() {
 // A descriptor that is closed under a read is a race to the thread sanitizer, so that under it
 // the files close when their reads have ended.
 void Moment::LetReadsEnd() {
-#if defined(__SANITIZE_THREAD__)
+    if (!kvx_test::IsUnderThreadSanitizer()) {
+        return;
+    }
     for (size_t index = 0; index < mPlayed.asked.size(); ++index) {
         Settle(index);
     }
-#endif
 }
 
 void Moment::CloseFile() {
