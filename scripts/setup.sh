@@ -11,7 +11,7 @@ setup_debian_quick=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev python
 setup_debian_tests=(ffmpeg jq quicktime-utils qemu-user python3-jsonschema libsimde-dev
     man-db mandoc zsh fish)
 setup_debian_arm64=(g++-aarch64-linux-gnu qemu-user googletest libgtest-dev)
-setup_debian_clang=(clang)
+setup_debian_clang=(clang libclang-rt-dev)
 setup_debian_lint=(clang clang-format clang-tidy shellcheck git lintian dpkg-dev file)
 setup_debian_macos=(lld-16 llvm zip ca-certificates python3)
 

@@ -8,12 +8,12 @@ namespace KVX::Util::Printer {
 
 namespace {
 
-constexpr NamedValue kSelectors[] = {
+constexpr NamedValue kDeviceSelectors[] = {
     {0, "dsInit"},    {1, "dsSetup"}, {2, "dsExecute"},    {3, "dsCleanup"},
     {4, "dsRestart"}, {5, "dsQuiet"}, {6, "dsHasOptions"},
 };
 
-constexpr NamedValue kErrors[] = {
+constexpr NamedValue kDeviceErrors[] = {
     {-100, "dmUnsupported"},       {-1, "dmGeneralError"},      {0, "dmNoError"},
     {1, "dmDeviceNotFound"},       {2, "dmTimecodeNotFound"},   {3, "dmBadTimecode"},
     {4, "dmCantRecord"},           {5, "dmUserAborted"},        {6, "dmLastErrorSet"},
@@ -78,10 +78,10 @@ constexpr NamedValue kFeatures[] = {
 
 namespace Device {
 const char* Selector(long value, int) {
-    return NameOrUnknown(kSelectors, value);
+    return NameOrUnknown(kDeviceSelectors, value);
 }
 const char* Error(long value, int) {
-    return NameOrUnknown(kErrors, value);
+    return NameOrUnknown(kDeviceErrors, value);
 }
 }  // namespace Device
 

@@ -8,7 +8,7 @@ namespace KVX::Util::Printer {
 
 namespace {
 
-constexpr NamedValue kSelectors[] = {
+constexpr NamedValue kPlaybackSelectors[] = {
     {1, "playmod_Startup"},
     {2, "playmod_Shutdown"},
     {3, "playmod_Open"},
@@ -51,7 +51,7 @@ constexpr NamedValue kSelectors[] = {
     {0xFFFFFFFF, "playmod_SelectorsForceSize"},
 };
 
-constexpr NamedValue kErrors[] = {
+constexpr NamedValue kPlaybackErrors[] = {
     {0, "playmod_ErrNone"},
     {1, "playmod_ErrBadFile"},
     {2, "playmod_ErrDriver"},
@@ -150,10 +150,10 @@ constexpr NamedValue kVideoDisplayTypes[] = {
 
 namespace Playback {
 const char* Selector(long value, int) {
-    return NameOrUnknown(kSelectors, value);
+    return NameOrUnknown(kPlaybackSelectors, value);
 }
 const char* Error(long value, int) {
-    return NameOrUnknown(kErrors, value);
+    return NameOrUnknown(kPlaybackErrors, value);
 }
 const char* Version(long value, int) {
     return NameOrUnknown(kVersions, value);
