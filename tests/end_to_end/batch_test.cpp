@@ -21,6 +21,7 @@
 #include "end_to_end/built_paths.h"
 #include "end_to_end/real_movie.h"
 #include "end_to_end/run_command.h"
+#include "end_to_end/signals.h"
 #include "support/file_tools.h"
 #include "support/png_reader.h"
 #include "support/temp_directory.h"
@@ -327,6 +328,7 @@ TEST_F(EndToEndBatch, CtrlCLeavesEveryFinishedFileWhole) {
     fs::create_directory(output);
     const pid_t process = fork();
     if (process == 0) {
+        kvx_test::ListenToSignals();
         execl(kvx_test::kBuiltCommand, "kvx", "frames", "-r", folder.c_str(), "-o", output.c_str(),
               "--quiet", nullptr);
         _exit(127);

@@ -21,6 +21,7 @@
 
 #include "end_to_end/built_paths.h"
 #include "end_to_end/run_command.h"
+#include "end_to_end/signals.h"
 #include "support/alias_records.h"
 #include "support/movie_builder.h"
 #include "support/movie_file.h"
@@ -248,6 +249,7 @@ class RunningCommand {
     RunningCommand(const std::string& movie, const std::string& output) {
         mProcess = fork();
         if (mProcess == 0) {
+            kvx_test::ListenToSignals();
             execl(kvx_test::kBuiltCommand, "kvx", "audio", movie.c_str(), "-o", output.c_str(),
                   "--quiet", nullptr);
             _exit(127);
