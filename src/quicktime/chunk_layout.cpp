@@ -1,10 +1,15 @@
 // Where samples lie in the file and how large they are: "stsc", "stco" or "co64", and "stsz", each
 // read once.
 #include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <memory>
+#include <utility>
 
 #include "core/four_char_code.h"
 #include "core/log.h"
 #include "core/status.h"
+#include "quicktime/run_appender.h"
 #include "quicktime/sample_table.h"
 #include "quicktime/table_entries.h"
 #include "quicktime/wrapping.h"
@@ -19,10 +24,94 @@ struct Place {
     long long position = -1;  // where it begins if it follows on from the last one
 };
 
+// So many chunks at a time, while each of them begins a run or none does, are passed by plain loops
+// whose length the compiler knows and of which it makes vectors.
+constexpr int kBlock = PackedRuns::kBlock;
+
+// Entries of a table, and one more that differs from whatever would stand there.
+using EntryBlock = uint32_t[kBlock + 1];
+
+struct ChunkBlock {
+    long long base;           // what the offsets are above
+    const char* keptOffsets;  // once they are in a table, or null
+    EntryBlock offsets;
+    EntryBlock lengths;  // bytes of a chunk
+};
+
+// Runs that begin in a block.
+enum class Runs { kNone, kEverywhere, kHereAndThere };
+
+Runs RunsOf(int count) {
+    return count == 0 ? Runs::kNone : count == kBlock ? Runs::kEverywhere : Runs::kHereAndThere;
+}
+
+void ReadEntries(const char* __restrict from, uint32_t* __restrict to) {
+    for (int i = 0; i < kBlock; ++i) {
+        to[i] = Core::ReadBig32(from + static_cast<ptrdiff_t>(i) * 4);
+    }
+}
+
+// False if they lie too far from one another.
+bool ReadLongEntries(const char* __restrict from, long long base, uint32_t* __restrict to) {
+    uint64_t bits = 0;
+    for (int i = 0; i < kBlock; ++i) {
+        const uint64_t distance =
+            Core::ReadBig64(from + static_cast<ptrdiff_t>(i) * 8) - static_cast<uint64_t>(base);
+        bits |= distance;
+        to[i] = static_cast<uint32_t>(distance);
+    }
+    return bits >> 32 == 0;
+}
+
+bool HasZero(const uint32_t* __restrict entries) {
+    int zeros = 0;
+    for (int i = 0; i < kBlock; ++i) {
+        zeros += entries[i] == 0 ? 1 : 0;
+    }
+    return zeros != 0;
+}
+
+// Entries, but for the first, that are not as much above the one before as `steps` has there.
+int CountBreaks(uint32_t* __restrict entries, const uint32_t* __restrict steps) {
+    entries[kBlock] = entries[kBlock - 1] + steps[kBlock - 1] + 1;
+    int equal = 0;
+    for (int i = 0; i < kBlock; ++i) {
+        equal += entries[i + 1] == entries[i] + steps[i] ? 1 : 0;
+    }
+    return kBlock - 1 - equal;
+}
+
+int CountChanges(uint32_t* __restrict entries) {
+    entries[kBlock] = ~entries[kBlock - 1];
+    int equal = 0;
+    for (int i = 0; i < kBlock; ++i) {
+        equal += entries[i + 1] == entries[i] ? 1 : 0;
+    }
+    return kBlock - 1 - equal;
+}
+
+uint32_t Largest(const uint32_t* __restrict entries) {
+    uint32_t largest = 0;
+    for (int i = 0; i < kBlock; ++i) {
+        largest = std::max(largest, entries[i]);
+    }
+    return largest;
+}
+
 // Passes samples that all have one size.
 class EqualSizes {
   public:
     explicit EqualSizes(unsigned int size) : mSize(size) {}
+
+    // The lengths of a block's chunks, of so many samples each. False if they are better passed one
+    // by one.
+    bool Measure(long long, long long count, ChunkBlock& block) const {
+        std::fill_n(block.lengths, kBlock, static_cast<unsigned int>(count) * mSize);
+        return true;
+    }
+
+    // The runs of a block that has been measured.
+    void PassBlock(long long, const ChunkBlock&) {}
 
     // Passes the samples of a chunk, which lie back to back from the place's position on. Returns
     // 0, or 22 after a log line.
@@ -41,9 +130,9 @@ class EqualSizes {
 // Passes samples whose sizes are in a table, and keeps where a size differs from the one before.
 class TableSizes {
   public:
-    TableSizes(RecordMap<SizeOffset>& map, AtomFields table)
+    TableSizes(RecordMap<SizeOffset>& map, AtomFields table, std::shared_ptr<PackedMemory> memory)
         : mMap(map),
-          mRuns(map),
+          mRuns(map, std::move(memory)),
           mTable(table),
           mSizes(table.Bytes(0, 0) + kSizesOffset),
           mHeld(EntriesHeld(table, kSizesOffset, kSizeEntry)),
@@ -53,7 +142,26 @@ class TableSizes {
         mRuns.Expect(static_cast<size_t>(mKept));
     }
 
-    // As in EqualSizes.
+    // These three as in EqualSizes.
+    bool Measure(long long sample, long long count, ChunkBlock& block) {
+        if (count != 1 || sample > mKept - kBlock) {
+            return false;
+        }
+        ReadEntries(mSizes + sample * kSizeEntry, block.lengths);
+        const int firstChanges = block.lengths[0] != mPrevious ? 1 : 0;
+        mRunsOfBlock = RunsOf(firstChanges + CountChanges(block.lengths));
+        return mRunsOfBlock != Runs::kHereAndThere && !HasZero(block.lengths);
+    }
+
+    void PassBlock(long long sample, const ChunkBlock& block) {
+        if (mRunsOfBlock == Runs::kEverywhere) {
+            mRuns.AppendEvenly(
+                {sample, 1, block.base, block.offsets, block.keptOffsets, block.lengths});
+            mPrevious = block.lengths[kBlock - 1];
+            mLargest = std::max(mLargest, Largest(block.lengths));
+        }
+    }
+
     long Pass(long long count, Place& place) {
         if (count > mHeld - place.sample) {
             return Refuse(count, place.sample);
@@ -115,6 +223,7 @@ class TableSizes {
     const long long mStated;
     long long mKept;  // runs are kept up to this sample
     long long mPrevious = -1;
+    Runs mRunsOfBlock = Runs::kNone;  // of the one that was measured last
     unsigned int mLargest = 0;
     bool mHasEmptySample = false;
 };
@@ -123,9 +232,10 @@ class TableSizes {
 template <typename Sizes>
 class ChunkWalk {
   public:
-    ChunkWalk(RunMap<long long>& map, const Atom* chunksAtom, Sizes& sizes)
+    ChunkWalk(RunMap<long long>& map, const Atom* chunksAtom, Sizes& sizes,
+              std::shared_ptr<PackedMemory> memory)
         : mMap(map),
-          mRuns(map),
+          mRuns(map, std::move(memory)),
           mChunks(TableFields(chunksAtom)),
           mSizes(sizes),
           mHasLongOffsets(mChunks.Type() == Core::FourCharCode("co64")) {}
@@ -189,10 +299,32 @@ class ChunkWalk {
         const char* const table = mChunks.Bytes(0, 0) + kTableEntriesOffset;
         Place place = mEnd;
         long long chunk = first;
-        for (; chunk >= 0 && chunk < last; ++chunk) {
-            const char* const entry = table + chunk * kLength;
-            const long long offset = kLength == 8 ? static_cast<long long>(Core::ReadBig64(entry))
-                                                  : Core::ReadBig32(entry);
+        while (chunk >= 0 && chunk < last) {
+            const long long count = std::min<long long>(kBlock, last - chunk);
+            const char* const entries = table + chunk * kLength;
+            if (count < kBlock || !PassBlock<kLength>(entries, sampleCount, place)) {
+                if (const long status = PassEach<kLength>(entries, count, sampleCount, place)) {
+                    return status;
+                }
+            }
+            chunk += count;
+        }
+        mVisitsLeft -= chunk - first;
+        mEnd = place;
+        return chunk == end ? 0 : Refuse(chunk, kLength);
+    }
+
+    template <int kLength>
+    static long long OffsetAt(const char* entry) {
+        return kLength == 8 ? static_cast<long long>(Core::ReadBig64(entry))
+                            : Core::ReadBig32(entry);
+    }
+
+    template <int kLength>
+    long PassEach(const char* entry, long long count, long long sampleCount, Place& passed) {
+        Place place = passed;
+        for (; count > 0; --count, entry += kLength) {
+            const long long offset = OffsetAt<kLength>(entry);
             if (offset <= 0) {
                 Core::LogLine(Core::LogSite::In(kLayoutOperation), "Got invalid offset of %lld\n",
                               offset);
@@ -206,9 +338,58 @@ class ChunkWalk {
                 return status;
             }
         }
-        mVisitsLeft -= chunk - first;
-        mEnd = place;
-        return chunk == end ? 0 : Refuse(chunk, kLength);
+        passed = place;
+        return 0;
+    }
+
+    // False, with nothing done, if these chunks are to be passed one by one.
+    template <int kLength>
+    bool PassBlock(const char* entries, long long sampleCount, Place& place) {
+        ChunkBlock block;
+        if (sampleCount <= 0 || !ReadOffsets<kLength>(entries, block) ||
+            !mSizes.Measure(place.sample, sampleCount, block)) {
+            return false;
+        }
+        const int firstBreaks = block.base + block.offsets[0] != place.position ? 1 : 0;
+        const Runs runs = RunsOf(firstBreaks + CountBreaks(block.offsets, block.lengths));
+        if (runs == Runs::kHereAndThere || (runs == Runs::kNone && !LieAdjacent(block))) {
+            return false;
+        }
+        block.keptOffsets = nullptr;
+        if (runs == Runs::kEverywhere) {
+            block.keptOffsets = mRuns.AppendEvenly(
+                {place.sample, sampleCount, block.base, block.offsets, nullptr, nullptr});
+        }
+        mSizes.PassBlock(place.sample, block);
+        place.sample += kBlock * sampleCount;
+        place.position = block.base + block.offsets[kBlock - 1] + block.lengths[kBlock - 1];
+        return true;
+    }
+
+    // False if there is one that is not above 0 or too far away.
+    template <int kLength>
+    static bool ReadOffsets(const char* entries, ChunkBlock& block) {
+        if (kLength == 4) {
+            block.base = 0;
+            ReadEntries(entries, block.offsets);
+            return !HasZero(block.offsets);
+        }
+        block.base = OffsetAt<kLength>(entries);
+        constexpr long long kHighest = std::numeric_limits<long long>::max() - 2 * (1LL << 32);
+        return block.base > 0 && block.base < kHighest &&
+               ReadLongEntries(entries, block.base, block.offsets);
+    }
+
+    // What 32 bits say that wrap around.
+    static bool LieAdjacent(const ChunkBlock& block) {
+        long long end = block.offsets[0];
+        for (int i = 0; i < kBlock; ++i) {
+            if (end != block.offsets[i]) {
+                return false;
+            }
+            end += block.lengths[i];
+        }
+        return true;
     }
 
     // A chunk that cannot be visited.
@@ -239,7 +420,7 @@ class ChunkWalk {
 long SampleTable::SetChunksOfEqualSamples(const Atom* stscAtom, const Atom* chunksAtom,
                                           const Atom* stszAtom) {
     EqualSizes sizes(mFixedSampleSize);
-    if (const long status = ChunkWalk(mChunkOffsets, chunksAtom, sizes).Run(stscAtom)) {
+    if (const long status = ChunkWalk(mChunkOffsets, chunksAtom, sizes, nullptr).Run(stscAtom)) {
         return status;
     }
     // One run, however many samples there are.
@@ -247,8 +428,8 @@ long SampleTable::SetChunksOfEqualSamples(const Atom* stscAtom, const Atom* chun
     const bool hasSamples =
         table.Unsigned32(kConstantSizeOffset) != 0 || table.Signed32(kSizeCountOffset) > 0;
     if (hasSamples) {
-        const auto start = mChunkOffsets.find(0);
-        const long long offset = start == mChunkOffsets.end() ? 0 : start->second;
+        const bool startsThere = !mChunkOffsets.empty() && mChunkOffsets.RunAt(0).first == 0;
+        const long long offset = startsThere ? mChunkOffsets.RunAt(0).second : 0;
         mSizeOffsets.Append(0, {mFixedSampleSize, offset});
         mMaxSampleSize = mFixedSampleSize;
     }
@@ -257,8 +438,9 @@ long SampleTable::SetChunksOfEqualSamples(const Atom* stscAtom, const Atom* chun
 
 long SampleTable::SetChunksAndSizes(const Atom* stscAtom, const Atom* chunksAtom,
                                     const Atom* stszAtom) {
-    TableSizes sizes(mSizeOffsets, TableFields(stszAtom));
-    ChunkWalk walk(mChunkOffsets, chunksAtom, sizes);
+    const auto memory = std::make_shared<PackedMemory>();
+    TableSizes sizes(mSizeOffsets, TableFields(stszAtom), memory);
+    ChunkWalk walk(mChunkOffsets, chunksAtom, sizes, memory);
     if (const long status = walk.Run(stscAtom)) {
         mSizeOffsets.clear();
         return status;

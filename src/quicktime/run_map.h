@@ -1,65 +1,44 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <iterator>
-#include <limits>
 #include <memory>
-#include <new>
+#include <mutex>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "core/assert.h"
-#include "platform/large_memory.h"
+#include "quicktime/packed_runs.h"
+#include "quicktime/table_allocator.h"
 
 namespace KVX::QT {
 
-// The standard allocator, but for tables of many megabytes.
-template <typename T>
-struct TableAllocator {
-    using value_type = T;
+// How a map's values stand in PackedRuns: specialised for those that do.
+template <typename Value>
+struct PackedAs {
+    static constexpr bool kIsPacked = false;
+};
 
-    TableAllocator() = default;
-    template <typename Other>
-    TableAllocator(const TableAllocator<Other>&) {}
-
-    T* allocate(size_t count) {
-        const size_t size = count * sizeof(T);
-        if (size < Platform::kLargeMemory) {
-            return std::allocator<T>().allocate(count);
-        }
-        void* const memory = Platform::AllocateLarge(size);
-        if (memory == nullptr) {
-            throw std::bad_alloc();
-        }
-        return static_cast<T*>(memory);
-    }
-
-    void deallocate(T* memory, size_t count) {
-        const size_t size = count * sizeof(T);
-        if (size < Platform::kLargeMemory) {
-            std::allocator<T>().deallocate(memory, count);
-        } else {
-            Platform::FreeLarge(memory, size);
-        }
-    }
-
-    template <typename Other>
-    bool operator==(const TableAllocator<Other>&) const {
-        return true;
-    }
-    template <typename Other>
-    bool operator!=(const TableAllocator<Other>&) const {
-        return false;
-    }
+template <>
+struct PackedAs<long long> {
+    static constexpr bool kIsPacked = true;
+    static constexpr bool kHasSize = false;
+    static long long Offset(long long value) { return value; }
+    static unsigned int Size(long long) { return 0; }
+    static long long Of(long long offset, unsigned int) { return offset; }
 };
 
 // An ordered map from the first sample or time of a run to what is known about the run. A file
-// states its runs in order, and nothing changes after the movie is read, so the entries are in one
-// sorted array: a movie of 400,000 runs is appended in a millisecond or two and takes 16 or 24
-// bytes a run. Reads like std::map.
+// states its runs in order, and nothing changes after the movie is read, so the entries are in
+// one sorted array. Reads like std::map.
+//
+// A table of hundreds of thousands of runs can be packed, by RunAppender. What the importer asks
+// then, RunAt and KeyAfter, is answered from the packed runs; reading it like std::map puts the
+// entries into an array as well, once.
 template <typename Value>
 class RunMap {
   public:
@@ -76,18 +55,30 @@ class RunMap {
     using const_reverse_iterator = std::reverse_iterator<const_iterator>;
     using reverse_iterator = const_reverse_iterator;
 
-    const_iterator begin() const { return mEntries.begin(); }
-    const_iterator end() const { return mEntries.end(); }
+    RunMap() = default;
+    RunMap(RunMap&& other) noexcept
+        : mEntries(std::move(other.mEntries)),
+          mPacked(std::move(other.mPacked)),
+          mIsPacked(other.mIsPacked.load()),
+          mInOrder(other.mInOrder) {
+        other.clear();
+    }
+    RunMap& operator=(const RunMap&) = delete;
+
+    const_iterator begin() const { return Entries().begin(); }
+    const_iterator end() const { return Entries().end(); }
     const_iterator cbegin() const { return begin(); }
     const_iterator cend() const { return end(); }
-    const_reverse_iterator rbegin() const { return mEntries.rbegin(); }
-    const_reverse_iterator rend() const { return mEntries.rend(); }
+    const_reverse_iterator rbegin() const { return Entries().rbegin(); }
+    const_reverse_iterator rend() const { return Entries().rend(); }
     const_reverse_iterator crbegin() const { return rbegin(); }
     const_reverse_iterator crend() const { return rend(); }
-    size_t size() const { return mEntries.size(); }
-    bool empty() const { return mEntries.empty(); }
+    size_t size() const { return IsPacked() ? mPacked->size() : mEntries.size(); }
+    bool empty() const { return size() == 0; }
     void clear() {
         mEntries.clear();
+        mPacked.reset();
+        mIsPacked = false;
         mInOrder = true;
     }
 
@@ -127,6 +118,26 @@ class RunMap {
         return above == begin() ? above : std::prev(above);
     }
 
+    // The same by value, without a packed table's array of entries.
+    value_type RunAt(long long key) const {
+        if constexpr (PackedAs<Value>::kIsPacked) {
+            if (IsPacked()) {
+                const PackedRuns::Run run = mPacked->AtOrBefore(key);
+                return {run.key, PackedAs<Value>::Of(run.offset, run.size)};
+            }
+        }
+        return *AtOrBefore(key);
+    }
+
+    // The first key above `key`, or `none`.
+    long long KeyAfter(long long key, long long none) const {
+        if (IsPacked()) {
+            return mPacked->KeyAfter(key, none);
+        }
+        const const_iterator above = upper_bound(key);
+        return above == end() ? none : above->first;
+    }
+
     // A place for the value under `key`, anywhere in the order.
     Value& operator[](long long key) {
         const const_iterator place = lower_bound(key);
@@ -142,6 +153,7 @@ class RunMap {
 
     // An entry that comes later takes the place of an earlier one under the same key.
     void Append(long long key, Value value) {
+        Entries();
         if (!mEntries.empty() && mEntries.back().first >= key) {
             if (mEntries.back().first == key) {
                 mEntries.back().second = value;
@@ -152,10 +164,24 @@ class RunMap {
         mEntries.emplace_back(key, value);
     }
 
-    // Entries whose keys go up, from one above the last key on.
-    void Append(const value_type* first, const value_type* last) {
-        mEntries.insert(mEntries.end(), first, last);
+    // Where to append packed runs, `most` at most, in memory of their own or shared with other
+    // tables; null if there are entries that are not packed.
+    PackedRuns* Pack(size_t most, std::shared_ptr<PackedMemory> memory) {
+        if (!IsPacked()) {
+            if (!mEntries.empty()) {
+                return nullptr;
+            }
+            if (memory == nullptr) {
+                memory = std::make_shared<PackedMemory>();
+            }
+            mPacked = std::make_unique<PackedRuns>(PackedAs<Value>::kHasSize, std::move(memory));
+            mPacked->Expect(most);
+            mIsPacked = true;
+        }
+        return mPacked.get();
     }
+
+    bool IsPacked() const { return mIsPacked.load(std::memory_order_acquire); }
 
     void Finish() {
         if (!mInOrder) {
@@ -167,8 +193,35 @@ class RunMap {
     }
 
   private:
-    std::vector<value_type, TableAllocator<value_type>> mEntries;
+    using Array = std::vector<value_type, TableAllocator<value_type>>;
+
+    // Once they are in the array they count there; the packed ones stay, since other threads may be
+    // looking something up in them.
+    mutable Array mEntries;
+    std::unique_ptr<PackedRuns> mPacked;
+    mutable std::atomic<bool> mIsPacked{false};
     bool mInOrder = true;
+
+    const Array& Entries() const {
+        if constexpr (PackedAs<Value>::kIsPacked) {
+            if (IsPacked()) {
+                Unpack();
+            }
+        }
+        return mEntries;
+    }
+
+    void Unpack() const {
+        static std::mutex lock;
+        const std::lock_guard<std::mutex> locked(lock);
+        if (IsPacked()) {
+            mEntries.reserve(mPacked->size());
+            mPacked->ForEach([this](const PackedRuns::Run& run) {
+                mEntries.emplace_back(run.key, PackedAs<Value>::Of(run.offset, run.size));
+            });
+            mIsPacked.store(false, std::memory_order_release);
+        }
+    }
 
     // Well-formed tables are appended in order. Negative counts or durations send the keys
     // backwards.
@@ -242,53 +295,6 @@ class RecordMap : public RunMap<HeldRecord<Record>> {
     void Append(long long key, Record record) {
         RunMap<HeldRecord<Record>>::Append(key, HeldRecord<Record>(record));
     }
-};
-
-// Appends to an empty map as RunMap::Append does, in blocks: for tables of many runs. No more than
-// one block costs a map no memory but its own.
-template <typename Value>
-class RunAppender {
-  public:
-    explicit RunAppender(RunMap<Value>& map) : mMap(map) {}
-    RunAppender(const RunAppender&) = delete;
-    RunAppender& operator=(const RunAppender&) = delete;
-
-    // How many runs there may be at most; see RunMap::Reserve.
-    void Expect(size_t most) { mMost = most; }
-
-    void Append(long long key, Value value) {
-        if (mNext == mBlock + kBlock || key <= mLastKey) {
-            AppendBehindBlock(key, value);
-            return;
-        }
-        mNext->first = key;
-        mNext->second = value;
-        ++mNext;
-        mLastKey = key;
-    }
-
-    // To be called after the last entry.
-    void Flush() {
-        mMap.Append(mBlock, mNext);
-        mNext = mBlock;
-    }
-
-  private:
-    using Entry = typename RunMap<Value>::value_type;
-    static constexpr int kBlock = 128;
-
-    __attribute__((noinline)) void AppendBehindBlock(long long key, Value value) {
-        mMap.Reserve(mMost);
-        Flush();
-        mMap.Append(key, value);
-        mLastKey = key;
-    }
-
-    RunMap<Value>& mMap;
-    size_t mMost = 0;
-    long long mLastKey = std::numeric_limits<long long>::min();
-    Entry mBlock[kBlock];
-    Entry* mNext = mBlock;
 };
 
 }  // namespace KVX::QT

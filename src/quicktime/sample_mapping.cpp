@@ -30,7 +30,7 @@ unsigned int SampleTable::GetSampleSize(long long trackSample) const {
     if (mSizeOffsets.empty()) {
         return 0;
     }
-    return mSizeOffsets.AtOrBefore(TrackSampleToMediaSample(trackSample))->second->size;
+    return mSizeOffsets.RunAt(TrackSampleToMediaSample(trackSample)).second->size;
 }
 
 long long SampleTable::TrackSampleToMediaSample(long long trackSample) const {
@@ -49,14 +49,13 @@ long long SampleTable::MediaSampleToFileOffset(long long mediaSample, long long*
         }
         return 0;
     }
-    mediaSample = std::max(mediaSample, mChunkOffsets.begin()->first);
-    const auto nextChunks = mChunkOffsets.upper_bound(mediaSample);
+    const auto [chunkKey, chunkOffset] = mChunkOffsets.RunAt(mediaSample);
+    mediaSample = std::max(mediaSample, chunkKey);
     if (contiguous != nullptr) {
-        const long long end = nextChunks == mChunkOffsets.end() ? mSampleCount : nextChunks->first;
+        const long long end = mChunkOffsets.KeyAfter(mediaSample, mSampleCount);
         *contiguous = WrappingDifference(end, mediaSample);
     }
-    const auto& [chunkKey, chunkOffset] = *std::prev(nextChunks);
-    const auto& [sizeKey, sizes] = *mSizeOffsets.AtOrBefore(mediaSample);
+    const auto [sizeKey, sizes] = mSizeOffsets.RunAt(mediaSample);
     // Inside both runs at once the samples are adjacent and of one size, so the later start is the
     // nearest place with a known offset.
     const bool fromChunk = sizeKey <= chunkKey;

@@ -28,6 +28,17 @@ struct SizeOffset {
     long long offset;
 };
 
+template <>
+struct PackedAs<HeldRecord<SizeOffset>> {
+    static constexpr bool kIsPacked = true;
+    static constexpr bool kHasSize = true;
+    static long long Offset(const HeldRecord<SizeOffset>& run) { return run->offset; }
+    static unsigned int Size(const HeldRecord<SizeOffset>& run) { return run->size; }
+    static HeldRecord<SizeOffset> Of(long long offset, unsigned int size) {
+        return SizeOffset{size, offset};
+    }
+};
+
 // The tables of a track, as runs, that map its time to samples and its samples to file bytes.
 //
 // Positions are of three kinds. A track sample is a place on the edited timeline in units of

@@ -1,4 +1,4 @@
-#include "quicktime/run_map.h"
+#include "quicktime/run_appender.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
