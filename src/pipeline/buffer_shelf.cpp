@@ -52,6 +52,7 @@ BufferShelf::Buffer BufferShelf::Take(size_t size) {
     for (size_t index = mCount; index-- > 0;) {
         const size_t kept = mKept[index].size;
         if (kept >= size && kept - size <= ReadBuffers::kMostOver) {
+            mResting = std::min(mResting, index);
             return TakeAt(index);
         }
     }
@@ -71,12 +72,13 @@ void BufferShelf::Put(const Buffer& buffer, LeavingBuffers& leaving) {
 }
 
 BufferShelf::Buffer BufferShelf::TakeToOffer() {
-    return mBytesHeld > ReadBuffers::kMostBytesHeld ? TakeAt(mOffered) : Buffer{};
+    return HoldsTooMuch() && mOffered < mResting ? TakeAt(mOffered) : Buffer{};
 }
 
 void BufferShelf::PutBackOffered(const Buffer& buffer, LeavingBuffers& leaving) {
     if (HasRoom(buffer.size)) {
         InsertAt(mOffered++, buffer);
+        mResting = std::max(mResting + 1, mOffered);
     } else {
         leaving.Add(buffer.memory);
     }
@@ -99,6 +101,9 @@ BufferShelf::Buffer BufferShelf::TakeAt(size_t index) {
     std::copy(place + 1, mKept.begin() + static_cast<ptrdiff_t>(mCount), place);
     --mCount;
     mBytes -= taken.size;
+    if (index < mResting) {
+        --mResting;
+    }
     if (index < mOffered) {
         --mOffered;
     } else {

@@ -46,9 +46,15 @@ class BufferShelf {
     // shelf leaves, and nothing else.
     void Put(const Buffer& buffer, LeavingBuffers& leaving);
 
-    // While more is held than the system is to be kept from, takes out the lowest buffer that it
-    // may not take yet: the caller offers it, without the lock, and puts it back. Without memory
-    // when there is none.
+    // Whether the system is kept from more memory than it is to be.
+    bool HoldsTooMuch() const { return mBytesHeld > ReadBuffers::kMostBytesHeld; }
+
+    // From here on it counts which buffers nobody asks for.
+    void BeginRest() { mResting = mCount; }
+
+    // While too much is held, takes out the lowest buffer that the system may not take yet, if it
+    // has lain there since the last BeginRest: the caller offers it, without the lock, and puts it
+    // back. Without memory when there is none.
     Buffer TakeToOffer();
 
     // Lays a buffer that has been offered above those that were before, if there is still room.
@@ -64,6 +70,7 @@ class BufferShelf {
     std::array<Buffer, ReadBuffers::kMostKept> mKept{};
     size_t mCount = 0;
     size_t mOffered = 0;  // of those, the lowest
+    size_t mResting = 0;  // the lowest, again: nobody has asked for them
     size_t mBytes = 0;
     size_t mBytesHeld = 0;  // of the others
 };

@@ -3,7 +3,9 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 
 #include "core/log.h"
 #include "pipeline/buffer_shelf.h"
@@ -21,6 +23,9 @@ using Buffer = ReadBuffers::Buffer;
 pthread_mutex_t sLock = PTHREAD_MUTEX_INITIALIZER;
 BufferShelf sShelf;
 std::atomic<int> sKeepers{0};
+bool sIsOffering = false;  // whether there is a thread that does; with the lock
+
+constexpr std::chrono::seconds kRest(1);
 
 // Without the lock, a call does without the shelf.
 bool Lock() {
@@ -50,24 +55,63 @@ char* AllocateFresh(size_t size) {
     return memory;
 }
 
-// Puts a buffer on the shelf, or among those to be freed: the last keeper counts itself out before
-// it takes the lock to clear the shelf. Returns the buffer to offer to the system next.
-Buffer Keep(const Buffer& buffer, bool isOffered) {
+// Puts a buffer on the shelf that has been offered, if there is one, or frees it: the last keeper
+// counts itself out before it takes the lock to clear the shelf. Returns the buffer to offer next.
+Buffer NextToOffer(const Buffer& offered) {
     LeavingBuffers leaving;
     if (!Lock()) {
-        leaving.Add(buffer.memory);
+        leaving.Add(offered.memory);
         return {};
     }
-    if (sKeepers == 0) {
-        leaving.Add(buffer.memory);
-    } else if (isOffered) {
-        sShelf.PutBackOffered(buffer, leaving);
-    } else {
-        sShelf.Put(buffer, leaving);
+    if (offered.memory != nullptr) {
+        if (sKeepers == 0) {
+            leaving.Add(offered.memory);
+        } else {
+            sShelf.PutBackOffered(offered, leaving);
+        }
     }
     const Buffer next = sShelf.TakeToOffer();
     Unlock();
     return next;
+}
+
+// Offers the system what nobody has asked for, for a whole rest. Frames that a host has asked for
+// together come back together, and are wanted again the next moment: to have offered their memory
+// in between takes time twice, for the offer and for writing to each of its pages the next time.
+void OfferWhatRests() {
+    for (bool isLeft = true; isLeft;) {
+        std::this_thread::sleep_for(kRest);
+        // While one is being offered it is not on the shelf, where the next request might find it.
+        for (Buffer cold = NextToOffer({}); cold.memory != nullptr; cold = NextToOffer(cold)) {
+            Platform::OfferMemory(cold.memory, cold.size);
+        }
+        if (!Lock()) {
+            return;
+        }
+        sShelf.BeginRest();
+        isLeft = sShelf.HoldsTooMuch();
+        sIsOffering = isLeft;
+        Unlock();
+    }
+}
+
+// A thread of its own, which ends when nothing is left to offer. Without one the next buffer that
+// comes back has another try.
+void StartOffering() {
+    pthread_t thread;
+    const int status = pthread_create(
+        &thread, nullptr,
+        [](void*) -> void* {
+            OfferWhatRests();
+            return nullptr;
+        },
+        nullptr);
+    if (status == 0) {
+        pthread_detach(thread);
+    } else if (Lock()) {
+        sIsOffering = false;
+        Unlock();
+    }
 }
 
 }  // namespace
@@ -86,11 +130,25 @@ void ReadBuffers::Free(const Buffer& buffer) {
         std::free(buffer.memory);
         return;
     }
-    // While one is being offered it is not on the shelf, where the next request might find it.
-    Buffer cold = Keep(buffer, false);
-    while (cold.memory != nullptr) {
-        Platform::OfferMemory(cold.memory, cold.size);
-        cold = Keep(cold, true);
+    LeavingBuffers leaving;
+    if (!Lock()) {
+        leaving.Add(buffer.memory);
+        return;
+    }
+    // The last keeper counts itself out before it takes the lock to clear the shelf.
+    if (sKeepers == 0) {
+        leaving.Add(buffer.memory);
+    } else {
+        sShelf.Put(buffer, leaving);
+    }
+    const bool starts = !sIsOffering && sShelf.HoldsTooMuch();
+    if (starts) {
+        sIsOffering = true;
+        sShelf.BeginRest();
+    }
+    Unlock();
+    if (starts) {
+        StartOffering();
     }
 }
 

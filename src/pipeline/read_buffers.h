@@ -12,12 +12,12 @@ namespace KVX {
 //
 // What is kept is bounded: kMostKept buffers, kMostBytesKept bytes in all, none below kLeastSize,
 // which the allocator keeps by itself; those that nobody has asked for longest make room. A host
-// asks for some thirty frames at once; of those that come back together all but kMostBytesHeld are
-// offered to the system, which may take them when it runs short of memory, again those first that
-// have gone unused longest. Before an allocation fails, all kept buffers are freed. And buffers are
-// kept only while a Keeper announces that frames will be asked for: when the last one goes all are
-// freed, on a thread of its own, and without one every buffer is freed at once. Any thread may call
-// anything at any time.
+// asks for some thirty frames at once; of those that come back together, and that go unused for a
+// second, all but kMostBytesHeld are offered to the system, which may take them when it runs short
+// of memory, again those first that have gone unused longest. Before an allocation fails, all kept
+// buffers are freed. And buffers are kept only while a Keeper announces that frames will be asked
+// for: when the last one goes all are freed, on a thread of its own, and without one every buffer
+// is freed at once. Any thread may call anything at any time.
 class ReadBuffers {
   public:
     static constexpr size_t kMostKept = 64;

@@ -43,7 +43,13 @@ class Shelf : public testing::Test {
         return memory;
     }
 
+    // Offers one of those that have lain there for a rest.
     char* Offer() {
+        mShelf.BeginRest();
+        return OfferResting();
+    }
+
+    char* OfferResting() {
         const Buffer buffer = mShelf.TakeToOffer();
         if (buffer.memory != nullptr) {
             mShelf.PutBackOffered(buffer, mLeaving);
@@ -74,6 +80,49 @@ TEST_F(Shelf, DoesNotOfferWhatIsUsedOverAndOver) {
         mShelf.Put(mShelf.Take(16 * kMiB), mLeaving);
         ASSERT_EQ(Offer(), nullptr) << frame;
     }
+}
+
+TEST_F(Shelf, OffersOnlyWhatHasLainThereForARest) {
+    EXPECT_EQ(OfferResting(), nullptr);
+    const std::vector<char*> early = PutNew(4, 16 * kMiB);
+    mShelf.BeginRest();
+    PutNew(6, 16 * kMiB);
+    for (const char* each : early) {
+        EXPECT_EQ(OfferResting(), each);
+    }
+    // The others have come since.
+    EXPECT_TRUE(mShelf.HoldsTooMuch());
+    EXPECT_EQ(OfferResting(), nullptr);
+    mShelf.BeginRest();
+    EXPECT_NE(OfferResting(), nullptr);
+    EXPECT_NE(OfferResting(), nullptr);
+    EXPECT_FALSE(mShelf.HoldsTooMuch());
+    EXPECT_EQ(OfferResting(), nullptr);
+}
+
+TEST_F(Shelf, WhatIsTakenAndComesBackDoesNotRest) {
+    const std::vector<char*> put = PutNew(8, 16 * kMiB);
+    mShelf.BeginRest();
+    std::vector<Buffer> taken;
+    for (int i = 0; i < 6; ++i) {
+        taken.push_back(mShelf.Take(16 * kMiB));
+    }
+    for (const Buffer& each : taken) {
+        mShelf.Put(each, mLeaving);
+    }
+    EXPECT_EQ(OfferResting(), put[0]);
+    EXPECT_EQ(OfferResting(), put[1]);
+    EXPECT_EQ(OfferResting(), nullptr);
+    EXPECT_TRUE(mShelf.HoldsTooMuch());
+}
+
+TEST_F(Shelf, WhatMakesRoomDoesNotCountAsResting) {
+    const std::vector<char*> put = PutNew(12, 16 * kMiB);
+    mShelf.BeginRest();
+    PutNew(10, 16 * kMiB);
+    EXPECT_EQ(OfferResting(), put[10]);
+    EXPECT_EQ(OfferResting(), put[11]);
+    EXPECT_EQ(OfferResting(), nullptr);
 }
 
 TEST_F(Shelf, OffersOneBufferThatAloneIsMore) {
@@ -112,6 +161,7 @@ TEST_F(Shelf, ABufferThatIsTooLargeLeavesTheOthersAlone) {
 
 TEST_F(Shelf, AnOfferedBufferThatFindsNoRoomLeaves) {
     PutNew(12, 16 * kMiB);
+    mShelf.BeginRest();
     const Buffer offered = mShelf.TakeToOffer();
     PutNew(1, 16 * kMiB);
     ASSERT_TRUE(mLeaving.IsEmpty());
