@@ -1,8 +1,10 @@
 // How fast frames reach the host's cache, beside plain threads that read the same bytes in the same
 // run: the file lies in the system's cache, so that what is measured is the pipeline. `share` is
-// the plain threads' time over the pipeline's, the median of all turns; 1 is as fast.
+// the plain threads' time over the pipeline's, the median of all turns; 1 is as fast. Beside it,
+// what the system counts for both, a frame: `switches` of threads and `faults` of memory.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -221,6 +223,24 @@ class Player {
     int64_t mTicks = 0;
 };
 
+// What the system has counted for this process.
+struct Counted {
+    double switches = 0;
+    double faults = 0;
+
+    static Counted Now() {
+        rusage usage = {};
+        getrusage(RUSAGE_SELF, &usage);
+        return {static_cast<double>(usage.ru_nvcsw + usage.ru_nivcsw),
+                static_cast<double>(usage.ru_minflt)};
+    }
+    void AddSince(const Counted& before) {
+        const Counted now = Now();
+        switches += now.switches - before.switches;
+        faults += now.faults - before.faults;
+    }
+};
+
 double Median(std::vector<double> values) {
     std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2),
                      values.end());
@@ -234,16 +254,25 @@ void BM_Frames(benchmark::State& state, Road road) {
     plain.Seconds();
     player.Seconds();
     std::vector<double> shares;
+    Counted here;
+    Counted there;
     for (auto _ : state) {
+        const Counted beforePlain = Counted::Now();
         const double plainSeconds = plain.Seconds();
+        there.AddSince(beforePlain);
+        const Counted before = Counted::Now();
         const double seconds = player.Seconds();
+        here.AddSince(before);
         shares.push_back(plainSeconds / seconds);
         state.SetIterationTime(seconds);
     }
     state.counters["share"] = Median(shares);
-    state.counters["frames/s"] =
-        benchmark::Counter(static_cast<double>(kFrames) * static_cast<double>(state.iterations()),
-                           benchmark::Counter::kIsRate);
+    const double frames = static_cast<double>(kFrames) * static_cast<double>(state.iterations());
+    state.counters["switches"] = here.switches / frames;
+    state.counters["faults"] = here.faults / frames;
+    state.counters["plain_switches"] = there.switches / frames;
+    state.counters["plain_faults"] = there.faults / frames;
+    state.counters["frames/s"] = benchmark::Counter(frames, benchmark::Counter::kIsRate);
 }
 
 BENCHMARK_CAPTURE(BM_Frames, direct, Road::kDirect)
