@@ -33,8 +33,8 @@ class PackedMemory {
 // thousands. A movie has most of them to say the same again and again, one sample or so many after
 // the last run and not far behind it in the file. So they stand in blocks and each block by
 // columns, of which one that goes up evenly takes no memory and another four bytes a run if it can.
-// What is saved is more than memory: of the time that such a movie takes to open, the system's
-// clearing of memory is the largest part.
+// That saves more than memory: such a movie takes a good part of its time to open because the
+// system clears memory for it.
 //
 // Appended in order and never changed, so that looking up takes no lock.
 class PackedRuns {
@@ -64,18 +64,18 @@ class PackedRuns {
     // Keys that go up, from one above the last key on. Throws std::bad_alloc.
     void Append(const Columns& columns, int count);
 
-    // As Append does, for a whole block whose keys are `firstKey` and as much again as `step`,
-    // which is above 0, each time, and whose offsets are `base` and so much more. No sum may pass
-    // 64 bits. Offsets of a table with the same memory, which a call like this has returned, are
-    // not copied.
+    // A whole block whose keys are `firstKey` and as much again as `step`, which is above 0, each
+    // time, and whose offsets are `base` and so much more. No sum may pass 64 bits.
     struct EvenBlock {
         long long firstKey;
         long long step;
         long long base;
         const uint32_t* offsets;
-        const char* keptOffsets;  // the same, or null
+        const char* keptOffsets;  // the same where another table with this memory has them, or null
         const uint32_t* sizes;    // null if they are not kept
     };
+
+    // As Append does. Returns where the offsets stand now.
     const char* AppendEvenly(const EvenBlock& even);
 
     size_t size() const { return mSize; }

@@ -1,5 +1,3 @@
-#include "quicktime/run_appender.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,6 +6,8 @@
 #include <map>
 #include <stdexcept>
 #include <vector>
+
+#include "quicktime/run_appender.h"
 
 using KVX::QT::RecordMap;
 using KVX::QT::RunAppender;
