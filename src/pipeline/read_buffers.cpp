@@ -1,11 +1,10 @@
 #include "pipeline/read_buffers.h"
 
 #include <pthread.h>
+#include <time.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
-#include <thread>
 
 #include "core/log.h"
 #include "pipeline/buffer_shelf.h"
@@ -25,7 +24,7 @@ BufferShelf sShelf;
 std::atomic<int> sKeepers{0};
 bool sIsOffering = false;  // whether there is a thread that does; with the lock
 
-constexpr std::chrono::seconds kRest(1);
+constexpr timespec kRest = {1, 0};
 
 // Without the lock, a call does without the shelf.
 bool Lock() {
@@ -80,7 +79,7 @@ Buffer NextToOffer(const Buffer& offered) {
 // in between takes time twice, for the offer and for writing to each of its pages the next time.
 void OfferWhatRests() {
     for (bool isLeft = true; isLeft;) {
-        std::this_thread::sleep_for(kRest);
+        nanosleep(&kRest, nullptr);
         // While one is being offered it is not on the shelf, where the next request might find it.
         for (Buffer cold = NextToOffer({}); cold.memory != nullptr; cold = NextToOffer(cold)) {
             Platform::OfferMemory(cold.memory, cold.size);

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <iterator>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
@@ -212,9 +213,13 @@ class RunMap {
     }
 
     void Unpack() const {
-        static std::mutex lock;
-        const std::lock_guard<std::mutex> locked(lock);
+        static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
+        struct Locked {
+            Locked() { pthread_mutex_lock(&lock); }
+            ~Locked() { pthread_mutex_unlock(&lock); }
+        } locked;
         if (IsPacked()) {
+            mEntries.clear();
             mEntries.reserve(mPacked->size());
             mPacked->ForEach([this](const PackedRuns::Run& run) {
                 mEntries.emplace_back(run.key, PackedAs<Value>::Of(run.offset, run.size));

@@ -1,4 +1,5 @@
 // The process and the machine as a whole.
+#include <time.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -48,6 +49,8 @@ std::vector<Shim> ProcessShims() {
         Function("_OSAtomicAdd32Barrier", &OSAtomicAdd32Barrier),
         Function("___cxa_atexit", &__cxa_atexit),
         Function("_abort", &abort),
+        // A timespec is two 64-bit numbers on both systems.
+        TellingErrors<&nanosleep>("_nanosleep"),
         TellingErrors<&SysctlByName>("_sysctlbyname"),
     };
 }
