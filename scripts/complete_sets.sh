@@ -10,11 +10,21 @@ cd "$(dirname "$0")/.."
 setup_packages build sample tests
 setup_build release kvx_tests kvx_sweep_tests kvx_fault_tests
 
+# One process on each processor, which share a program's tests.
 failed=()
+GTEST_TOTAL_SHARDS=$(getconf _NPROCESSORS_ONLN)
+export GTEST_TOTAL_SHARDS
 for program in kvx_tests convert/kvx_sweep_tests kvx_fault_tests; do
     setup_say "complete sets of $program"
-    "build/release/tests/$program" --gtest_also_run_disabled_tests --gtest_brief=1 \
-        --gtest_filter='*DISABLED_*' "$@" || failed+=("$program")
+    shares=()
+    for ((share = 0; share < GTEST_TOTAL_SHARDS; ++share)); do
+        GTEST_SHARD_INDEX=$share "build/release/tests/$program" --gtest_also_run_disabled_tests \
+            --gtest_brief=1 --gtest_filter='*DISABLED_*' "$@" &
+        shares+=($!)
+    done
+    for share in "${shares[@]}"; do
+        wait "$share" || failed+=("$program")
+    done
 done
 if [ ${#failed[@]} -gt 0 ]; then
     setup_fail "failed: ${failed[*]}"
