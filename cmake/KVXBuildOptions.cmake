@@ -62,19 +62,37 @@ function(kvx_precompile_common_headers target)
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
 endfunction()
 
-# kvx_unite(TARGET [REGEX]): compiles several files at a time, which takes half as long, where a build
-# is for its tests and not for changing a file. Files whose names match the expression go alone: they
-# have the same short names for different things.
+# kvx_unite(TARGET [BY_FOLDER] [REGEX]): compiles several files at a time, which takes half as long, where
+# a build is for its tests and not for changing a file. Files whose names match the expression go alone:
+# they have the same short names for different things. By folder, no object is of two: of a library who
+# takes something gets nothing of what stands above it.
 option(KVX_UNITY "Compile several files of a library at a time" OFF)
+set(KVX_UNITED_AT_MOST 10)
 function(kvx_unite target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "BY_FOLDER" "" "")
   if(NOT KVX_UNITY)
     return()
   endif()
-  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
-  if(ARGC GREATER 1)
-    get_target_property(sources ${target} SOURCES)
-    list(FILTER sources INCLUDE REGEX "${ARGV1}")
-    set_source_files_properties(${sources} TARGET_DIRECTORY ${target} PROPERTIES
+  set_target_properties(${target} PROPERTIES
+    UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${KVX_UNITED_AT_MOST})
+  get_target_property(sources ${target} SOURCES)
+  if(arg_UNPARSED_ARGUMENTS)
+    set(alone ${sources})
+    list(FILTER alone INCLUDE REGEX "${arg_UNPARSED_ARGUMENTS}")
+    list(FILTER sources EXCLUDE REGEX "${arg_UNPARSED_ARGUMENTS}")
+    set_source_files_properties(${alone} TARGET_DIRECTORY ${target} PROPERTIES
       SKIP_UNITY_BUILD_INCLUSION ON)
+  endif()
+  if(arg_BY_FOLDER)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD_MODE GROUP)
+    foreach(source ${sources})
+      get_filename_component(folder ${source} DIRECTORY)
+      get_filename_component(folder ${folder} NAME)
+      list(APPEND files_of_${folder} ${source})
+      list(LENGTH files_of_${folder} count)
+      math(EXPR part "(${count} - 1) / ${KVX_UNITED_AT_MOST}")
+      set_source_files_properties(${source} TARGET_DIRECTORY ${target} PROPERTIES
+        UNITY_GROUP ${folder}_${part})
+    endforeach()
   endif()
 endfunction()
