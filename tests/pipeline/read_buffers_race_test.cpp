@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -41,6 +42,47 @@ TEST(ReadBuffersRace, ABufferIsInOneHandAtATime) {
     }
     for (std::thread& thread : threads) {
         thread.join();
+    }
+    EXPECT_EQ(spoilt, 0);
+}
+
+// More than the system is kept from, of which two threads use some: what lies unused is offered to
+// the system meanwhile, and the keeper goes when that has begun.
+TEST(ReadBuffersRace, ABufferThatIsOfferedIsInNobodysHand) {
+    constexpr size_t kSize = 16 << 20;
+    constexpr std::chrono::milliseconds kLongerThanARest(1100);
+    std::atomic<int> spoilt{0};
+    for (int round = 0; round < 2; ++round) {
+        const ReadBuffers::Keeper keeper;
+        std::vector<ReadBuffers::Buffer> buffers;
+        for (int count = 0; count < 8; ++count) {
+            buffers.push_back(ReadBuffers::Allocate(kSize));
+        }
+        for (const ReadBuffers::Buffer& buffer : buffers) {
+            ReadBuffers::Free(buffer);
+        }
+        const auto end = std::chrono::steady_clock::now() + kLongerThanARest;
+        std::vector<std::thread> threads;
+        for (char index = 1; index <= 2; ++index) {
+            threads.emplace_back([&spoilt, index, end] {
+                while (std::chrono::steady_clock::now() < end) {
+                    const ReadBuffers::Buffer first = ReadBuffers::Allocate(kSize);
+                    const ReadBuffers::Buffer second = ReadBuffers::Allocate(kSize);
+                    for (char* memory : {first.memory, second.memory}) {
+                        memory[0] = memory[kSize - 1] = index;
+                    }
+                    std::this_thread::yield();
+                    for (const char* memory : {first.memory, second.memory}) {
+                        spoilt += memory[0] == index && memory[kSize - 1] == index ? 0 : 1;
+                    }
+                    ReadBuffers::Free(first);
+                    ReadBuffers::Free(second);
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
     }
     EXPECT_EQ(spoilt, 0);
 }
