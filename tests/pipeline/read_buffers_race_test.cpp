@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -55,7 +56,7 @@ TEST(ReadBuffersRace, ABufferThatIsOfferedIsInNobodysHand) {
     for (int round = 0; round < 2; ++round) {
         const ReadBuffers::Keeper keeper;
         std::vector<ReadBuffers::Buffer> buffers;
-        for (int count = 0; count < 8; ++count) {
+        for (int count = 0; count < 11; ++count) {
             buffers.push_back(ReadBuffers::Allocate(kSize));
         }
         for (const ReadBuffers::Buffer& buffer : buffers) {
@@ -82,6 +83,16 @@ TEST(ReadBuffersRace, ABufferThatIsOfferedIsInNobodysHand) {
         }
         for (std::thread& thread : threads) {
             thread.join();
+        }
+        // All that are kept, and some more.
+        std::set<const char*> places;
+        std::vector<ReadBuffers::Buffer> taken;
+        for (int count = 0; count < 20; ++count) {
+            taken.push_back(ReadBuffers::Allocate(kSize));
+            ASSERT_TRUE(places.insert(taken.back().memory).second) << count;
+        }
+        for (const ReadBuffers::Buffer& buffer : taken) {
+            ReadBuffers::Free(buffer);
         }
     }
     EXPECT_EQ(spoilt, 0);
