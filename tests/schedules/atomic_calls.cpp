@@ -74,59 +74,65 @@ void __tsan_vptr_read(void** address) {
 }
 
 // NOLINTBEGIN(bugprone-macro-parentheses): a type has none around it.
-#define KVX_ATOMICS(bits, type)                                                               \
-    type __tsan_atomic##bits##_load(const volatile type* address, int) {                      \
-        AtomicPoint(address, sizeof(type), false);                                            \
-        return *address;                                                                      \
-    }                                                                                         \
-    void __tsan_atomic##bits##_store(volatile type* address, type value, int) {               \
-        AtomicPoint(address, sizeof(type));                                                   \
-        *address = value;                                                                     \
-    }                                                                                         \
-    type __tsan_atomic##bits##_exchange(volatile type* address, type value, int) {            \
-        AtomicPoint(address, sizeof(type));                                                   \
-        const type before = *address;                                                         \
-        *address = value;                                                                     \
-        return before;                                                                        \
-    }                                                                                         \
-    type __tsan_atomic##bits##_fetch_add(volatile type* address, type value, int) {           \
-        AtomicPoint(address, sizeof(type));                                                   \
-        const type before = *address;                                                         \
-        *address = static_cast<type>(before + value);                                         \
-        return before;                                                                        \
-    }                                                                                         \
-    type __tsan_atomic##bits##_fetch_sub(volatile type* address, type value, int) {           \
-        AtomicPoint(address, sizeof(type));                                                   \
-        const type before = *address;                                                         \
-        *address = static_cast<type>(before - value);                                         \
-        return before;                                                                        \
-    }                                                                                         \
-    type __tsan_atomic##bits##_fetch_and(volatile type* address, type value, int) {           \
-        AtomicPoint(address, sizeof(type));                                                   \
-        const type before = *address;                                                         \
-        *address = static_cast<type>(before & value);                                         \
-        return before;                                                                        \
-    }                                                                                         \
-    type __tsan_atomic##bits##_fetch_or(volatile type* address, type value, int) {            \
-        AtomicPoint(address, sizeof(type));                                                   \
-        const type before = *address;                                                         \
-        *address = static_cast<type>(before | value);                                         \
-        return before;                                                                        \
-    }                                                                                         \
-    int __tsan_atomic##bits##_compare_exchange_strong(volatile type* address, type* expected, \
-                                                      type value, int, int) {                 \
-        AtomicPoint(address, sizeof(type));                                                   \
-        if (*address == *expected) {                                                          \
-            *address = value;                                                                 \
-            return 1;                                                                         \
-        }                                                                                     \
-        *expected = *address;                                                                 \
-        return 0;                                                                             \
-    }                                                                                         \
-    int __tsan_atomic##bits##_compare_exchange_weak(volatile type* address, type* expected,   \
-                                                    type value, int order, int failure) {     \
-        return __tsan_atomic##bits##_compare_exchange_strong(address, expected, value, order, \
-                                                             failure);                        \
+#define KVX_ATOMICS(bits, type)                                                                   \
+    type __tsan_atomic##bits##_load(const volatile type* address, int) {                          \
+        AtomicPoint(address, sizeof(type), false);                                                \
+        return *address;                                                                          \
+    }                                                                                             \
+    void __tsan_atomic##bits##_store(volatile type* address, type value, int) {                   \
+        AtomicPoint(address, sizeof(type));                                                       \
+        *address = value;                                                                         \
+    }                                                                                             \
+    type __tsan_atomic##bits##_exchange(volatile type* address, type value, int) {                \
+        AtomicPoint(address, sizeof(type));                                                       \
+        const type before = *address;                                                             \
+        *address = value;                                                                         \
+        return before;                                                                            \
+    }                                                                                             \
+    type __tsan_atomic##bits##_fetch_add(volatile type* address, type value, int) {               \
+        AtomicPoint(address, sizeof(type));                                                       \
+        const type before = *address;                                                             \
+        *address = static_cast<type>(before + value);                                             \
+        return before;                                                                            \
+    }                                                                                             \
+    type __tsan_atomic##bits##_fetch_sub(volatile type* address, type value, int) {               \
+        AtomicPoint(address, sizeof(type));                                                       \
+        const type before = *address;                                                             \
+        *address = static_cast<type>(before - value);                                             \
+        return before;                                                                            \
+    }                                                                                             \
+    type __tsan_atomic##bits##_fetch_and(volatile type* address, type value, int) {               \
+        AtomicPoint(address, sizeof(type));                                                       \
+        const type before = *address;                                                             \
+        *address = static_cast<type>(before & value);                                             \
+        return before;                                                                            \
+    }                                                                                             \
+    type __tsan_atomic##bits##_fetch_or(volatile type* address, type value, int) {                \
+        AtomicPoint(address, sizeof(type));                                                       \
+        const type before = *address;                                                             \
+        *address = static_cast<type>(before | value);                                             \
+        return before;                                                                            \
+    }                                                                                             \
+    int __tsan_atomic##bits##_compare_exchange_strong(volatile type* address, type* expected,     \
+                                                      type value, int, int) {                     \
+        AtomicPoint(address, sizeof(type));                                                       \
+        if (*address == *expected) {                                                              \
+            *address = value;                                                                     \
+            return 1;                                                                             \
+        }                                                                                         \
+        *expected = *address;                                                                     \
+        return 0;                                                                                 \
+    }                                                                                             \
+    int __tsan_atomic##bits##_compare_exchange_weak(volatile type* address, type* expected,       \
+                                                    type value, int order, int failure) {         \
+        return __tsan_atomic##bits##_compare_exchange_strong(address, expected, value, order,     \
+                                                             failure);                            \
+    }                                                                                             \
+    /* What Clang calls for either. */                                                            \
+    type __tsan_atomic##bits##_compare_exchange_val(volatile type* address, type expected,        \
+                                                    type value, int order, int failure) {         \
+        __tsan_atomic##bits##_compare_exchange_strong(address, &expected, value, order, failure); \
+        return expected;                                                                          \
     }
 // NOLINTEND(bugprone-macro-parentheses)
 KVX_ATOMICS(8, uint8_t)

@@ -14,10 +14,13 @@ Anything Find(const char* name) {
 
 }  // namespace
 
-#define KVX_INDIRECT(name)                                   \
-    __attribute__((used)) static Anything resolve_##name() { \
-        return Find("_" #name);                              \
-    }                                                        \
+// A resolver is looked for by the name that the assembler knows, which a static one has not with
+// Clang.
+#define KVX_INDIRECT(name)                                           \
+    __attribute__((visibility("hidden"))) Anything resolve_##name(); \
+    Anything resolve_##name() {                                      \
+        return Find("_" #name);                                      \
+    }                                                                \
     __attribute__((visibility("default"), ifunc("resolve_" #name))) void name()
 
 extern "C" {
