@@ -2,6 +2,8 @@
 #include <smmintrin.h>
 
 int main(int argc, char**) {
-    const __m128i product = _mm_mullo_epi32(_mm_set1_epi32(argc), _mm_set1_epi32(argc));
-    return _mm_cvtsi128_si32(product) == argc * argc ? 0 : 1;
+    // Not known to the compiler, and asked for whole: it would find a way without the instruction.
+    volatile __m128i factors = _mm_set1_epi32(argc);
+    volatile __m128i products = _mm_mullo_epi32(factors, factors);
+    return _mm_cvtsi128_si32(products) == argc * argc ? 0 : 1;
 }
