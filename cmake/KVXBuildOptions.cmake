@@ -64,8 +64,8 @@ endfunction()
 
 # kvx_unite(TARGET [BY_FOLDER] [REGEX]): compiles several files at a time, which takes half as long, where
 # a build is for its tests and not for changing a file. Files whose names match the expression go alone:
-# they have the same short names for different things. By folder, no object is of two: of a library who
-# takes something gets nothing of what stands above it.
+# they have the same short names for different things. BY_FOLDER keeps files of different folders apart,
+# so that a program that links one function of a library is not given what lies above it.
 option(KVX_UNITY "Compile several files of a library at a time" OFF)
 set(KVX_UNITED_AT_MOST 10)
 function(kvx_unite target)

@@ -128,7 +128,7 @@ void __tsan_vptr_read(void** address) {
         return __tsan_atomic##bits##_compare_exchange_strong(address, expected, value, order,     \
                                                              failure);                            \
     }                                                                                             \
-    /* What Clang calls for either. */                                                            \
+    /* Clang calls this for both. */                                                              \
     type __tsan_atomic##bits##_compare_exchange_val(volatile type* address, type expected,        \
                                                     type value, int order, int failure) {         \
         __tsan_atomic##bits##_compare_exchange_strong(address, &expected, value, order, failure); \

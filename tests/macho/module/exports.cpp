@@ -14,8 +14,7 @@ Anything Find(const char* name) {
 
 }  // namespace
 
-// A resolver is looked for by the name that the assembler knows, which a static one has not with
-// Clang.
+// An ifunc names its resolver as the assembler does, and Clang mangles the name of a static one.
 #define KVX_INDIRECT(name)                                           \
     __attribute__((visibility("hidden"))) Anything resolve_##name(); \
     Anything resolve_##name() {                                      \
