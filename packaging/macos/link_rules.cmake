@@ -5,14 +5,11 @@ cmake_path(GET KVX_ZIG PARENT_PATH kvx_zig_folder)
 unset(CMAKE_CXX_LINKER_WRAPPER_FLAG)
 unset(CMAKE_CXX_LINKER_WRAPPER_FLAG_SEP)
 set(CMAKE_CXX_OSX_DEPLOYMENT_TARGET_FLAG "")
-# Of the system's library and the run-time library, which both have memcpy and its like, the first is
-# taken: the system's own are made for the processor that they run on. No debug map: it would name
-# files of the machine that built. The signature is one without an identity, as the system asks for.
+# No debug map: it would name files of the machine that built. The signature is one without an identity,
+# as the system asks for.
 string(JOIN " " CMAKE_CXX_CREATE_SHARED_MODULE
   "\"${KVX_LD64}\" -arch ${KVX_MACOS_PROCESSOR}"
   "-platform_version macos ${KVX_MACOS_OLDEST} ${KVX_MACOS_OLDEST} -bundle -dead_strip -S"
   "-adhoc_codesign -data_const"
   "-F\"${CMAKE_CURRENT_LIST_DIR}/stubs\" <LINK_FLAGS> -o <TARGET> <OBJECTS> <LINK_LIBRARIES>"
-  "\"${kvx_zig_folder}/lib/libc/darwin/libSystem.tbd\""
-  "\"${KVX_MACOS_RUNTIME}/libc++.a\" \"${KVX_MACOS_RUNTIME}/libc++abi.a\""
-  "\"${KVX_MACOS_RUNTIME}/libcompiler_rt.a\"")
+  "\"${kvx_zig_folder}/lib/libc/darwin/libSystem.tbd\"")

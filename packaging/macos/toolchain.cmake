@@ -2,13 +2,10 @@
 # fetches the compiler, says where it is, and gives a line of slices.txt.
 
 set(KVX_ZIG "" CACHE FILEPATH "The zig command")
-# libc++.a, libc++abi.a and libcompiler_rt.a, made for the same target.
-set(KVX_MACOS_RUNTIME "" CACHE PATH "The folder of the C++ run-time library")
 set(KVX_MACOS_SLICE "" CACHE STRING "Of slices.txt")
-set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KVX_ZIG KVX_MACOS_RUNTIME KVX_MACOS_SLICE)
-if(NOT KVX_ZIG OR NOT KVX_MACOS_RUNTIME OR NOT KVX_MACOS_SLICE)
-  message(FATAL_ERROR
-    "KVX_ZIG, KVX_MACOS_RUNTIME and KVX_MACOS_SLICE must be given; ./package-macos does")
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KVX_ZIG KVX_MACOS_SLICE)
+if(NOT KVX_ZIG OR NOT KVX_MACOS_SLICE)
+  message(FATAL_ERROR "KVX_ZIG and KVX_MACOS_SLICE must be given; ./package-macos does")
 endif()
 string(REPLACE " " ";" kvx_slice ${KVX_MACOS_SLICE})
 list(GET kvx_slice 0 KVX_MACOS_PROCESSOR)
@@ -19,10 +16,10 @@ list(GET kvx_slice 3 kvx_compiled_for)
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_PROCESSOR ${KVX_MACOS_PROCESSOR})
 
-set(CMAKE_CXX_COMPILER ${KVX_ZIG} c++ -target ${kvx_target} -mcpu=${kvx_compiled_for})
-# Programs are not linked, which would build the run-time library once more, so the checks of a
-# compiler end with the object.
-set(CMAKE_CXX_COMPILER_ID_TEST_FLAGS_FIRST -c)
+set(CMAKE_CXX_COMPILER ${KVX_ZIG} c++ -mcpu=${kvx_compiled_for} -g0)
+# Linking a program would build the whole run-time library, so the checks of a compiler end with the
+# object: the first of them where there is a target.
+set(CMAKE_CXX_COMPILER_TARGET ${kvx_target})
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 # Release 14 leaves the addresses in __eh_frame as they were in the object files.
 find_program(KVX_LD64 NAMES ld64.lld-16 ld64.lld-19 REQUIRED)
