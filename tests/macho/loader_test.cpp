@@ -171,13 +171,6 @@ TEST_F(Loader, ThreadsHaveTheSmallStackOfMacos) {
     EXPECT_EQ(sStack, size_t{512} << 10);
 }
 
-TEST_F(Loader, TheTableOfCharactersHasDigits) {
-    auto* const isDigit = Find<int(int)>("_probe_is_digit");
-    for (int character = 0; character < 256; ++character) {
-        EXPECT_EQ(isDigit(character) != 0, character >= '0' && character <= '9') << character;
-    }
-}
-
 TEST_F(Loader, AnOverrunOfTheStackEndsTheProcess) {
     auto* const overrun = Find<void(const char*)>("_probe_overrun");
     overrun("short");

@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -196,10 +195,6 @@ KVX_PROBE int probe_thread(void (*work)()) {
     }
     pthread_mutex_unlock(&job.mutex);
     return pthread_join(thread, nullptr);
-}
-
-KVX_PROBE int probe_is_digit(int character) {
-    return std::isdigit(character);
 }
 
 // Writes behind the end of an array.

@@ -8,8 +8,8 @@ std::vector<Shim> AllShims() {
     std::vector<Shim> all;
     for (const auto subject :
          {CoreFoundationShims, DyldShims, ErrorShims, FileManagerShims, FileShims, MemoryShims,
-          MutexShims, ConditionShims, OnceShims, ProcessShims, RuneShims, StandardOutputShims,
-          StringShims, ThreadShims, UnwinderShims}) {
+          MutexShims, ConditionShims, OnceShims, ProcessShims, StandardOutputShims, StringShims,
+          ThreadShims, UnwinderShims}) {
         const std::vector<Shim> shims = subject();
         all.insert(all.end(), shims.begin(), shims.end());
     }

@@ -33,10 +33,6 @@ void* Calloc(size_t count, size_t size) {
     return Fails() ? nullptr : calloc(count, size);
 }
 
-void* Realloc(void* memory, size_t size) {
-    return Fails() ? nullptr : realloc(memory, size);
-}
-
 void* Valloc(size_t size) {
     return Fails() ? nullptr : valloc(size);
 }
@@ -103,7 +99,7 @@ std::vector<Shim> MemoryShims() {
         Function("_getpagesize", &getpagesize), TellingErrors<&Advise>("_madvise"),
         TellingErrors<&Malloc>("_malloc"),      TellingErrors<&Map>("_mmap"),
         TellingErrors<&munmap>("_munmap"),      Aligned(),
-        TellingErrors<&Realloc>("_realloc"),    TellingErrors<&Valloc>("_valloc"),
+        TellingErrors<&Valloc>("_valloc"),
     };
 }
 

@@ -67,7 +67,6 @@ std::vector<Shim> MutexShims();
 std::vector<Shim> ConditionShims();
 std::vector<Shim> OnceShims();
 std::vector<Shim> ProcessShims();
-std::vector<Shim> RuneShims();
 std::vector<Shim> StandardOutputShims();
 std::vector<Shim> StringShims();
 std::vector<Shim> ThreadShims();

@@ -13,10 +13,6 @@ void Zero(void* memory, size_t size) {
     std::memset(memory, 0, size);
 }
 
-const void* MemChr(const void* memory, int byte, size_t size) {
-    return std::memchr(memory, byte, size);
-}
-
 const wchar_t* WMemChr(const wchar_t* memory, wchar_t character, size_t count) {
     return std::wmemchr(memory, character, count);
 }
@@ -45,7 +41,6 @@ std::vector<Shim> OfTheCompiler() {
 std::vector<Shim> StringShims() {
     std::vector<Shim> shims = OfTheCompiler();
     const std::vector<Shim> others = {
-        Function("_memchr", &MemChr),        Function("_memcmp", &std::memcmp),
         Function("_memcpy", &std::memcpy),   Function("_memmove", &std::memmove),
         Function("_strcmp", &std::strcmp),   Function("_strlen", &std::strlen),
         Function("_strncmp", &std::strncmp), Function("_strncpy", &std::strncpy),
