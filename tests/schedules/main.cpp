@@ -6,7 +6,8 @@
 //       --self-test         the scheduler's own test, in place of scenarios
 //       --preemptions N     threads interrupted in one run, 2 if not said; 0, 1 ... N in turn
 //       --seconds S         of the processor for each scenario; no limit if not said
-//       --all               not to have made all runs in that time is a failure
+//       --runs N            of those with most preemptions at most; no limit if not said
+//       --all               not to have made all runs is a failure
 //       --random RUNS       random priorities in place of every order
 //       --seed N            for these
 //       --replay PATH       one run of one scenario, with its points and the importer's log
@@ -26,6 +27,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -57,6 +59,7 @@ struct Clock {
 struct Options {
     unsigned preemptions = 2;
     double seconds = 0;
+    long runs = std::numeric_limits<long>::max();
     long random = 0;
     uint64_t seed = 1;
     const char* replay = nullptr;
@@ -103,31 +106,44 @@ void FailOnCrashes() {
     sigaction(SIGABRT, &action, nullptr);
 }
 
+// Where the runs of a scenario end, if not all of them have been made by then.
+struct Limit {
+    Clock::time_point end = Clock::time_point::max();
+    long runs = std::numeric_limits<long>::max();
+
+    bool IsReached(long made) const {
+        return made >= runs || (made % 64 == 0 && Clock::now() > end);
+    }
+};
+
 void RunAll(const Scenario& scenario, const Movies& movies, Strategy& strategy,
-            const Bounds& bounds, Clock::time_point end, Result& result) {
+            const Bounds& bounds, const Limit& limit, Result& result) {
     const std::function<void()> body = [&] { scenario.body(movies); };
     do {
         result.finding = gScheduler->Run(strategy, bounds, body);
         ++result.runs;
         result.givenUp += gScheduler->WasGivenUp() ? 1 : 0;
         result.longest = std::max(result.longest, gScheduler->Choices());
-        if (result.finding || (result.runs % 64 == 0 && Clock::now() > end)) {
+        if (result.finding) {
             return;
         }
-    } while (strategy.NextRun());
-    result.isExhausted = true;
+        if (!strategy.NextRun()) {
+            result.isExhausted = true;
+            return;
+        }
+    } while (!limit.IsReached(result.runs));
 }
 
 // Which objects the threads have in common turns out on the way: the runs are made until they have
 // shown no further one.
 Result RunEvery(const Scenario& scenario, const Movies& movies, const Bounds& bounds,
-                Clock::time_point end) {
+                const Limit& limit) {
     Result result;
     for (;;) {
         gScheduler->TheirCauses().AcceptCommon();
         result.isExhausted = false;
         EveryRun strategy;
-        RunAll(scenario, movies, strategy, bounds, end, result);
+        RunAll(scenario, movies, strategy, bounds, limit, result);
         if (!result.isExhausted || !gScheduler->TheirCauses().HasFoundCommon()) {
             return result;
         }
@@ -157,16 +173,16 @@ bool Play(const Scenario& scenario, const Movies& movies, const Options& options
     const auto seconds = [&] {
         return std::chrono::duration<double>(Clock::now() - start).count();
     };
-    const auto end =
-        options.seconds > 0
-            ? start + std::chrono::milliseconds(static_cast<long>(options.seconds * 1000))
-            : Clock::time_point::max();
+    Limit limit;
+    if (options.seconds > 0) {
+        limit.end = start + std::chrono::milliseconds(static_cast<long>(options.seconds * 1000));
+    }
     if (options.replay != nullptr) {
         bounds.preemptions = static_cast<unsigned>(-1);
         Replay strategy(options.replay);
         gScheduler->Trace();
         Result result;
-        RunAll(scenario, movies, strategy, bounds, end, result);
+        RunAll(scenario, movies, strategy, bounds, limit, result);
         return Report(scenario, "replay", result, seconds());
     }
     const Silence silence;
@@ -174,14 +190,17 @@ bool Play(const Scenario& scenario, const Movies& movies, const Options& options
         bounds.preemptions = static_cast<unsigned>(-1);
         RandomPriorities strategy(options.seed, options.random, 3, 200);
         Result result;
-        RunAll(scenario, movies, strategy, bounds, end, result);
+        RunAll(scenario, movies, strategy, bounds, limit, result);
         return Report(scenario, "random", result, seconds());
     }
     bounds.onlyWhereThreadsMeet = true;
     gScheduler->TheirCauses().ForgetCommon();
     for (unsigned preemptions = 0; preemptions <= options.preemptions; ++preemptions) {
         bounds.preemptions = preemptions;
-        const Result result = RunEvery(scenario, movies, bounds, end);
+        if (preemptions == options.preemptions) {
+            limit.runs = options.runs;
+        }
+        const Result result = RunEvery(scenario, movies, bounds, limit);
         if (!Report(scenario, std::to_string(preemptions) + " preemptions", result, seconds())) {
             return false;
         }
@@ -198,6 +217,7 @@ int Main(int argc, char** argv) {
         {"self-test", no_argument, nullptr, 't'},
         {"preemptions", required_argument, nullptr, 'p'},
         {"seconds", required_argument, nullptr, 's'},
+        {"runs", required_argument, nullptr, 'n'},
         {"all", no_argument, nullptr, 'a'},
         {"random", required_argument, nullptr, 'r'},
         {"seed", required_argument, nullptr, 'e'},
@@ -220,6 +240,9 @@ int Main(int argc, char** argv) {
                 break;
             case 's':
                 options.seconds = std::atof(optarg);
+                break;
+            case 'n':
+                options.runs = std::atol(optarg);
                 break;
             case 'a':
                 options.wantsAll = true;
