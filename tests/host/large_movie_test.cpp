@@ -194,7 +194,11 @@ TEST_F(LargeMovie, EightHoursOfSound) {
         ASSERT_EQ(track.GetSampleOffset(first), offset) << chunk;
         ASSERT_EQ(track.GetSampleOffset(first + kInChunk - 1), offset + (kInChunk - 1) * kFrameSize)
             << chunk;
-        const int64_t toHole = (kChunksToHole - chunk % kChunksToHole) * kInChunk;
+        const int64_t behindHole = chunk % kChunksToHole;
+        if (kvx_test::IsUnderSanitizer() && behindHole > 1 && behindHole < kChunksToHole - 2) {
+            continue;  // counted from chunk to chunk, up to a hundred times over
+        }
+        const int64_t toHole = (kChunksToHole - behindHole) * kInChunk;
         ASSERT_EQ(track.TrackSampleToContiguousSampleCount(first), toHole) << chunk;
     }
     std::vector<float> left(kRead);

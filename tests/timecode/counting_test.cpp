@@ -1,6 +1,7 @@
 // Every frame of 24 hours in every format, there and back.
 #include <gtest/gtest.h>
 
+#include "support/sanitizers.h"
 #include "timecode/counting_model.h"
 #include "timecode/ctimecode.h"
 #include "timecode/serial_timecode.h"
@@ -22,10 +23,11 @@ bool HasLabel(const Digits& digits, const Label& label) {
 
 TEST_P(CountingTest, EveryFrameOfADayHasItsLabelAndComesBack) {
     const Counting& counting = GetParam();
-    const int day = kvx_test::FramesInDay(counting);
+    // Of the hours, which are alike, a sanitizer sees as much in one.
+    const int hours = kvx_test::IsUnderSanitizer() ? 1 : 24;
     Label label;
     CTimeCode timeCode(counting.format);
-    for (int frame = 0; frame < day; ++frame) {
+    for (int frame = 0; frame < hours * kvx_test::FramesInHour(counting); ++frame) {
         timeCode.Set(counting.format, frame, false);
         if (!HasLabel(timeCode, label)) {
             FAIL() << "frame " << frame << " gives " << timeCode.ToString(false);
@@ -35,9 +37,10 @@ TEST_P(CountingTest, EveryFrameOfADayHasItsLabelAndComesBack) {
         }
         label.Advance(counting);
     }
-    EXPECT_EQ(label.hours, 24);
+    EXPECT_EQ(label.hours, hours);
     EXPECT_EQ(label.minutes + label.seconds + label.frames, 0);
-    EXPECT_EQ(CTimeCode::LargestFrameCountBeforeTimeCodeWraps(counting.format), day);
+    EXPECT_EQ(CTimeCode::LargestFrameCountBeforeTimeCodeWraps(counting.format),
+              kvx_test::FramesInDay(counting));
 }
 
 // The label that numbers or text name, for all labels that exist and all that do not.
