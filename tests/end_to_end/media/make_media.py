@@ -14,7 +14,6 @@ import json
 import os
 import platform
 import shutil
-import subprocess
 import sys
 import tempfile
 from concurrent.futures import ThreadPoolExecutor, as_completed
@@ -22,44 +21,38 @@ from pathlib import Path
 
 import edits
 import recipes
+from programs import Programs
 
 HERE = Path(__file__).resolve().parent
 
 
-def run(command, folder):
-    result = subprocess.run(command, cwd=folder, text=True, stdin=subprocess.DEVNULL,
-                            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
-    if result.returncode:
-        raise RuntimeError(f"{' '.join(map(str, command))}\n{result.stdout}")
-
-
-def measure(movies):
+def measure(movies, programs):
     """Writes what ffprobe and ffmpeg say of `movies` beside them."""
     inputs, outputs = [], []
     for number, movie in enumerate(movies):
-        told = subprocess.run(
-            ["ffprobe", "-v", "error", "-show_streams", "-show_packets", "-of", "json", movie],
-            stdout=subprocess.PIPE, check=True).stdout
-        Path(f"{movie}.json").write_bytes(told)
-        sounds = [s for s in json.loads(told)["streams"] if s["codec_type"] == "audio"]
+        told = Path(f"{movie}.json")
+        programs.run(["ffprobe", "-v", "error", "-show_streams", "-show_packets", "-of", "json",
+                      "-o", told, movie], HERE)
+        streams = json.loads(told.read_bytes())["streams"]
+        sounds = [s for s in streams if s["codec_type"] == "audio"]
         inputs += ["-i", str(movie)]
         for sound in range(len(sounds)):
             outputs += ["-map", f"{number}:a:{sound}", "-c:a", f"pcm_f64{sys.byteorder[0]}e",
                         "-f", f"f64{sys.byteorder[0]}e", f"{movie}.{sound}.f64"]
     if outputs:
-        run(["ffmpeg", "-v", "error", "-nostdin", "-y", *inputs, *outputs], HERE)
+        programs.run(["ffmpeg", "-v", "error", "-nostdin", "-y", *inputs, *outputs], HERE)
 
 
-def follow(recipe, folder):
+def follow(recipe, folder, programs):
     with tempfile.TemporaryDirectory(dir=folder) as scratch:
         for command in recipe.commands:
-            run(command, scratch)
+            programs.run(command, scratch)
         for name, (edit, source, *arguments) in recipe.movies.items():
             movie = folder / name
             movie.parent.mkdir(parents=True, exist_ok=True)
             getattr(edits, f"edit_{edit}")(Path(scratch, source or "none"), movie, *arguments)
     if recipe.measured:
-        measure([folder / name for name in recipe.movies])
+        measure([folder / name for name in recipe.movies], programs)
 
 
 def tool_versions():
@@ -90,8 +83,9 @@ def make_all(folder):
     if not stale:
         return
     print(f"making movies by {len(stale)} recipes", flush=True)
-    with ThreadPoolExecutor(os.cpu_count()) as pool:
-        jobs = {pool.submit(follow, recipe, folder): (stamp, key) for recipe, stamp, key in stale}
+    with Programs() as programs, ThreadPoolExecutor(os.cpu_count()) as pool:
+        jobs = {pool.submit(follow, recipe, folder, programs): (stamp, key)
+                for recipe, stamp, key in stale}
         for job in as_completed(jobs):
             job.result()
             stamp, key = jobs[job]
