@@ -8,6 +8,7 @@ find_path(KVX_GOOGLETEST_SOURCES googletest/CMakeLists.txt
 set(INSTALL_GTEST OFF)
 add_subdirectory(${KVX_GOOGLETEST_SOURCES} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
 foreach(library gtest gtest_main gmock)
+  target_compile_options(${library} PRIVATE -O0) # as the tests are
   if(NOT TARGET GTest::${library})
     add_library(GTest::${library} ALIAS ${library})
   endif()

@@ -10,7 +10,7 @@ setup_debian_sample=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-p
 setup_debian_quick=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev python3)
 setup_debian_tests=(ffmpeg jq quicktime-utils qemu-user python3-jsonschema libsimde-dev
     man-db mandoc zsh fish)
-setup_debian_arm64=(g++-aarch64-linux-gnu qemu-user googletest libgtest-dev)
+setup_debian_arm64=(clang g++-aarch64-linux-gnu qemu-user googletest libgtest-dev)
 setup_debian_clang=(clang libclang-rt-dev)
 setup_debian_lint=(clang clang-format clang-tidy shellcheck git lintian dpkg-dev file)
 setup_debian_macos=(lld-16 llvm zip ca-certificates python3)

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -27,15 +28,16 @@ float FloatOf(uint32_t bits) {
     return value;
 }
 
-void AppendBigEndian(std::vector<char>& to, uint64_t value, int bytes) {
-    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) {
-        to.push_back(static_cast<char>(value >> shift & 0xFF));
-    }
-}
-
-void AppendLittleEndian(std::vector<char>& to, uint64_t value, int bytes) {
-    for (int shift = 0; shift < 8 * bytes; shift += 8) {
-        to.push_back(static_cast<char>(value >> shift & 0xFF));
+// Lays the words out one after the other, in `kBytes` bytes each.
+template <int kBytes>
+void LayOut(const std::vector<uint64_t>& words, bool bigEndian, std::vector<char>& samples) {
+    samples.resize(words.size() * kBytes);
+    char* to = samples.data();
+    for (const uint64_t word : words) {
+        for (int byte = 0; byte < kBytes; ++byte) {
+            to[bigEndian ? kBytes - 1 - byte : byte] = static_cast<char>(word >> (8 * byte) & 0xFF);
+        }
+        to += kBytes;
     }
 }
 
@@ -44,25 +46,26 @@ void AppendLittleEndian(std::vector<char>& to, uint64_t value, int bytes) {
 template <typename T, typename WordAt, typename Expected>
 uint64_t Differences(uint64_t count, WordAt wordAt, Expected expected) {
     constexpr uint64_t kPiece = 1 << 16;
+    std::vector<uint64_t> words;
+    std::vector<uint32_t> results;  // as bits
     std::vector<char> samples;
     std::vector<float> plane(kPiece);
     float* planes[] = {plane.data()};
     uint64_t differences = 0;
-    for (const bool swap : {false, true}) {
-        for (uint64_t first = 0; first < count; first += kPiece) {
-            const uint64_t piece = std::min(kPiece, count - first);
-            samples.clear();
-            for (uint64_t i = 0; i < piece; ++i) {
-                if (swap) {
-                    AppendBigEndian(samples, wordAt(first + i), sizeof(T));
-                } else {
-                    AppendLittleEndian(samples, wordAt(first + i), sizeof(T));
-                }
-            }
+    for (uint64_t first = 0; first < count; first += kPiece) {
+        const uint64_t piece = std::min(kPiece, count - first);
+        words.resize(piece);
+        results.resize(piece);
+        for (uint64_t i = 0; i < piece; ++i) {
+            words[i] = wordAt(first + i);
+            results[i] = Bits(expected(words[i]));
+        }
+        for (const bool swap : {false, true}) {
+            LayOut<sizeof(T)>(words, swap, samples);
             PCM::Write<T>(samples.data(), swap, planes, 1, static_cast<unsigned int>(piece),
                           KVX::QT::SampleOrderMono);
             for (uint64_t i = 0; i < piece; ++i) {
-                differences += Bits(plane[i]) != Bits(expected(wordAt(first + i)));
+                differences += Bits(plane[i]) != results[i];
             }
         }
     }

@@ -147,17 +147,27 @@ inline int ChromaOf(const RGB& p, const Fixed& c, std::size_t row, int shift, in
 
 // A pixel's sums, 64 units to an 8-bit level. The luma joins U in the even pixel of a pair and V in
 // the odd one, and each part is truncated by itself.
-inline RGB VectorSums(int y, int u, int v, bool odd, const float* matrix, int shift) {
-    const Fixed fine = FixedPoint(matrix, 16384.0f);
-    const Fixed coarse = FixedPoint(matrix, 8192.0f);
-    const auto sum = [&](const Fixed& c, std::size_t row, int bits) {
-        const int luma = y * c[row];
-        const int p = u * c[row + 1] + (odd ? 0 : luma);
-        const int q = v * c[row + 2] + (odd ? luma : 0);
-        return Saturate16(Shift(p, bits)) + Saturate16(Shift(q, bits));
-    };
-    return {sum(coarse, 6, shift - 1), sum(fine, 3, shift), sum(fine, 0, shift)};
-}
+template <int kShift>
+class VectorSums {
+  public:
+    // Takes the matrix as integers once: for each pixel anew that would be most of a model's time.
+    explicit VectorSums(const float* matrix)
+        : mFine(FixedPoint(matrix, 16384.0f)), mCoarse(FixedPoint(matrix, 8192.0f)) {}
+
+    RGB Of(int y, int u, int v, bool odd) const {
+        const auto sum = [&](const Fixed& c, std::size_t row, int bits) {
+            const int luma = y * c[row];
+            const int p = u * c[row + 1] + (odd ? 0 : luma);
+            const int q = v * c[row + 2] + (odd ? luma : 0);
+            return Saturate16(Shift(p, bits)) + Saturate16(Shift(q, bits));
+        };
+        return {sum(mCoarse, 6, kShift - 1), sum(mFine, 3, kShift), sum(mFine, 0, kShift)};
+    }
+
+  private:
+    Fixed mFine;
+    Fixed mCoarse;
+};
 
 template <typename T>
 T FinishSum(int t) {

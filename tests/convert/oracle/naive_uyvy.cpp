@@ -93,11 +93,12 @@ void ScalarConvertTo(const char* src, int srcRowBytes, char* dst, int dstRowByte
 template <typename T>
 void VectorConvertTo(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                      int height, const float* m) {
+    const VectorSums<8> sums(m);
     TurnOver(src, srcRowBytes, dst, dstRowBytes, width, height,
-             [width, m](const char* from, char* to, bool) {
+             [width, &sums](const char* from, char* to, bool) {
                  for (int x = 0; x < RoundUp(width, 16); ++x) {
                      const Sample s = ReadSample(from, x);
-                     PutSums<T>(to, x, VectorSums(s.y, s.u, s.v, x % 2 == 1, m, 8));
+                     PutSums<T>(to, x, sums.Of(s.y, s.u, s.v, x % 2 == 1));
                  }
              });
 }

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstddef>
-#include <string>
 #include <vector>
 
 namespace kvx_test::vector128 {
@@ -17,18 +16,25 @@ using Bytes = std::array<unsigned char, 16>;
 // From `count` vectors, or pairs of them, to as many. What takes one operand looks at the first.
 using Function = void (*)(const Bytes* a, const Bytes* b, Bytes* results, std::size_t count);
 
+// The same; takes the number that an operation has as a part of its name.
+using Judge = void (*)(const Bytes* a, const Bytes* b, int number, Bytes* results,
+                       std::size_t count);
+
 struct Operation {
-    std::string mName;
+    const char* mName;
     Lanes mLanes;
     int mOperands;
     Function mOperation;
-    Function mJudge;
+    Judge mJudge;
+    int mNumber = 0;
     bool mAnyNaN = false;  // which bits a float has that is no number is left to the processor
 };
 
 std::vector<Operation> Operations();
 
-// A number by itself.
+// TruncateToInt, of a number by itself.
+int Truncation(double value);
+int Truncation(float value);
 int JudgeTruncation(double value);
 int JudgeTruncation(float value);
 
