@@ -1,7 +1,6 @@
 #include "cli/commands/movie_list.h"
 
 #include <cstdio>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "cli/commands/commands.h"
@@ -49,22 +48,16 @@ struct Format {
     std::function<std::string(const MovieFacts&)> write;
 };
 
-// A path may hold any bytes; what is not UTF-8 must not stop the report.
-std::string Dump(const MovieFacts& facts, int indent) {
-    return MovieJson(facts).dump(indent, ' ', false,
-                                 nlohmann::ordered_json::error_handler_t::replace);
-}
-
 Format ChooseFormat(const Arguments& arguments,
                     const std::function<std::string(const MovieFacts&)>& inWords) {
     if (arguments.Has(OptionId::kJsonLines)) {
         constexpr int kOneLine = -1;
         return {"", "", "", "",
-                [](const MovieFacts& facts) { return Dump(facts, kOneLine) + "\n"; }};
+                [](const MovieFacts& facts) { return MovieJson(facts, kOneLine) + "\n"; }};
     }
     if (arguments.Has(OptionId::kJson)) {
         return {"[\n", ",\n", "\n]\n", "[]\n",
-                [](const MovieFacts& facts) { return Dump(facts, 2); }};
+                [](const MovieFacts& facts) { return MovieJson(facts, 2); }};
     }
     return {"", "", "", "", inWords};
 }

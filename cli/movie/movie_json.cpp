@@ -183,13 +183,11 @@ ordered_json MediaFilesJson(const Report& report) {
     return files;
 }
 
-}  // namespace
-
-ordered_json MovieJson(const MovieFacts& facts) {
+ordered_json WholeMovieJson(const MovieFacts& facts) {
     const Report& report = facts.report;
     ordered_json movie = {{"schema", kSchema}};
     AddPath(movie, facts.path);
-    movie["status"] = NameOf(facts.GetVerdict());
+    movie["status"] = kvx_cli::NameOf(facts.GetVerdict());
     movie["importer"] = {{"imports", facts.importer.imports},
                          {"says", OrNull(!facts.importer.imports, facts.importer.words)}};
     const std::string disagreement = Disagreement(facts);
@@ -223,6 +221,13 @@ ordered_json MovieJson(const MovieFacts& facts) {
         }
     }
     return movie;
+}
+
+}  // namespace
+
+std::string MovieJson(const MovieFacts& facts, int indent) {
+    // A path may hold any bytes; what is not UTF-8 must not stop the report.
+    return WholeMovieJson(facts).dump(indent, ' ', false, ordered_json::error_handler_t::replace);
 }
 
 }  // namespace kvx_cli

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
+#include <string>
 
 #include "cli/movie/movie_facts.h"
 
 namespace kvx_cli {
 
 // What `kvx info --json` and `kvx check --json` print of a movie; docs/kvx_json.md describes what
-// is in it. Texts may hold any bytes of a path.
-nlohmann::ordered_json MovieJson(const MovieFacts& facts);
+// is in it. In lines indented by so many columns for each level, or in one line if that is
+// negative.
+std::string MovieJson(const MovieFacts& facts, int indent);
 
 }  // namespace kvx_cli
