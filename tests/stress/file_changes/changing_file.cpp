@@ -14,7 +14,7 @@ using kvx_test::Random;
 
 namespace {
 
-void Require(bool holds, const char* what) {
+void RequireCall(bool holds, const char* what) {
     if (!holds) {
         std::perror(what);
         std::abort();
@@ -25,7 +25,7 @@ void Write(int file, const char* bytes, uint64_t size, uint64_t offset) {
     for (uint64_t done = 0; done < size;) {
         const ssize_t wrote =
             pwrite(file, bytes + done, size - done, static_cast<off_t>(offset + done));
-        Require(wrote > 0, "pwrite");
+        RequireCall(wrote > 0, "pwrite");
         done += static_cast<uint64_t>(wrote);
     }
 }
@@ -55,9 +55,9 @@ ChangingFile::~ChangingFile() {
 
 void ChangingFile::WriteAll(const std::string& path, const Bytes& bytes) {
     const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    Require(file >= 0, "open");
+    RequireCall(file >= 0, "open");
     Write(file, bytes.data(), bytes.size(), 0);
-    Require(close(file) == 0, "close");
+    RequireCall(close(file) == 0, "close");
 }
 
 void ChangingFile::BeginChange() {
@@ -115,7 +115,7 @@ uint64_t ChangingFile::SomePlace(Random& random) const {
 }
 
 void ChangingFile::SetLength(uint64_t length) {
-    Require(truncate(mPath.c_str(), static_cast<off_t>(length)) == 0, "truncate");
+    RequireCall(truncate(mPath.c_str(), static_cast<off_t>(length)) == 0, "truncate");
     mPathFile.length = length;
 }
 
@@ -145,9 +145,9 @@ void ChangingFile::WriteOver(Random& random) {
         mPathFile.content |= kInverted;
     }
     const int file = open(mPath.c_str(), O_WRONLY | O_CLOEXEC);
-    Require(file >= 0, "open");
+    RequireCall(file >= 0, "open");
     Write(file, bytes.data(), bytes.size(), begin);
-    Require(close(file) == 0, "close");
+    RequireCall(close(file) == 0, "close");
 }
 
 void ChangingFile::Replace(Random& random) {
@@ -158,14 +158,14 @@ void ChangingFile::Replace(Random& random) {
         bytes.resize(std::min<uint64_t>(SomePlace(random), bytes.size()));
     }
     WriteAll(other, bytes);
-    Require(std::rename(other.c_str(), mPath.c_str()) == 0, "rename");
+    RequireCall(std::rename(other.c_str(), mPath.c_str()) == 0, "rename");
     mPathFile.length = bytes.size();
     mIsThere = true;
     mIsOpenUnderPath = false;
 }
 
 void ChangingFile::Remove() {
-    Require(unlink(mPath.c_str()) == 0, "unlink");
+    RequireCall(unlink(mPath.c_str()) == 0, "unlink");
     mIsThere = false;
     mIsOpenUnderPath = false;
 }
