@@ -1,6 +1,6 @@
 # Builds for Linux on arm64 with Clang and runs what comes out under qemu-user. The C and C++ libraries
 # and the linker are those of Debian's cross compiler, g++-aarch64-linux-gnu, which Clang finds by
-# itself. That compiler takes a third longer, and on Apple silicon, the arm64 that the importer is for,
+# itself. That compiler takes over a quarter longer, and on Apple silicon, the arm64 that the importer is for,
 # what compiles is a Clang as well.
 
 set(CMAKE_SYSTEM_NAME Linux)
