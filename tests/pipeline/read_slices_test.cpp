@@ -8,6 +8,7 @@
 #include "pipeline/read_request.h"
 #include "pipeline/reference.h"
 #include "support/random.h"
+#include "support/sanitizers.h"
 
 namespace {
 
@@ -39,7 +40,8 @@ Range PickRange(Random& random) {
 
 TEST(ReadSlices, CoverTheTouchedPages) {
     Random random(20261121);
-    for (int round = 0; round < 20000; ++round) {
+    const int rounds = kvx_test::IsUnderSanitizer() ? 4000 : 20000;
+    for (int round = 0; round < rounds; ++round) {
         const Range range = PickRange(random);
         SCOPED_TRACE(testing::Message()
                      << range.size << " bytes at " << range.offset << " of " << range.fileLength);
