@@ -205,4 +205,28 @@ inline void PutSixV210(char* to, const int* y, const int* cb, const int* cr) {
     }
 }
 
+// A row of pixels, six at a time, up to whole groups of 24. `pixel(x)` has each on 14 bits, and for
+// -1 what stands for the neighbour of the first.
+template <typename PixelAt>
+void PutRowV210(char* to, int width, PixelAt pixel, const Fixed& c, int black) {
+    for (int x = 0; x < RoundUp(width, 24); x += 6) {
+        RGB pixels[7];  // from the neighbour on the left on
+        for (int k = 0; k < 7; ++k) {
+            pixels[k] = pixel(x - 1 + k);
+        }
+        int y[6];
+        int cb[3];
+        int cr[3];
+        for (int k = 0; k < 6; ++k) {
+            y[k] = LumaOf(pixels[k + 1], c, 4, black, 1023);
+        }
+        for (int k = 0; k < 3; ++k) {
+            const RGB f = ThreeTaps(pixels[2 * k], pixels[2 * k + 1], pixels[2 * k + 2]);
+            cb[k] = ChromaOf(f, c, 3, 4, 512);
+            cr[k] = ChromaOf(f, c, 6, 4, 512);
+        }
+        PutSixV210(to + x / 6 * 16, y, cb, cr);
+    }
+}
+
 }  // namespace kvx_test::naive

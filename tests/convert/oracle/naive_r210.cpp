@@ -151,24 +151,7 @@ void ConvertToV210(const char* src, int srcRowBytes, char* dst, int dstRowBytes,
             const RGB p = ReadPixel(from, std::max(x, 0));
             return RGB{p.b * 16, p.g * 16, p.r * 16};
         };
-        for (int x = 0; x < RoundUp(width, 24); x += 6) {
-            RGB pixels[7];  // from the neighbour on the left on
-            for (int k = 0; k < 7; ++k) {
-                pixels[k] = pixel(x - 1 + k);
-            }
-            int y[6];
-            int cb[3];
-            int cr[3];
-            for (int k = 0; k < 6; ++k) {
-                y[k] = LumaOf(pixels[k + 1], c, 4, 0, 1023);
-            }
-            for (int k = 0; k < 3; ++k) {
-                const RGB f = ThreeTaps(pixels[2 * k], pixels[2 * k + 1], pixels[2 * k + 2]);
-                cb[k] = ChromaOf(f, c, 3, 4, 512);
-                cr[k] = ChromaOf(f, c, 6, 4, 512);
-            }
-            PutSixV210(to + x / 6 * 16, y, cb, cr);
-        }
+        PutRowV210(to, width, pixel, c, 0);
     }
 }
 

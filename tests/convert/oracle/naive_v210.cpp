@@ -127,29 +127,13 @@ template <typename T>
 void VectorCreateFrom(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                       int height, const float* m) {
     const Fixed c = FixedPoint(m, 32768.0f);
-    TurnOver(
-        src, srcRowBytes, dst, dstRowBytes, width, height,
-        [width, &c](const char* from, char* to, bool) {
-            const auto pixel = [from](int x) { return FourteenBitPixel<T>(from, std::max(x, 0)); };
-            for (int x = 0; x < RoundUp(width, 24); x += 6) {
-                RGB pixels[7];  // from the neighbour on the left on
-                for (int k = 0; k < 7; ++k) {
-                    pixels[k] = pixel(x - 1 + k);
-                }
-                int y[6];
-                int cb[3];
-                int cr[3];
-                for (int k = 0; k < 6; ++k) {
-                    y[k] = LumaOf(pixels[k + 1], c, 4, 64, 1023);
-                }
-                for (int k = 0; k < 3; ++k) {
-                    const RGB f = ThreeTaps(pixels[2 * k], pixels[2 * k + 1], pixels[2 * k + 2]);
-                    cb[k] = ChromaOf(f, c, 3, 4, 512);
-                    cr[k] = ChromaOf(f, c, 6, 4, 512);
-                }
-                PutSixV210(to + x / 6 * 16, y, cb, cr);
-            }
-        });
+    TurnOver(src, srcRowBytes, dst, dstRowBytes, width, height,
+             [width, &c](const char* from, char* to, bool) {
+                 const auto pixel = [from](int x) {
+                     return FourteenBitPixel<T>(from, std::max(x, 0));
+                 };
+                 PutRowV210(to, width, pixel, c, 64);
+             });
 }
 
 #define KVX_INSTANTIATE(T)                                                                   \
