@@ -129,8 +129,10 @@ constexpr Judge kTakeDwordsOfTwo = JUDGED(JudgeFloats, (simde_mm_shuffle_ps)(a, 
 constexpr Judge kTakeLowWords = JUDGED(JudgeIntegers, (simde_mm_shufflelo_epi16)(a, number));
 constexpr Judge kTakeHighWords = JUDGED(JudgeIntegers, (simde_mm_shufflehi_epi16)(a, number));
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a template's name takes none.
 #define SHIFT(lanes, name) \
     { #name, Lanes::lanes, 1, INTEGERS(name <kNumber>(a)), k##name, kNumber }
+// NOLINTEND(bugprone-macro-parentheses)
 
 using Adder = void (*)(std::vector<Operation>& all);
 
