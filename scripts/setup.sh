@@ -7,7 +7,7 @@
 setup_debian_build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev zlib1g-dev libcairo2-dev
     nettle-dev pkg-config fonts-dejavu-core)
 setup_debian_sample=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good)
-setup_debian_quick=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev python3)
+setup_debian_quick=(libgtest-dev libgmock-dev libbenchmark-dev libpng-dev lld python3)
 setup_debian_tests=(ffmpeg jq quicktime-utils qemu-user python3-jsonschema libsimde-dev
     man-db mandoc zsh fish)
 setup_debian_arm64=(clang g++-aarch64-linux-gnu qemu-user googletest libgtest-dev)
