@@ -62,19 +62,21 @@ function(kvx_precompile_common_headers target)
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
 endfunction()
 
-# kvx_unite(TARGET [BY_FOLDER] [REGEX]): compiles several files at a time, which takes half as long, where
-# a build is for its tests and not for changing a file. Files whose names match the expression go alone:
-# they have the same short names for different things. BY_FOLDER keeps files of different folders apart,
-# so that a program that links one function of a library is not given what lies above it.
+# kvx_unite(TARGET [BY_FOLDER] [AT_MOST FILES] [REGEX]): compiles several files at a time, ten if not told,
+# which takes half as long, where a build is for its tests and not for changing a file. Files whose names
+# match the expression go alone: they have the same short names for different things. BY_FOLDER keeps
+# files of different folders apart, so that a program that links one function of a library is not given
+# what lies above it.
 option(KVX_UNITY "Compile several files of a library at a time" OFF)
-set(KVX_UNITED_AT_MOST 10)
 function(kvx_unite target)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "BY_FOLDER" "" "")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "BY_FOLDER" "AT_MOST" "")
   if(NOT KVX_UNITY)
     return()
   endif()
-  set_target_properties(${target} PROPERTIES
-    UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${KVX_UNITED_AT_MOST})
+  if(NOT arg_AT_MOST)
+    set(arg_AT_MOST 10)
+  endif()
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${arg_AT_MOST})
   get_target_property(sources ${target} SOURCES)
   if(arg_UNPARSED_ARGUMENTS)
     set(alone ${sources})
@@ -90,7 +92,7 @@ function(kvx_unite target)
       get_filename_component(folder ${folder} NAME)
       list(APPEND files_of_${folder} ${source})
       list(LENGTH files_of_${folder} count)
-      math(EXPR part "(${count} - 1) / ${KVX_UNITED_AT_MOST}")
+      math(EXPR part "(${count} - 1) / ${arg_AT_MOST}")
       set_source_files_properties(${source} TARGET_DIRECTORY ${target} PROPERTIES
         UNITY_GROUP ${folder}_${part})
     endforeach()

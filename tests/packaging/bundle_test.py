@@ -61,7 +61,7 @@ def tree_of(processor):
 def commands_of(processor):
     """How the files of this project were compiled; those of the run-time library are the compiler's."""
     commands = json.loads((tree_of(processor) / "compile_commands.json").read_text())
-    return [command for command in commands if "/libcxx" not in command["file"]]
+    return [command for command in commands if "/packaging/macos/runtime/" not in command["file"]]
 
 
 def objects_of(processor):
