@@ -40,7 +40,7 @@ Range PickRange(Random& random) {
 
 TEST(ReadSlices, CoverTheTouchedPages) {
     Random random(20261121);
-    const int rounds = kvx_test::IsUnderSanitizer() ? 4000 : 20000;
+    const int rounds = kvx_test::IsUnderSanitizer() ? 1000 : 20000;
     for (int round = 0; round < rounds; ++round) {
         const Range range = PickRange(random);
         SCOPED_TRACE(testing::Message()
