@@ -8,6 +8,7 @@
 //       --seconds S         of the processor for each scenario; no limit if not said
 //       --runs N            of those with most preemptions at most; no limit if not said
 //       --all               not to have made all runs is a failure
+//       --share K/N         of the scenarios every N-th, from the K-th on
 //       --random RUNS       random priorities in place of every order
 //       --seed N            for these
 //       --replay PATH       one run of one scenario, with its points and the importer's log
@@ -57,6 +58,8 @@ struct Clock {
 };
 
 struct Options {
+    size_t share = 1;
+    size_t shares = 1;
     unsigned preemptions = 2;
     double seconds = 0;
     long runs = std::numeric_limits<long>::max();
@@ -219,6 +222,7 @@ int Main(int argc, char** argv) {
         {"seconds", required_argument, nullptr, 's'},
         {"runs", required_argument, nullptr, 'n'},
         {"all", no_argument, nullptr, 'a'},
+        {"share", required_argument, nullptr, 'h'},
         {"random", required_argument, nullptr, 'r'},
         {"seed", required_argument, nullptr, 'e'},
         {"replay", required_argument, nullptr, 'y'},
@@ -247,6 +251,12 @@ int Main(int argc, char** argv) {
             case 'a':
                 options.wantsAll = true;
                 break;
+            case 'h':
+                if (std::sscanf(optarg, "%zu/%zu", &options.share, &options.shares) != 2 ||
+                    options.share < 1 || options.share > options.shares) {
+                    return 2;
+                }
+                break;
             case 'r':
                 options.random = std::atol(optarg);
                 break;
@@ -274,8 +284,10 @@ int Main(int argc, char** argv) {
     gScheduler = new Scheduler;
     FailOnCrashes();
     bool isGood = true;
-    for (const Scenario& scenario : all) {
-        isGood = (!isNamed(scenario) || Play(scenario, *movies, options)) && isGood;
+    for (size_t place = 0; place < all.size(); ++place) {
+        if (place % options.shares + 1 == options.share && isNamed(all[place])) {
+            isGood = Play(all[place], *movies, options) && isGood;
+        }
     }
     return isGood ? 0 : 1;
 }
