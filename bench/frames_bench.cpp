@@ -57,7 +57,7 @@ const std::string& MoviePath() {
             kvx_test::VideoTrackRecipe({"v210", kWidth, kHeight, 24}, kFrameSize, kFrames, 25, 1));
         const std::vector<kvx_test::FilePiece> media = {
             {kvx_test::kMediaOffset, kvx_test::Bytes(kFrameSize * kFrames, 'v')}};
-        const std::string file = directory.File("movie.mov");
+        std::string file = directory.File("movie.mov");
         kvx_test::WriteMovieFile(file, kvx_test::BuildMoov(recipe), media);
         return file;
     }();
@@ -100,6 +100,7 @@ class PlainReader {
         mSlicesLeft.fill(kSlicesInFrame);
         const auto start = Clock::now();
         std::vector<std::thread> threads;
+        threads.reserve(kPlainThreads);
         for (int thread = 0; thread < kPlainThreads; ++thread) {
             threads.emplace_back([this] { Work(); });
         }

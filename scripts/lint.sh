@@ -39,6 +39,10 @@ setup_say "clang-tidy over $(wc -l <build/lint/once/sources.txt) sources"
 in_parallel -d '\n' -n 1 clang-tidy --quiet -p build/lint/once \
     <build/lint/once/sources.txt 2>build/log/clang-tidy.txt || failed+=(clang-tidy)
 
+# A script compiles this one, on the machine that makes the movies.
+clang-tidy --quiet tests/end_to_end/media/fork_server.cpp -- -std=c++17 \
+    2>>build/log/clang-tidy.txt || failed+=(clang-tidy)
+
 setup_say "each of $(wc -l <build/lint/once/alone.sh) files alone"
 in_parallel -d '\n' -n 1 sh -c <build/lint/once/alone.sh || failed+=(includes)
 
