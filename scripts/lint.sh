@@ -32,11 +32,12 @@ setup_quietly build/log/lint.txt cmake --build build/lint --target "${written[@]
 # is included.
 cp tests/.clang-tidy build/lint/tests/
 printf '%s\n' 'InheritParentConfig: true' 'Checks: -bugprone-suspicious-include' >build/lint/.clang-tidy
+# A call of the command for each line.
 in_parallel() {
-    xargs -P "$(getconf _NPROCESSORS_ONLN)" "$@"
+    tr '\n' '\0' | xargs -0 -P "$(getconf _NPROCESSORS_ONLN)" -n 1 "$@"
 }
 setup_say "clang-tidy over $(wc -l <build/lint/once/sources.txt) sources"
-in_parallel -d '\n' -n 1 clang-tidy --quiet -p build/lint/once \
+in_parallel clang-tidy --quiet -p build/lint/once \
     <build/lint/once/sources.txt 2>build/log/clang-tidy.txt || failed+=(clang-tidy)
 
 # A script compiles this one, on the machine that makes the movies.
@@ -44,7 +45,7 @@ clang-tidy --quiet tests/end_to_end/media/fork_server.cpp -- -std=c++17 \
     2>>build/log/clang-tidy.txt || failed+=(clang-tidy)
 
 setup_say "each of $(wc -l <build/lint/once/alone.sh) files alone"
-in_parallel -d '\n' -n 1 sh -c <build/lint/once/alone.sh || failed+=(includes)
+in_parallel sh -c <build/lint/once/alone.sh || failed+=(includes)
 
 if [ ${#failed[@]} -gt 0 ]; then
     setup_fail "there are findings by ${failed[*]}"
