@@ -6,6 +6,7 @@
 #include "core/four_char_code.h"
 #include "inspect/track_reader.h"
 #include "inspect/words.h"
+#include "quicktime/video_formats.h"
 
 namespace kvx_inspect {
 
@@ -94,8 +95,6 @@ void AssumeFields(const TrackReader& reader, VideoFacts& video) {
                                         InWords(video.fields) + ", by its height and rate");
 }
 
-constexpr int kWidestOf601 = 720;
-
 // Matrix coefficients by their code (ITU-T H.273). 601 has two codes.
 const char* MatrixName(int code) {
     switch (code) {
@@ -123,7 +122,7 @@ void CheckColour(const TrackReader& reader, const VideoFacts& video) {
         return;
     }
     const int code = video.colour->matrix;
-    const bool isWide = video.width > kWidestOf601;
+    const bool isWide = video.width > KVX::QT::kWidestRec601;
     const bool agrees = isWide ? code == 1 : code == 5 || code == 6;
     constexpr int kUnspecified = 2;
     if (agrees || code == kUnspecified) {

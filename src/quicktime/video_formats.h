@@ -4,6 +4,9 @@
 
 namespace KVX::QT {
 
+// The widest frame that is taken for standard definition, in pixels; its colours are of Rec. 601.
+constexpr int kWidestRec601 = 720;
+
 enum class VideoFamily { kUnknown, kUncompressed, kDpx, kDVCPro, kProRes, kJpeg, kH264 };
 
 // All that is known about a sample description's four-character code: code that treats video

@@ -9,6 +9,8 @@
 
 #include <cstddef>
 
+#include "quicktime/video_formats.h"
+
 namespace KVX::Converter::Video {
 
 // Which matrix relates RGB to YUV. Any other value acts as kColourSpaceAuto.
@@ -25,8 +27,7 @@ enum ConversionMode : int {
     kConversionModeVector = 2,  // vector code with no test: the caller ensures alignment
 };
 
-// The widest frame that is taken for standard definition, in pixels.
-constexpr int kWidestRec601 = 720;
+using QT::kWidestRec601;
 
 // What 16-byte vector loads and stores ask of a pointer and of row bytes.
 constexpr int kVectorAlignment = 16;

@@ -4,6 +4,7 @@
 #include "convert/video/host_pixel.h"
 #include "convert/video/r210.h"
 #include "convert/video/row_walk.h"
+#include "core/assert.h"
 
 namespace KVX::Converter::Video {
 
@@ -65,6 +66,7 @@ void r210::ScalarConvertTo(const char* src, int srcRowBytes, char* dst, int dstR
 template <typename T>
 void r210::ScalarCreateFrom(const char* src, int srcRowBytes, char* dst, int dstRowBytes, int width,
                             int height) {
+    KVX_ASSERT(sR210LUT != nullptr);
     WalkRowsFlipped(src, srcRowBytes, dst, dstRowBytes, height, [=](const char* from, char* to) {
         for (int x = 0; x < width; ++x) {
             const HostPixel<T> pixel = ReadHostPixel<T>(from);

@@ -96,7 +96,7 @@ struct WideArithmetic {
 
     static KVX_ALWAYS_INLINE Integers ChromaOfBG(Integers bg,
                                                  const RGBToYUVCoefficients& coefficients) {
-        return TakeTurns(
+        return InterleaveChroma(
             PackDwordsToWords(ShiftDwordsRight<15>(MultiplyAddWords(bg, coefficients.mCbFromBG)),
                               ShiftDwordsRight<15>(MultiplyAddWords(bg, coefficients.mCrFromBG))));
     }
@@ -118,13 +118,13 @@ struct WideArithmetic {
                                                 const RGBToYUVCoefficients& coefficients) {
         // R is in the even words; what is in the odd ones is multiplied by 0.
         const Integers r = Mean(means, ShiftUnsignedDwordsRight<16>(means));
-        return TakeTurns(
+        return InterleaveChroma(
             PackDwordsToWords(ShiftDwordsRight<15>(MultiplyAddWords(r, coefficients.mCbFromR)),
                               ShiftDwordsRight<15>(MultiplyAddWords(r, coefficients.mCrFromR))));
     }
 
     // Interleaves four words of Cb and four of Cr.
-    static KVX_ALWAYS_INLINE Integers TakeTurns(Integers chroma) {
+    static KVX_ALWAYS_INLINE Integers InterleaveChroma(Integers chroma) {
         return ShuffleBytes(chroma,
                             MakeBytes(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
     }
